@@ -1,0 +1,36 @@
+// A value that several threads read and write without ordering anything else.
+#pragma once
+
+#include <atomic>
+
+// Reads and writes are relaxed atomic operations: plain loads and stores on the machines we build for. Compound changes
+// (++, +=) are a load and a store and therefore for values that only one thread writes.
+template <typename T>
+class Relaxed {
+public:
+    Relaxed() = default;
+    constexpr Relaxed(T value) : value_(value) {}
+    Relaxed(const Relaxed &other) : value_(other.load()) {}
+    Relaxed &operator=(const Relaxed &other) {
+        store(other.load());
+        return *this;
+    }
+    Relaxed &operator=(T value) {
+        store(value);
+        return *this;
+    }
+    operator T() const { return load(); }
+    T load() const { return value_.load(std::memory_order_relaxed); }
+    void store(T value) { value_.store(value, std::memory_order_relaxed); }
+    Relaxed &operator++() {
+        store(static_cast<T>(load() + 1));
+        return *this;
+    }
+    Relaxed &operator+=(T value) {
+        store(static_cast<T>(load() + value));
+        return *this;
+    }
+
+private:
+    std::atomic<T> value_{};
+};

@@ -1,0 +1,12 @@
+#include "base/settings.h"
+
+#include <algorithm>
+
+Settings settings;
+Settings default_settings;
+
+void OptionText::assign(std::string_view text) {
+    length_ = static_cast<std::uint8_t>(std::min(text.size(), text_.size() - 1));
+    text_.fill('\0');
+    std::copy_n(text.begin(), length_, text_.begin());
+}

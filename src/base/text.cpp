@@ -1,0 +1,65 @@
+#include "base/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace {
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+// Skips blanks and a plus sign, which std::from_chars does not take.
+std::string_view number_start(std::string_view text) {
+    text = skip_blanks(text);
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    return text;
+}
+
+}  // namespace
+
+std::int64_t leading_integer(std::string_view text) {
+    text = number_start(text);
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error == std::errc::result_out_of_range)
+        return text[0] == '-' ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+    return value;
+}
+
+double leading_number(std::string_view text) {
+    text = number_start(text);
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    // "inf" and "nan" are words here, not numbers.
+    if (error != std::errc{} || value != value || value > 1e15 || value < -1e15)
+        return error == std::errc{} && value > 1e15 ? 1e15 : 0.0;
+    return value;
+}
+
+int clamped_integer(std::string_view text, int low, int high) {
+    return static_cast<int>(std::clamp<std::int64_t>(leading_integer(text), low, high));
+}
+
+std::string_view skip_blanks(std::string_view text) {
+    while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+    return text;
+}
+
+std::string_view next_word(std::string_view &text) {
+    text = skip_blanks(text);
+    std::size_t length = 0;
+    while (length < text.size() && !is_blank(text[length])) ++length;
+    const std::string_view word = text.substr(0, length);
+    text.remove_prefix(length);
+    return word;
+}
+
+std::vector<std::string_view> split_words(std::string_view text, std::size_t most, std::size_t longest) {
+    std::vector<std::string_view> words;
+    while (words.size() < most) {
+        const std::string_view word = next_word(text);
+        if (word.empty()) break;
+        words.push_back(word.substr(0, longest));
+    }
+    return words;
+}

@@ -1,0 +1,105 @@
+#include "board/attacks.h"
+
+#include <utility>
+
+AttackTables attack_tables;
+
+namespace {
+
+// The square `files` and `ranks` away, or NO_SQUARE beyond the edge.
+Square step(Square s, int files, int ranks) {
+    const int file = file_of(s) + files;
+    const int rank = rank_of(s) + ranks;
+    return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? make_square(file, rank) : NO_SQUARE;
+}
+
+Bitboard ray_from(Square s, int files, int ranks) {
+    Bitboard ray = 0;
+    for (Square to = step(s, files, ranks); to != NO_SQUARE; to = step(to, files, ranks)) ray |= bit(to);
+    return ray;
+}
+
+Bitboard steps(Square s, std::initializer_list<std::pair<int, int>> offsets) {
+    Bitboard set = 0;
+    for (const auto &[files, ranks] : offsets)
+        if (const Square to = step(s, files, ranks); to != NO_SQUARE) set |= bit(to);
+    return set;
+}
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+// between[b1][e4] = {c2, d3}: walk from one square towards the other along their common line.
+Bitboard squares_between(Square a, Square b) {
+    const int files = file_of(b) - file_of(a);
+    const int ranks = rank_of(b) - rank_of(a);
+    if (a == b || (files != 0 && ranks != 0 && files != ranks && files != -ranks)) return 0;
+    Bitboard set = 0;
+    for (Square s = step(a, sign(files), sign(ranks)); s != b; s = step(s, sign(files), sign(ranks))) set |= bit(s);
+    return set;
+}
+
+}  // namespace
+
+void init_attacks() {
+    AttackTables &t = attack_tables;
+    for (Square s = 0; s < 64; ++s) {
+        t.knight[s] = steps(s, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}});
+        t.king[s] = steps(s, {{0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}, {-1, -1}, {-1, 0}, {-1, 1}});
+        t.pawn[WHITE][s] = steps(s, {{-1, 1}, {1, 1}});
+        t.pawn[BLACK][s] = steps(s, {{-1, -1}, {1, -1}});
+        t.north[s] = ray_from(s, 0, 1);
+        t.south[s] = ray_from(s, 0, -1);
+        t.east[s] = ray_from(s, 1, 0);
+        t.west[s] = ray_from(s, -1, 0);
+        t.north_east[s] = ray_from(s, 1, 1);
+        t.north_west[s] = ray_from(s, -1, 1);
+        t.south_east[s] = ray_from(s, 1, -1);
+        t.south_west[s] = ray_from(s, -1, -1);
+        t.rook_span[s] = t.north[s] | t.south[s] | t.east[s] | t.west[s];
+        t.bishop_span[s] = t.north_east[s] | t.north_west[s] | t.south_east[s] | t.south_west[s];
+        for (Square other = 0; other < 64; ++other) t.between[s][other] = squares_between(s, other);
+    }
+    for (Square s = 0; s < 64; ++s) {
+        for (int file = file_of(s) - 1; file <= file_of(s) + 1; ++file) {
+            if (file < 0 || file > 7) continue;
+            t.passed_span[WHITE][s] |= t.north[make_square(file, rank_of(s))];
+            t.passed_span[BLACK][s] |= t.south[make_square(file, rank_of(s))];
+        }
+    }
+}
+
+namespace {
+
+// First slider of `sliders` (lowest square first) with a clear path to `s`.
+Square first_with_clear_path(Square s, Bitboard sliders, Bitboard occupied) {
+    while (sliders != 0) {
+        const Square from = pop_lsb(sliders);
+        if ((between(from, s) & occupied) == 0) return from;
+    }
+    return NO_SQUARE;
+}
+
+}  // namespace
+
+bool square_attacked(const Position &pos, Square s, Colour c) {
+    if ((pawn_attacks(1 - c, s) & pos.of(c, PAWN)) != 0) return true;
+    if ((knight_attacks(s) & pos.of(c, KNIGHT)) != 0) return true;
+    if ((king_attacks(s) & pos.of(c, KING)) != 0) return true;
+    const Bitboard occupied = pos.occupied();
+    const Bitboard queens = pos.of(c, QUEEN);
+    return first_with_clear_path(s, bishop_span(s) & (pos.of(c, BISHOP) | queens), occupied) != NO_SQUARE ||
+           first_with_clear_path(s, rook_span(s) & (pos.of(c, ROOK) | queens), occupied) != NO_SQUARE;
+}
+
+Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied) {
+    if (const Bitboard pawns = pawn_attacks(1 - c, s) & pos.of(c, PAWN); pawns != 0) return lsb(pawns);
+    if (const Bitboard knights = knight_attacks(s) & pos.of(c, KNIGHT); knights != 0) return lsb(knights);
+    if (const Square from = first_with_clear_path(s, bishop_span(s) & pos.of(c, BISHOP), occupied); from != NO_SQUARE)
+        return from;
+    if (const Square from = first_with_clear_path(s, rook_span(s) & pos.of(c, ROOK), occupied); from != NO_SQUARE)
+        return from;
+    const Bitboard queens = (bishop_span(s) | rook_span(s)) & pos.of(c, QUEEN);
+    if (const Square from = first_with_clear_path(s, queens, occupied); from != NO_SQUARE) return from;
+    if ((king_attacks(s) & pos.of(c, KING)) != 0) return pos.king_square[c];
+    return NO_SQUARE;
+}

@@ -1,0 +1,50 @@
+// Pseudo-legal move generation in three groups, legality, and the questions asked of single moves.
+//
+// Generators append to the caller's buffer and return its new end; they write no terminator. Any set-up that set_fen
+// accepts is safe here, however strange. Every procedure leaves the position as it found it.
+#pragma once
+
+#include <array>
+
+#include "board/position.h"
+#include "board/types.h"
+
+// Captures that do not promote, en passant included. With `target` only captures of that square, en-passant captures
+// and king captures.
+MoveEntry *gen_captures(const Position &pos, Colour side, MoveEntry *list, Square target);
+
+// Every pawn move to the last rank; to a queen always, to the other pieces when `under`.
+MoveEntry *gen_promotions(const Position &pos, Colour side, bool under, MoveEntry *list);
+
+// Moves that neither capture nor promote, castling included. With `target` (a checking piece) only moves to the squares
+// between it and the own king, king moves and castling.
+MoveEntry *gen_quiets(const Position &pos, Colour side, MoveEntry *list, Square target);
+
+inline void terminate_list(MoveEntry *end) { *end = {END_OF_LIST, 0, 0, 0}; }
+
+// A list with room for all moves of any position.
+using MoveList = std::array<MoveEntry, MAX_MOVES + 1>;
+
+// All pseudo-legal moves of the side to move: captures, promotions, quiet moves, terminator. Returns the end.
+MoveEntry *gen_all(const Position &pos, MoveEntry *list);
+
+// All legal moves of the side to move, in the order of gen_all, terminated. Returns the end.
+MoveEntry *gen_legal(Position &pos, MoveEntry *list);
+
+// Whether a pseudo-legal move leaves the own king safe; a castling king may not leave, cross or enter an attacked square.
+bool is_legal(Position &pos, Colour side, Move m);
+
+// Whether the side to move is mated or stalemated.
+bool no_legal_moves(Position &pos);
+
+// Whether a move that was stored elsewhere can be played by `side` here, king safety aside.
+bool is_pseudo_legal(const Position &pos, Move m, Colour side);
+
+// 1: direct check by the piece as it stands after the move; 2: discovered check; 0: no check. Castling never counts, and
+// the start square still blocks the moved piece's own line, so a promotion along the king's line counts as no check.
+int gives_check(const Position &pos, Colour side, const MoveEntry &entry);
+
+// Whether the move is an en-passant capture here.
+inline bool is_en_passant_capture(const Position &pos, Move m) {
+    return to_square(m) == pos.ep_square && pos.type_on(from_square(m)) == PAWN;
+}

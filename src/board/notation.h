@@ -1,0 +1,30 @@
+// Move texts: coordinate text as the protocol exchanges it, algebraic text as people and game files write it.
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "board/position.h"
+#include "board/types.h"
+
+// How the piece of a promotion is written: "q", or "=Q".
+enum class PromotionStyle { LOWER_CASE, EQUALS_SIGN };
+
+// From-square, to-square and promotion suffix; "null" for no move. Any word gives well-formed text.
+std::string move_to_text(Move m, PromotionStyle style);
+
+// The style that the running protocol wants.
+std::string move_to_text(Move m);
+
+// The four texts by which a move of the side to move is known: coordinate text, the algebraic notation that the program
+// writes, and two longer variants (g1f3, Nf3, Ngf3, N1f3). Variants that do not exist are empty or "+".
+using MoveTexts = std::array<std::string, 4>;
+MoveTexts move_to_san(const Position &pos, Move m);
+
+// Finds the legal move of the side to move that a text denotes. True when exactly one matches; with exactly two
+// "ambiguous move" goes to standard output.
+bool parse_move(Position &pos, std::string_view text, Move &move);
+
+// Finds the legal move that a coordinate text (e2e4, e7e8q) denotes; NO_MOVE when there is none.
+Move parse_coordinates(Position &pos, std::string_view text);

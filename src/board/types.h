@@ -1,0 +1,95 @@
+// The vocabulary of the board: squares, bitboards, pieces, moves.
+#pragma once
+
+#include <bit>
+#include <cassert>
+#include <cstdint>
+
+// Squares: a1 = 0, h1 = 7, a8 = 56, h8 = 63; 64 is no square.
+using Square = int;
+constexpr Square NO_SQUARE = 64;
+
+constexpr int file_of(Square s) { return s & 7; }
+constexpr int rank_of(Square s) { return s >> 3; }
+constexpr Square make_square(int file, int rank) { return rank * 8 + file; }
+
+// Named squares that the rules of the game single out.
+enum : int { A1 = 0, C1 = 2, D1 = 3, E1 = 4, F1 = 5, G1 = 6, H1 = 7, A8 = 56, E8 = 60, H8 = 63 };
+
+// A set of squares: bit n stands for square n.
+using Bitboard = std::uint64_t;
+
+constexpr Bitboard bit(Square s) { return Bitboard{1} << s; }
+
+constexpr Bitboard FILE_A = 0x0101010101010101;
+constexpr Bitboard FILE_H = FILE_A << 7;
+constexpr Bitboard RANK_1 = 0xFF;
+constexpr Bitboard RANK_8 = RANK_1 << 56;
+
+constexpr Bitboard rank_mask(int rank) { return RANK_1 << (8 * rank); }
+constexpr Bitboard file_mask(int file) { return FILE_A << file; }
+
+// Lowest and highest square of a set that is not empty.
+inline Square lsb(Bitboard b) {
+    assert(b != 0);
+    return std::countr_zero(b);
+}
+inline Square msb(Bitboard b) {
+    assert(b != 0);
+    return 63 - std::countl_zero(b);
+}
+inline Square pop_lsb(Bitboard &b) {
+    const Square s = lsb(b);
+    b &= b - 1;
+    return s;
+}
+inline int popcount(Bitboard b) { return std::popcount(b); }
+
+// Colours and piece codes: code = colour * 8 + type. A board entry of 0 is an empty square.
+using Colour = int;
+enum : int { WHITE = 0, BLACK = 1 };
+
+enum : int { NO_TYPE = 0, PAWN = 1, KNIGHT = 2, BISHOP = 3, ROOK = 4, QUEEN = 5, KING = 6 };
+
+constexpr int type_of(int piece) { return piece & 7; }
+constexpr Colour colour_of(int piece) { return piece >> 3; }
+constexpr std::uint8_t make_piece(Colour c, int type) { return static_cast<std::uint8_t>(c * 8 + type); }
+
+// One rank forward for the pawns of a colour.
+constexpr int pawn_direction(Colour c) { return c == WHITE ? 8 : -8; }
+// Rank index as the colour sees it: 0 is its own first rank.
+constexpr int relative_rank(Colour c, Square s) { return c == WHITE ? rank_of(s) : 7 - rank_of(s); }
+
+// Castling rights, and the mask of all four.
+enum : int { WHITE_KING_SIDE = 1, WHITE_QUEEN_SIDE = 2, BLACK_KING_SIDE = 4, BLACK_QUEEN_SIDE = 8 };
+
+// A move: to-square in bits 0-5, from-square in bits 8-13, promotion in the bits between and above.
+using Move = std::uint16_t;
+constexpr Move NO_MOVE = 0;           // also the null move
+constexpr Move END_OF_LIST = 0xFFFF;  // ends a move list
+constexpr Move PROMOTE_QUEEN = 0x0040;
+constexpr Move PROMOTE_KNIGHT = 0x0080;
+constexpr Move PROMOTE_BISHOP = 0x4000;
+constexpr Move PROMOTE_ROOK = 0x8000;
+constexpr Move PROMOTE_ANY = PROMOTE_QUEEN | PROMOTE_KNIGHT | PROMOTE_BISHOP | PROMOTE_ROOK;
+constexpr Move UNDER_PROMOTE = PROMOTE_KNIGHT | PROMOTE_BISHOP | PROMOTE_ROOK;
+
+constexpr Square to_square(Move m) { return m & 63; }
+constexpr Square from_square(Move m) { return (m >> 8) & 63; }
+constexpr Move make_move_word(Square from, Square to, Move promotion = 0) {
+    return static_cast<Move>((from << 8) | to | promotion);
+}
+
+// One entry of a move list. The generators write everything but the score.
+struct MoveEntry {
+    Move move;
+    std::int16_t score;
+    std::uint8_t piece;     // code of the moving piece
+    std::uint8_t captured;  // code of the piece on the to-square; 0 for en passant
+};
+static_assert(sizeof(MoveEntry) == 6);
+
+// Most entries a full move list can need, whatever is on the board: each target square is reached by at most one slider,
+// king or pawn from each of 8 directions and by 8 knights (64 x 16 = 1024), and promotions add at most three entries for
+// each of up to 3 pawns on 8 squares.
+constexpr int MAX_MOVES = 1104;

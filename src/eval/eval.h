@@ -1,0 +1,59 @@
+// Static evaluation: one pass over a position gives a score in centipawns from the side to move's view.
+//
+// This folder owns the weights' derived tables (parameters.h), each thread's evaluation cache and pawn hash, and the
+// evaluation itself: evaluate.cpp is the pass, scratch.h what its steps share, pieces.cpp, pawns.cpp and their neighbours
+// the terms.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "base/relaxed.h"
+#include "board/position.h"
+#include "eval/score.h"
+
+// What the search keeps of an evaluation at each ply.
+struct EvalResult {
+    std::uint16_t flags;           // RECOGNISED_DRAW
+    std::int16_t threat_level[2];  // by colour, in centipawns
+};
+constexpr std::uint16_t RECOGNISED_DRAW = 1;
+
+// Score returned for a side in check: no position is evaluated then.
+constexpr int IN_CHECK_SCORE = -10001;
+
+struct EvalCacheEntry {
+    std::uint64_t key;
+    std::int16_t threat_level[2];
+    std::int16_t score;  // side to move's view
+};
+static_assert(sizeof(EvalCacheEntry) == 16);
+
+struct PawnHashEntry {
+    std::uint64_t key;
+    ScorePair score[2];  // by colour
+};
+static_assert(sizeof(PawnHashEntry) == 16);
+
+constexpr std::size_t EVAL_CACHE_SIZE = 32768;
+constexpr std::size_t PAWN_HASH_SIZE = 16384;
+
+// The part of a thread's record that the evaluation uses. Written by its thread; the counters are read by others.
+struct EvalThread {
+    std::array<EvalCacheEntry, EVAL_CACHE_SIZE> cache;
+    std::array<PawnHashEntry, PAWN_HASH_SIZE> pawn_hash;
+    std::uint32_t generation;  // of the tables that the caches were filled with
+    int iteration;             // current iteration depth, 0 outside a search; the caches rest in the first ones
+    Relaxed<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
+};
+
+// Clears cache and pawn hash when the derived tables have changed since they were filled.
+void refresh_eval_caches(EvalThread &thread);
+
+// Score of the position for `side`, its side to move. `ply`: 1 at the root. With `in_check` IN_CHECK_SCORE comes back at
+// once. The position is modified while exchanges are tried and is unchanged afterwards.
+int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result);
+
+// Who the engine plays for, and whether the planned time is short enough for contempt to count. Main thread, at a search
+// start. A change makes all caches stale while `Contempt` is not 0.
+void set_contempt_context(Colour engine_side, bool active);

@@ -1,0 +1,178 @@
+// The evaluation pass: shared bitboards first, then the terms, then the blend of opening and endgame.
+#include "eval/eval.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "board/attacks.h"
+#include "eval/parameters.h"
+#include "eval/scratch.h"
+
+namespace {
+
+constexpr ScorePair TEMPO = {16, 8};
+// Nothing the evaluation says may read as a mate score.
+constexpr int HIGHEST_SCORE = 9598;
+
+// Side the engine plays and whether contempt counts in this search. Main thread, between searches.
+struct {
+    Colour engine_side = WHITE;
+    bool active = true;
+} contempt_context;
+
+constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
+
+// A king's file or rank, moved off the edge: the zone's centre lies on b2-g7.
+constexpr std::array<int, 8> CLAMPED_COORDINATE = {1, 1, 2, 3, 4, 5, 6, 6};
+
+void set_king_zones(const Position &pos, EvalScratch &scratch) {
+    scratch.flank_files = 0;
+    for (const Colour c : {WHITE, BLACK}) {
+        const Square king = pos.king_square[c];
+        const int file = CLAMPED_COORDINATE[file_of(king)];
+        const Square centre = make_square(file, CLAMPED_COORDINATE[rank_of(king)]);
+        scratch.side[c].king_zone = king_attacks(centre) | bit(centre);
+        scratch.flank_files |= file_mask(file - 1) | file_mask(file) | file_mask(file + 1);
+    }
+}
+
+void set_attack_maps(const Position &pos, EvalScratch &scratch) {
+    for (const Colour c : {WHITE, BLACK}) {
+        SideScratch &own = scratch.side[c];
+        own.attacks[KNIGHT] = own.attacks[BISHOP] = own.attacks[ROOK] = own.attacks[QUEEN] = 0;
+        own.attacks[KING] = king_attacks(pos.king_square[c]);
+        own.attacks[0] = own.attacks[PAWN] | own.attacks[KING];
+        own.double_attacks |= own.attacks[PAWN] & own.attacks[KING];
+        own.threat_level = 0;
+        own.attack_units = 0;
+    }
+    for (const Colour c : {WHITE, BLACK}) {
+        SideScratch &own = scratch.side[c];
+        const SideScratch &enemy = scratch.side[1 - c];
+        own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks[PAWN]);
+        const Bitboard outpost_ranks = c == WHITE ? rank_mask(4) | rank_mask(5) : rank_mask(2) | rank_mask(3);
+        own.outposts = FILES_B_TO_G & outpost_ranks & ~enemy.attack_span;
+    }
+}
+
+// Pieces of `c` that alone stand between `target` and an enemy slider of the given sets.
+Bitboard pinned_to(const Position &pos, Colour c, Square target, Bitboard diagonal, Bitboard straight,
+                   Bitboard occupied) {
+    Bitboard pinned = 0;
+    Bitboard sliders = (bishop_span(target) & diagonal) | (rook_span(target) & straight);
+    while (sliders != 0) {
+        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
+        if (blockers != 0 && (blockers & (blockers - 1)) == 0) pinned |= blockers;
+    }
+    return pinned & pos.all(c);
+}
+
+void set_pinned(const Position &pos, EvalScratch &scratch) {
+    scratch.pinned = 0;
+    for (const Colour c : {WHITE, BLACK}) {
+        const Bitboard bishops = pos.of(1 - c, BISHOP);
+        const Bitboard rooks = pos.of(1 - c, ROOK);
+        const Bitboard queens = pos.of(1 - c, QUEEN);
+        scratch.pinned |= pinned_to(pos, c, pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
+        if (pos.of(c, QUEEN) != 0)
+            scratch.pinned |= pinned_to(pos, c, lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
+    }
+}
+
+void set_material(const Position &pos, EvalScratch &scratch) {
+    const EvalTables &t = eval_tables;
+    for (const Colour c : {WHITE, BLACK}) {
+        SideScratch &own = scratch.side[c];
+        const std::uint32_t material = pos.material[c];
+        const int knights = material_count(material, KNIGHT);
+        const int bishops = material_count(material, BISHOP);
+        const int rooks = material_count(material, ROOK);
+        const int queens = material_count(material, QUEEN);
+        own.material = material_count(material, PAWN) * t.pawn + knights * t.knight + bishops * t.bishop +
+                       rooks * t.rook + queens * t.queen;
+        if (bishops >= 2) own.material += t.bishop_pair;
+        if (queens == 1 && knights + bishops + rooks == 0) own.material += t.lone_queen;
+        own.piece_count = std::min(12, knights + bishops + 2 * rooks + 4 * queens);
+    }
+    scratch.stage = LAST_STAGE - scratch.side[WHITE].piece_count - scratch.side[BLACK].piece_count;
+}
+
+// Contempt, from White's view: what the reference side still has on the board makes draws worth avoiding.
+int contempt_adjustment(const Position &pos) {
+    const int contempt = eval_tables.contempt;
+    if (contempt == 0 || !contempt_context.active) return 0;
+    const Colour reference = contempt > 0 ? contempt_context.engine_side : 1 - contempt_context.engine_side;
+    const int pieces = std::max(0, pos.nonpawn_material[reference] - 3);
+    const int pawns = std::min(6, material_count(pos.material[reference], PAWN));
+    constexpr int INITIAL_POSITION = 29 + 12;
+    const int adjustment = (pieces + 2 * pawns) * contempt / INITIAL_POSITION;
+    return contempt_context.engine_side == WHITE ? adjustment : -adjustment;
+}
+
+ScorePair difference(ScorePair white, ScorePair black) {
+    return {static_cast<std::int16_t>(white.op() - black.op()), static_cast<std::int16_t>(white.en() - black.en())};
+}
+
+// A clear positional edge counts a little more than its sum: up to 125 centipawns, from an edge of 199 on.
+int amplification(int positional) {
+    const int bonus = std::min(125, 13 * positional * positional / 4096);
+    return positional < 0 ? -bonus : bonus;
+}
+
+}  // namespace
+
+void refresh_eval_caches(EvalThread &thread) {
+    if (thread.generation == eval_generation) return;
+    thread.cache.fill({});
+    thread.pawn_hash.fill({});
+    thread.generation = eval_generation;
+}
+
+void set_contempt_context(Colour engine_side, bool active) {
+    const bool changed = contempt_context.engine_side != engine_side || contempt_context.active != active;
+    contempt_context = {engine_side, active};
+    if (changed && eval_tables.contempt != 0) ++eval_generation;
+}
+
+int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result) {
+    if (in_check) return IN_CHECK_SCORE;
+    ++thread.evaluations;
+
+    // Cache
+    EvalCacheEntry &entry = thread.cache[pos.key % EVAL_CACHE_SIZE];
+    if (entry.key == pos.key && thread.iteration > 1 && ply > 1) {
+        std::copy_n(entry.threat_level, 2, result.threat_level);
+        ++thread.cache_hits;
+        return entry.score;
+    }
+
+    // Shared bitboards
+    EvalScratch scratch;
+    scratch.occupied = pos.occupied();
+    set_pawn_bitboards(pos, scratch);
+    set_king_zones(pos, scratch);
+    set_attack_maps(pos, scratch);
+    set_pinned(pos, scratch);
+
+    // Terms
+    set_material(pos, scratch);
+    for (const Colour c : {WHITE, BLACK}) scratch.side[c].positional = {};
+    evaluate_pieces(pos, scratch);
+    scratch.side[side].positional += TEMPO;
+
+    // Combination
+    const SideScratch &white = scratch.side[WHITE];
+    const SideScratch &black = scratch.side[BLACK];
+    const int material = taper(difference(white.material, black.material), scratch.stage);
+    const int positional = taper(difference(white.positional, black.positional), scratch.stage);
+    int score = material + positional + amplification(positional) + contempt_adjustment(pos);
+    score = std::clamp(score, -HIGHEST_SCORE, HIGHEST_SCORE);
+    if (side == BLACK) score = -score;
+
+    for (const Colour c : {WHITE, BLACK})
+        result.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);
+    entry.key = pos.key;
+    std::copy_n(result.threat_level, 2, entry.threat_level);
+    entry.score = static_cast<std::int16_t>(score);
+    return score;
+}

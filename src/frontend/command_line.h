@@ -1,0 +1,32 @@
+// The command line.
+#pragma once
+
+#include <string>
+
+enum class RunMode {
+    ENGINE,
+    ANALYSE_EPD,
+    SCAN_PGN_1,
+    SCAN_PGN_2,
+    SCAN_PGN_3,
+    SCAN_PGN_4,
+    MATCH,
+    BENCH,
+    BENCH_2,
+    BENCH_IN_THREAD,
+    MAKE_CONFIG,
+    MAKE_BOOK,
+    MAKE_TUNING,
+    TUNE,
+    SELF_PLAY_TUNING
+};
+
+// What the command line asks for, beside the settings and limits that it writes.
+struct CommandLine {
+    RunMode mode = RunMode::ENGINE;
+    std::string tool_file;    // of -anepd, -mktune and -tune; at most 139 characters
+    std::string source_file;  // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
+};
+
+// Reads the arguments after the program's name. Unknown ones are ignored, as is a switch whose value is missing.
+CommandLine parse_command_line(int count, char **arguments);

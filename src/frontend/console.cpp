@@ -1,0 +1,212 @@
+// Commands typed at a console.
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "base/control.h"
+#include "base/output.h"
+#include "base/settings.h"
+#include "base/text.h"
+#include "board/attacks.h"
+#include "board/see.h"
+#include "frontend/engine.h"
+#include "platform/clock.h"
+#include "search/params.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/timing.h"
+#include "search/tt.h"
+
+namespace {
+
+using Words = std::vector<std::string_view>;
+
+std::string_view word_at(const Words &words, std::size_t i) { return i < words.size() ? words[i] : std::string_view{}; }
+
+int integer_at(const Words &words, std::size_t i) { return clamped_integer(word_at(words, i), -1'000'000, 1'000'000); }
+
+void show_position() { show_board(game->position); }
+
+void abandon_search() { stop_flag = STOP_ABANDON; }
+
+void new_game(const Words &, std::string_view) {
+    abandon_search();
+    set_fen(game->position, START_FEN);
+    show_position();
+    clock_white = clock_black = time_per_move;
+}
+
+void set_position(const Words &, std::string_view rest) {
+    abandon_search();
+    set_fen(game->position, rest);
+    show_position();
+}
+
+void quit(const Words &, std::string_view) {
+    abandon_search();
+    quit_flag = true;
+}
+
+void search_move(const Words &, std::string_view) { search_request = REQUEST_SEARCH; }
+
+void analyse(const Words &words, std::string_view) {
+    constexpr double ANALYSIS_TIME = 99999.0;
+    tc_mode = 1;
+    time_per_move = ANALYSIS_TIME;
+    const int depth = integer_at(words, 1);
+    max_depth = static_cast<std::uint8_t>(depth >= 1 && depth < MAX_DEPTH ? depth : MAX_DEPTH);
+    if (hash_enabled <= 1) tt_clear_if_idle();
+    search_request = REQUEST_ANALYSIS;
+}
+
+void stop_analysis(const Words &, std::string_view) { abandon_search(); }
+
+void board(const Words &, std::string_view) { show_position(); }
+
+void count_paths(const Words &words, std::string_view) {
+    constexpr int DEEPEST = 20;
+    const int depth = std::min(integer_at(words, 1), DEEPEST);
+    if (depth < 1) {
+        print_line("perft needs a depth of 1 or more");
+        return;
+    }
+    if (const std::string_view reason = unsearchable_reason(game->position); !reason.empty()) {
+        print_line("cannot search this position: " + std::string(reason));
+        return;
+    }
+    stop_and_wait(STOP_ABANDON);
+    const std::uint8_t request = search_request;
+    search_request = REQUEST_NONE;
+    begin_search();
+    search_request = request;
+    prepare_threads();
+    SearchThread &thread = search_thread_at(0);
+    const double start = monotonic_seconds();
+    perft(thread, thread.position.side, 1, depth);
+    const double seconds = monotonic_seconds() - start;
+    const auto nodes = static_cast<double>(thread.nodes);
+    print_format("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds, nodes / (seconds + 0.001));
+}
+
+void exchanges(const Words &, std::string_view) {
+    Position &pos = game->position;
+    for (Square s = 0; s < 64; ++s) {
+        if (pos.board[s] == 0) continue;
+        const Colour attacker = 1 - colour_of(pos.board[s]);
+        if (!square_attacked(pos, s, attacker)) continue;
+        const int value = see_value(pos, attacker, NO_SQUARE, s, pos.occupied(), false);
+        std::printf("sq= %s, swap= %4d\n", std::string(square_name(s)).c_str(), value);
+    }
+    std::fflush(stdout);
+}
+
+void reductions(const Words &, std::string_view) {
+    derive_search_params();
+    show_search_params();
+}
+
+void trace(const Words &words, std::string_view) { set_trace_level(std::clamp(integer_at(words, 1), 0, 65535)); }
+
+// --- set ---
+
+struct NumberSetting {
+    std::string_view name;
+    std::int16_t Settings::*field;
+    int low, high;
+};
+constexpr NumberSetting NUMBER_SETTINGS[] = {
+    {"NMP_depth", &Settings::NMP_depth, 0, 99},
+    {"SEP_depth", &Settings::SEP_depth, 0, MAX_MARGIN_DEPTH},
+    {"FP_depth", &Settings::FP_depth, 0, MAX_MARGIN_DEPTH},
+    {"ProbCut_depth", &Settings::ProbCut_depth, 0, 99},
+    {"LMP_depth", &Settings::LMP_depth, 0, MAX_MARGIN_DEPTH},
+    {"LMR_depth", &Settings::LMR_depth, 0, 99},
+    {"Selectivity", &Settings::Selectivity, 0, 200},
+    {"ponder", &Settings::Ponder, 0, 1},
+};
+
+// "5:30" is five and a half minutes, "90" ninety seconds.
+double time_text(std::string_view text) {
+    const std::size_t colon = text.find(':');
+    if (colon == std::string_view::npos) return leading_number(text);
+    return 60.0 * static_cast<double>(leading_integer(text.substr(0, colon))) + leading_number(text.substr(colon + 1));
+}
+
+void set_level(const Words &words) {
+    tc_mode = static_cast<std::uint8_t>(std::clamp(integer_at(words, 2), 0, 255));
+    time_per_move = clock_white = clock_black = std::max(time_text(word_at(words, 3)), 0.0);
+    increment = std::max(leading_number(word_at(words, 4)), 0.0);
+    print_format("set level to %d moves in %0.2f seconds, inc %0.2f", tc_mode, time_per_move, increment);
+}
+
+void set_selectivity_switch(int value) {
+    if (value == 1) {
+        settings = default_settings;
+        print_line("set default personality");
+        return;
+    }
+    settings.NMP_depth = 99;
+    settings.SEP_depth = 0;
+    settings.LMP_depth = 0;
+    settings.LMR_depth = 99;
+    print_line("selectivity set to OFF");
+}
+
+void set_value(const Words &words, std::string_view) {
+    const std::string_view name = word_at(words, 1);
+    const std::string_view text = word_at(words, 2);
+    const int value = integer_at(words, 2);
+    for (const NumberSetting &number : NUMBER_SETTINGS) {
+        if (name != number.name) continue;
+        std::int16_t &field = settings.*number.field;
+        field = static_cast<std::int16_t>(std::clamp(value, number.low, number.high));
+        print_format("%s set to %d", std::string(name).c_str(), field);
+    }
+    if (name == "hash")
+        hash_enabled = static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+    else if (name == "noise")
+        noise = leading_number(text);
+    else if (name.find("multipv") != std::string_view::npos)
+        settings.MultiPV = static_cast<std::int16_t>(std::clamp(value, 1, 255));
+    else if (name == "level")
+        set_level(words);
+    else if (name == "depth")
+        max_depth = static_cast<std::uint8_t>(std::clamp(value, 0, MAX_DEPTH));
+    else if (name == "ss")
+        set_selectivity_switch(value);
+    else if (name == "target_nps") {
+        target_nps = std::max(leading_number(text), 30.0);
+        settings.UCI_LimitStrength = 1;
+        print_format("target_nps set to %.0f", target_nps.load());
+    }
+    settings.settings_changed = 1;
+}
+
+struct Command {
+    std::string_view word;
+    void (*run)(const Words &words, std::string_view rest);
+};
+constexpr Command COMMANDS[] = {
+    {"new", new_game},      {"fen", set_position}, {"quit", quit},     {"mv", search_move}, {"go", analyse},
+    {"an", analyse},        {".", stop_analysis},  {"bd", board},      {"trace", trace},    {"lmr", reductions},
+    {"perft", count_paths}, {"swap", exchanges},   {"set", set_value},
+};
+
+}  // namespace
+
+void interpret_console(std::string_view line) {
+    constexpr std::size_t MOST_WORDS = 10;
+    constexpr std::size_t LONGEST_WORD = 127;
+    const Words words = split_words(line, MOST_WORDS, LONGEST_WORD);
+    if (words.empty()) return;
+    std::string_view rest = line;
+    next_word(rest);
+    rest = skip_blanks(rest);
+    for (const Command &command : COMMANDS) {
+        if (words[0] == command.word) {
+            command.run(words, rest);
+            return;
+        }
+    }
+}

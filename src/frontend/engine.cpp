@@ -1,0 +1,130 @@
+#include "frontend/engine.h"
+
+#include <cmath>
+#include <string>
+
+#include "base/control.h"
+#include "base/output.h"
+#include "base/settings.h"
+#include "board/notation.h"
+#include "frontend/input.h"
+#include "search/report.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/timing.h"
+#include "search/tt.h"
+
+namespace {
+
+constexpr int SEARCH_POLL_MS = 1;  // between looks at the clock while a search runs
+constexpr int IDLE_POLL_MS = 50;   // input ends the wait at once
+
+// Carried out even while a `go` waits for the running search to end.
+constexpr std::string_view URGENT_COMMANDS[] = {"stop", "ponderhit", "isready", "quit", "."};
+
+bool searching() { return search_state != REQUEST_NONE; }
+
+void interpret(const std::string &line) {
+    if (uci_mode == 1 || line == "uci")
+        interpret_uci(line);
+    else
+        interpret_console(line);
+}
+
+// Whether only a command can end the running search.
+bool search_is_endless() {
+    return search_state == REQUEST_PONDER ||
+           (tc_mode == 1 && time_per_move >= 99999.0 && max_depth >= MAX_DEPTH && node_limit <= 0);
+}
+
+void start_search() {
+    begin_search();
+    search_request = REQUEST_NONE;
+
+    // The opening book is asked here.
+
+    if (const std::string_view reason = unsearchable_reason(game->position); !reason.empty()) {
+        print_line("info string cannot search this position: " + std::string(reason));
+        return;
+    }
+    if (game->position.fifty > 100) return;
+    start_search_threads();
+}
+
+void report_to_console() {
+    const ThreadStats stats = sum_thread_stats();
+    const double elapsed = search_shared.elapsed;
+    const auto nodes = static_cast<double>(stats.nodes);
+    const auto hit_rate = [](std::uint64_t hits, std::uint64_t probes) {
+        return 100.0 * static_cast<double>(hits) / (static_cast<double>(probes) + 1.0);
+    };
+    print_format("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f",
+                 move_to_text(root_result.pv[1]).c_str(), elapsed, root_result.score.load(), nodes,
+                 nodes / (elapsed + 0.001) / 1000.0, branching_factor());
+    print_format("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%, TB=%0.0fK",
+                 hash_fill() * 100.0, hit_rate(stats.hash_hits, stats.hash_probes),
+                 hit_rate(stats.pawn_hits, stats.pawn_probes), hit_rate(stats.eval_hits, stats.evaluations),
+                 static_cast<double>(stats.tb_hits) / 1000.0);
+    print_line("");
+}
+
+void report_result() {
+    update_elapsed();
+    print_final_line();
+    if (uci_mode == 1) {
+        const Move ponder = root_result.pv[1] != NO_MOVE ? root_result.pv[2].load() : NO_MOVE;
+        const std::string ponder_text = ponder != NO_MOVE ? " ponder " + move_to_text(ponder) : "";
+        print_format("bestmove %s%s", move_to_text(root_result.pv[1]).c_str(), ponder_text.c_str());
+    } else {
+        report_to_console();
+    }
+    search_state = REQUEST_NONE;
+}
+
+// After the end of input nobody can stop a search or hit the ponder move.
+void act_on_end_of_input() {
+    if (!input_queue.at_end()) return;
+    if (searching()) {
+        if (search_is_endless() && (input_queue.empty() || search_request != REQUEST_NONE)) {
+            search_state = REQUEST_SEARCH;
+            stop_flag = STOP_REPORT;
+        }
+    } else if (input_queue.empty() && search_request == REQUEST_NONE) {
+        quit_flag = true;
+    }
+}
+
+}  // namespace
+
+void read_command(int timeout_ms) {
+    const bool held = search_request != REQUEST_NONE;  // a `go` waits: only urgent commands may overtake it
+    poll_input(input_queue.empty() || held ? timeout_ms : 0);
+    std::string line;
+    if (held) {
+        if (input_queue.take_first_of(URGENT_COMMANDS, line)) interpret(line);
+    } else if (!input_queue.empty()) {
+        interpret(input_queue.take());
+    }
+}
+
+void stop_and_wait(int reason) {
+    stop_flag = static_cast<std::uint8_t>(reason);
+    wait_until_idle();
+}
+
+void engine_loop() {
+    set_fen(game->position, START_FEN);
+    if (uci_mode == 0) show_board(game->position);
+    search_request = REQUEST_NONE;
+    quit_flag = false;
+    while (!quit_flag) {
+        if (search_request != REQUEST_NONE && !searching()) start_search();
+        if (searching() && search_state != REQUEST_PONDER && busy_threads() == 0) {
+            report_result();
+            continue;
+        }
+        if (searching()) check_time();
+        read_command(searching() ? SEARCH_POLL_MS : IDLE_POLL_MS);
+        act_on_end_of_input();
+    }
+}

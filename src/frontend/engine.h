@@ -1,0 +1,22 @@
+// The engine loop: reads commands, starts searches, keeps their time and reports their results.
+#pragma once
+
+#include <string_view>
+
+// Name and author as the protocol shows them.
+constexpr const char *ENGINE_NAME = "Dral 4.0";
+constexpr const char *ENGINE_AUTHOR = "Brellmoor";
+
+// Runs until quit_flag is set: by a command, or after the end of input when nothing is left to do. Main thread.
+void engine_loop();
+
+// Waits up to `timeout_ms` for input, then interprets at most one complete line. Main thread.
+void read_command(int timeout_ms);
+
+// Waits until the running search has reported whatever it found, for commands that need idle threads.
+void stop_and_wait(int reason);
+
+// uci.cpp: interprets one line of the UCI protocol.
+void interpret_uci(std::string_view line);
+// console.cpp: interprets one line typed at a console.
+void interpret_console(std::string_view line);

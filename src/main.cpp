@@ -1,0 +1,63 @@
+// Entry point: start-up in a fixed order, one mode, shut-down.
+#include <cstdlib>
+
+#include "base/control.h"
+#include "base/output.h"
+#include "base/settings.h"
+#include "board/attacks.h"
+#include "eval/parameters.h"
+#include "frontend/command_line.h"
+#include "frontend/engine.h"
+#include "frontend/options.h"
+#include "platform/clock.h"
+#include "search/params.h"
+#include "search/threads.h"
+#include "search/tt.h"
+
+namespace {
+
+bool start_up(int count, char **arguments, CommandLine &line) {
+    std::srand(wall_clock_seed());
+    if (!allocate_game()) return false;
+    init_attacks();
+    default_settings = Settings{};
+    settings = default_settings;
+    uci_mode = 1;
+    line = parse_command_line(count, arguments);
+    if (start_threads(settings.Threads) != 0 || !tt_allocate()) return false;
+    if (settings.Log != 0) settings.Log = set_logging(true) ? 1 : 0;
+    if (!request_fine_timer()) print_line("error setting timer resolution\n");
+    default_settings = settings;
+    if (!settings.ConfigFilePath.empty()) load_config_file();
+    derive_search_params();
+    derive_eval_tables();
+    settings.settings_changed = 0;
+    return true;
+}
+
+void run(const CommandLine &line) {
+    switch (line.mode) {
+    case RunMode::ENGINE: engine_loop(); break;
+    case RunMode::MATCH: noise = 1000.0; break;
+    case RunMode::MAKE_CONFIG: break;
+    default: print_line("this tool is not part of this version"); break;
+    }
+}
+
+void shut_down() {
+    stop_threads();
+    tt_free();
+    free_game();
+    release_fine_timer();
+    close_log();
+}
+
+}  // namespace
+
+int main(int count, char **arguments) {
+    CommandLine line;
+    const bool started = start_up(count, arguments, line);
+    if (started) run(line);
+    shut_down();
+    return started ? 0 : 1;
+}

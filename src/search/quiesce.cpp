@@ -1,0 +1,81 @@
+// Quiescence search: captures (and, near the horizon, checks) until the position is quiet.
+#include <algorithm>
+
+#include "board/see.h"
+#include "search/picker.h"
+#include "search/search.h"
+#include "search/tt.h"
+
+namespace {
+
+constexpr std::array<int, 8> DELTA_VALUE = {0, 100, 360, 360, 560, 1100, 9999, 0};
+constexpr int DELTA_NEVER_PRUNED = 20000;  // checks
+constexpr int DELTA_LAST_PIECES = 5000;    // captures that leave the opponent next to nothing
+constexpr int DELTA_FAR_PAWN = 1500;       // pawns to the 7th or 8th rank
+constexpr int RAZORING_MARGIN = 450;
+constexpr int DELTA_MARGIN = 150;
+constexpr int RECAPTURE_DEPTH = -3;  // below this depth only recaptures
+
+// What a move could win at most, in centipawns, before the margin.
+int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
+    if (gives_check(pos, side, entry) != 0) return DELTA_NEVER_PRUNED;
+    const int captured = type_of(entry.captured);
+    if (captured != NO_TYPE) {
+        const Colour enemy = 1 - side;
+        const std::uint32_t pawns = (pos.material[enemy] & 15) - (captured == PAWN ? 1 : 0);
+        if (pawns == 0 && pos.nonpawn_material[enemy] - NONPAWN_UNIT[captured] < 4) return DELTA_LAST_PIECES;
+    }
+    if (type_of(entry.piece) == PAWN && relative_rank(side, to_square(entry.move)) >= 6) return DELTA_FAR_PAWN;
+    return DELTA_VALUE[captured];
+}
+
+bool loses_exchange(Position &pos, const MoveEntry &entry) {
+    const int mover = type_of(entry.piece);
+    if (PIECE_RANK[mover] <= PIECE_RANK[type_of(entry.captured)] || mover == KING ||
+        is_en_passant_capture(pos, entry.move))
+        return false;
+    return exchange_value(pos, entry) < -SEE_TOLERANCE;
+}
+
+}  // namespace
+
+int quiesce(SearchThread &thread, Colour side, int ply, int depth, int alpha, int beta, NodeType type, Line &pv) {
+    Position &pos = thread.position;
+    PlyRecord &record = thread.plies[ply];
+
+    // Stand pat
+    const int stand = record.static_eval;
+    if (stand >= beta) return beta;
+    record.moves_searched = 0;
+    int best = std::max(alpha, stand);
+    const int first_best = best;
+    Move best_move = NO_MOVE;
+
+    const int margin = depth >= 1 ? RAZORING_MARGIN : DELTA_MARGIN;
+    record.pick_stage = depth >= 0 ? PICK_CHECKS : PICK_START;
+    const Square last_target = to_square(thread.history.current_move);
+    Line child;
+    while (const MoveEntry *entry = pick_next(thread)) {
+        if (depth < RECAPTURE_DEPTH && to_square(entry->move) != last_target) continue;
+        if (stand + delta_value(pos, side, *entry) <= best - margin) continue;
+        if (loses_exchange(pos, *entry)) continue;
+        if (is_null(entry) || !is_legal(pos, side, entry->move)) continue;
+
+        make_move(pos, entry->move);
+        const int score =
+            -search_node(thread, 1 - side, ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);
+        unmake_move(pos);
+        if (stop_flag != STOP_NONE) return 0;
+        ++record.moves_searched;
+        if (score > best) {
+            best = score;
+            best_move = pv[ply] = entry->move;
+            pv[ply + 1] = NO_MOVE;
+            if (score >= beta) break;
+            for (int i = ply + 1; i < PV_SIZE && (pv[i] = child[i]) != NO_MOVE; ++i) {
+            }
+        }
+    }
+    if (best >= beta && depth >= 0) tt_store(pos, ply, depth, best_move, best, first_best, beta);
+    return best;
+}

@@ -1,0 +1,45 @@
+// The search trace file.
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <type_traits>
+
+#include "board/notation.h"
+#include "search/search.h"
+
+namespace {
+
+// The trace. Meant for one search thread; written without a lock.
+Relaxed<int> trace_level(0);
+std::FILE *trace_file = nullptr;
+int last_ply = 0;
+int last_iteration = -1;
+
+constexpr int BLOCK = 9;  // columns of one move
+
+// A position's history is the first member of its thread's record.
+static_assert(offsetof(SearchThread, history) == 0);
+const SearchThread &thread_of(const Position &pos) { return *reinterpret_cast<const SearchThread *>(pos.thread); }
+
+void write_trace(const Position &pos, Move m) {
+    if (trace_file == nullptr) {
+        trace_file = std::fopen("trace.txt", "w");
+        if (trace_file == nullptr) std::exit(0);
+    }
+    const SearchThread &thread = thread_of(pos);
+    const int ply = thread.history.ply;
+    if (trace_level < ply) return;
+    const int iteration = thread.iteration;
+    if (iteration > last_iteration) std::fprintf(trace_file, "\n\nSEARCH DEPTH= %d\n", iteration);
+    if (ply <= last_ply) std::fprintf(trace_file, "\n%*s", (ply - 1) * BLOCK, "");
+    std::fprintf(trace_file, "(%2d)%s ", thread.plies[ply].depth, move_to_text(m).c_str());
+    last_ply = ply;
+    last_iteration = iteration;
+}
+
+}  // namespace
+
+void set_trace_level(int level) {
+    trace_level = level;
+    move_trace.store(level != 0 ? write_trace : nullptr, std::memory_order_relaxed);
+}

@@ -1,0 +1,124 @@
+#!/bin/bash
+# Includes point down: fails when a file below src/ includes one of a higher floor, one of another folder on its own
+# floor, one that does not exist, or when includes run in a circle.
+#
+#   tests/check_layers.sh [SOURCE_DIR]    checks a source tree, by default src/ of this checkout
+#   tests/check_layers.sh --self-test     proves on small trees that each fault is found
+set -u
+export LC_ALL=C
+
+# Floor of each folder. main.cpp, alone in the top folder (.), stands above all.
+floors="platform=1 base=2 board=3 eval=4 fathom=4 book=4 search=5 tools=6 frontend=7 .=8"
+
+# Prints one line "FILE:LINE:INCLUDED" per project include of the tree in the current directory. `<...>` counts too
+# when it names a file of the tree.
+list_includes() {
+    local file line kind name
+    find . -type f \( -name '*.h' -o -name '*.cpp' \) -printf '%P\0' | sort -z |
+        xargs -0 -r awk '
+            match($0, /^[ \t]*#[ \t]*include[ \t]*["<][^">]*[">]/) {
+                text = substr($0, RSTART, RLENGTH)
+                sub(/^[ \t]*#[ \t]*include[ \t]*/, "", text)
+                print FILENAME, FNR, substr(text, 1, 1), substr(text, 2, length(text) - 2)
+            }' |
+        while read -r file line kind name; do
+            if [ "$kind" = '"' ] && [ -f "$(dirname "$file")/$name" ]; then
+                name=$(realpath --relative-to=. "$(dirname "$file")/$name")
+            elif [ -f "$name" ]; then
+                name=$(realpath --relative-to=. "$name")
+            elif [ "$kind" = '<' ]; then
+                continue
+            fi
+            echo "$file:$line:$name"
+        done
+}
+
+check_tree() {
+    local tree=$1 includes faults circle
+    cd "$tree" || return 2
+    if [ -z "$(find . -name '*.cpp' -print -quit)$(find . -name '*.h' -print -quit)" ]; then
+        echo "no sources in $tree"
+        return 2
+    fi
+    includes=$(list_includes)
+
+    faults=$(awk -F: -v floors="$floors" '
+        function folder(path) { return path ~ /\// ? substr(path, 1, index(path, "/") - 1) : "." }
+        BEGIN {
+            count = split(floors, pairs, " ")
+            for (i = 1; i <= count; i++) { split(pairs[i], pair, "="); floor[pair[1]] = pair[2] }
+        }
+        NF < 3 { next }
+        {
+            from = folder($1); to = folder($3); where = $1 ":" $2 ": "
+            if (system("test -f \"" $3 "\"") != 0)
+                print where "no such file: " $3
+            else if (!(from in floor) || !(to in floor))
+                print where "folder without a floor: " (from in floor ? to : from)
+            else if (floor[to] > floor[from])
+                print where "points up: " from " (floor " floor[from] ") includes " $3 " (floor " floor[to] ")"
+            else if (floor[to] == floor[from] && from != to)
+                print where "points sideways: " from " includes " $3
+            else if ($1 == $3)
+                print where "includes itself"
+        }' <<<"$includes")
+
+    circle=$(awk -F: 'NF >= 3 { print $1, $3 }' <<<"$includes" | tsort 2>&1 >/dev/null)
+    if [ -n "$circle" ]; then
+        faults+="${faults:+$'\n'}includes run in a circle:"$'\n'"$(sed 's/^tsort: /    /' <<<"$circle")"
+    fi
+
+    if [ -n "$faults" ]; then
+        echo "$faults"
+        return 1
+    fi
+    echo "$(awk -F: 'NF >= 3' <<<"$includes" | wc -l) includes, all of them point down"
+}
+
+# Runs check_tree on a small good tree with one line added to one file; the output must hold the expected words.
+expect() {
+    local file=$1 added=$2 expected=$3 tree output
+    tree=$scratch/tree
+    rm -rf "$tree"
+    mkdir -p "$tree"/{platform,board,eval,book,search}
+    echo '#pragma once' | tee "$tree"/platform/clock.h "$tree"/eval/eval.h "$tree"/book/book.h >"$tree"/board/types.h
+    printf '%s\n' '#pragma once' '#include "board/types.h"' '#include <vector>' >"$tree"/board/position.h
+    printf '%s\n' '#include "position.h"' '#include "platform/clock.h"' >"$tree"/board/position.cpp
+    printf '%s\n' '#pragma once' '#include "board/position.h"' '#include "eval/eval.h"' >"$tree"/search/search.h
+    echo '#include "search/search.h"' >"$tree"/main.cpp
+    if [ -n "$file" ]; then
+        mkdir -p "$(dirname "$tree/$file")"
+        echo "$added" >>"$tree/$file"
+    fi
+    output=$(check_tree "$tree")
+    local status=$?
+    if { [ -z "$file" ] && [ $status -ne 0 ]; } || { [ -n "$file" ] && [ $status -ne 1 ]; } ||
+        ! grep -q -F "$expected" <<<"$output"; then
+        echo "self-test failed: '$added' in '$file' gave status $status and:"
+        echo "$output"
+        failed=1
+    fi
+}
+
+self_test() {
+    failed=0
+    scratch=$(mktemp -d) || exit 2
+    trap 'rm -rf "$scratch"' EXIT
+    expect ''               ''                               'all of them point down'
+    expect board/position.h '#include "search/search.h"'     'board/position.h:4: points up'
+    expect board/types.h    '  #  include "../eval/eval.h"'  'board/types.h:2: points up'
+    expect board/types.h    '#include <eval/eval.h>'         'board/types.h:2: points up'
+    expect platform/clock.h '#include "board/types.h"'       'platform/clock.h:2: points up'
+    expect book/book.h      '#include "eval/eval.h"'         'book/book.h:2: points sideways'
+    expect board/types.h    '#include "position.h"'          'includes run in a circle'
+    expect board/types.h    '#include "board/types.h"'       'includes itself'
+    expect board/types.h    '#include "board/none.h"'        'no such file: board/none.h'
+    expect attic/old.h      '#include "board/types.h"'       'folder without a floor: attic'
+    [ $failed -eq 0 ] && echo "every fault was found"
+    return $failed
+}
+
+case "${1:-}" in
+--self-test) self_test ;;
+*) check_tree "${1:-$(dirname "$(readlink -f "$0")")/../src}" ;;
+esac

@@ -1,0 +1,242 @@
+// The console protocol: boards, counts of moves, settings, searches.
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "uci_session.h"
+
+namespace {
+
+using namespace e2e;
+
+const std::string START_BOARD =
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -\n"
+    "  r n b q k b n r\n"
+    "  o o o o o o o o\n"
+    "  - + - + - + - +\n"
+    "  + - + - + - + -\n"
+    "  - + - + - + - +\n"
+    "  + - + - + - + -\n"
+    "  P P P P P P P P\n"
+    "  R N B Q K B N R\n"
+    "white\n"
+    "\n";
+
+class Console : public testing::Test {
+protected:
+    Console() {
+        engine_.expect_line("white");
+        engine_.read_line();
+    }
+    // All that the line prints; a setting that answers at once marks the end.
+    Lines replies(std::string_view line) {
+        engine_.send(line);
+        engine_.send("set ponder 1");
+        Lines lines = engine_.expect_line("ponder set to 1");
+        lines.pop_back();
+        return lines;
+    }
+
+    EngineProcess engine_{{"-c"}};
+};
+
+TEST(ConsoleStart, ShowsTheBoard) {
+    EngineProcess engine({"-c"});
+    Lines lines = engine.expect_line("white");
+    lines.push_back(engine.read_line());
+    const std::string text = joined(lines);
+    EXPECT_TRUE(text.ends_with(START_BOARD)) << text;
+    quit_and_check(engine);
+}
+
+TEST_F(Console, ShowsPositions) {
+    EXPECT_EQ(joined(replies("fen 4k2b/8/8/3pP3/8/8/1N6/4K2R w K d6")),
+              "4k2b/8/8/3pP3/8/8/1N6/4K2R w K d6\n"
+              "  - + - + k + - b\n"
+              "  + - + - + - + -\n"
+              "  - + - + - + - +\n"
+              "  + - + o P - + -\n"
+              "  - + - + - + - +\n"
+              "  + - + - + - + -\n"
+              "  - N - + - + - +\n"
+              "  + - + - K - + R\n"
+              "white\n"
+              "\n");
+    EXPECT_EQ(replies("bd").front(), "4k2b/8/8/3pP3/8/8/1N6/4K2R w K d6");
+    EXPECT_EQ(joined(replies("new")), START_BOARD);
+    // Whatever the text, a board is shown and the console lives on.
+    for (const std::string &fen : {std::string(), std::string("8/8/8/8/8/8/8/8 b"), std::string(10'000, 'Q'),
+                                   std::string("kkkkkkkkkkkkkkk/9/0/pppppppppp b KQkq h9 x y z")}) {
+        const Lines lines = replies("fen " + fen);
+        EXPECT_GE(lines.size(), 11U) << fen.substr(0, 50);
+        replies("perft 2");
+        replies("swap");
+        replies("mv");
+    }
+    EXPECT_EQ(joined(replies("new")), START_BOARD);
+    quit_and_check(engine_);
+}
+
+TEST_F(Console, CountsMovePaths) {
+    struct Case {
+        const char *fen;
+        std::vector<const char *> nodes;  // at depth 1, 2, ...
+    };
+    const Case CASES[] = {
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", {"20", "400", "8902", "197281"}},
+        {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", {"48", "2039", "97862"}},
+        {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", {"14", "191", "2812", "43238"}},
+        {"r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", {"6", "264", "9467"}},
+        {"rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -", {"44", "1486", "62379"}},
+    };
+    for (const Case &c : CASES) {
+        replies("fen " + std::string(c.fen));
+        for (std::size_t depth = 1; depth <= c.nodes.size(); ++depth) {
+            const std::string line = replies("perft " + std::to_string(depth)).back();
+            std::smatch part;
+            ASSERT_TRUE(
+                std::regex_match(line, part, std::regex("visited (\\d+) nodes in \\d+\\.\\d{3} seconds, nps= \\d+")))
+                << line;
+            EXPECT_EQ(part[1], c.nodes[depth - 1]) << c.fen << ", depth " << depth;
+        }
+    }
+    for (const char *line : {"perft", "perft 0", "perft -1", "perft x"}) {
+        const Lines refusal = replies(line);
+        EXPECT_EQ(refusal.size(), 1U) << line;
+        EXPECT_EQ(joined(refusal).find("visited"), std::string::npos) << line;
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(Console, ValuesCaptures) {
+    replies("fen 4k3/8/2p5/3p4/4P3/8/8/4K3 w - -");
+    EXPECT_EQ(joined(replies("swap")), "sq= e4, swap=  100\nsq= d5, swap=    0\n");
+    replies("fen q3k3/8/8/3R4/8/8/8/4K3 b - -");
+    EXPECT_EQ(joined(replies("swap")), "sq= d5, swap=  530\n");
+    quit_and_check(engine_);
+}
+
+TEST_F(Console, AnswersSettings) {
+    const std::pair<const char *, Lines> CASES[] = {
+        {"set level 40 5:00 2", {"set level to 40 moves in 300.00 seconds, inc 2.00"}},
+        {"set level 0 90", {"set level to 0 moves in 90.00 seconds, inc 0.00"}},
+        {"set level 1 1:30 0.5", {"set level to 1 moves in 90.00 seconds, inc 0.50"}},
+        {"set NMP_depth 4", {"NMP_depth set to 4"}},
+        {"set SEP_depth 2", {"SEP_depth set to 2"}},
+        {"set FP_depth 5", {"FP_depth set to 5"}},
+        {"set ProbCut_depth 6", {"ProbCut_depth set to 6"}},
+        {"set LMP_depth 7", {"LMP_depth set to 7"}},
+        {"set LMR_depth 8", {"LMR_depth set to 8"}},
+        {"set Selectivity 90", {"Selectivity set to 90"}},
+        {"set ss 0", {"selectivity set to OFF"}},
+        {"set ss 1", {"set default personality"}},
+        {"set hash 2", {}},
+        {"set noise 0", {}},
+        {"set multipv 2", {}},
+        {"set", {}},
+        {"set nothing 5", {}},
+        // No commands.
+        {"", {}},
+        {"   ", {}},
+        {"isready", {}},
+        {"go_ 5", {}},
+        {"BD", {}},
+        {"one two three four five six seven eight nine ten eleven twelve", {}},
+    };
+    for (const auto &[line, expected] : CASES) EXPECT_EQ(replies(line), expected) << line;
+    EXPECT_EQ(replies(std::string(5000, 'w') + ' ' + std::string(5000, 'v')), Lines{});
+    quit_and_check(engine_);
+}
+
+class ConsoleSearch : public Console {
+protected:
+    // The two lines that sum a search up, and all before them.
+    Lines summary() {
+        Lines lines = engine_.expect_line("Hash fill= ");
+        static const std::regex FIRST(
+            "move= (null|[a-h][1-8][a-h][1-8](=[QRBN])?), time= \\d+\\.\\d{3}, score= -?\\d+, nodes= \\d+, "
+            "nps= \\d+K ebf= \\d+\\.\\d\\d");
+        static const std::regex SECOND(
+            "Hash fill= \\d+\\.\\d%, Hash hits: main= \\d+\\.\\d%, pawn= \\d+\\.\\d%, eval= \\d+\\.\\d%, TB=\\d+K");
+        EXPECT_GE(lines.size(), 2U);
+        if (lines.size() >= 2) {
+            EXPECT_TRUE(std::regex_match(lines[lines.size() - 2], FIRST)) << lines[lines.size() - 2];
+            EXPECT_TRUE(std::regex_match(lines.back(), SECOND)) << lines.back();
+        }
+        return lines;
+    }
+    static int last_depth(const Lines &lines) {
+        static const std::regex PROGRESS("\\d\\d\\] (\\d\\d)[ .] +\\d+\\.\\d +\\d+K +-?\\d+  .*");
+        int depth = -1;
+        std::smatch part;
+        for (const std::string &line : lines)
+            if (std::regex_match(line, part, PROGRESS)) depth = std::stoi(part[1]);
+        return depth;
+    }
+};
+
+TEST_F(ConsoleSearch, AnalysesToADepthOrUntilStopped) {
+    for (const char *command : {"go", "an"}) {
+        engine_.send(std::string(command) + " 5");
+        EXPECT_EQ(last_depth(summary()), 5);
+        engine_.send(command);
+        engine_.expect_line([](std::string_view line) { return line.find("] 06") != line.npos; });
+        engine_.send(".");
+        EXPECT_GE(last_depth(summary()), 6);
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(ConsoleSearch, SearchesWithTheLimitsThatAreSet) {
+    engine_.send("set depth 4");
+    engine_.send("mv");
+    EXPECT_EQ(last_depth(summary()), 4);
+    // The move is not played.
+    EXPECT_TRUE(joined(replies("bd")).ends_with(START_BOARD));
+    quit_and_check(engine_);
+
+    EngineProcess limited({"-c", "-d", "3"});
+    limited.send("mv");
+    EXPECT_EQ(last_depth(limited.expect_line("Hash fill= ")), 3);
+    quit_and_check(limited);
+
+    EngineProcess nodes({"-c", "-n", "30000"});
+    nodes.send("mv");
+    const Lines lines = nodes.expect_line("Hash fill= ");
+    std::smatch part;
+    const std::string text = joined(lines);
+    ASSERT_TRUE(std::regex_search(text, part, std::regex("score= -?\\d+, nodes= (\\d+),"))) << text;
+    EXPECT_NEAR(std::stoi(part[1]), 30'000, 100);
+    quit_and_check(nodes);
+}
+
+TEST_F(ConsoleSearch, ANewPositionAbandonsTheSearch) {
+    for (const char *command : {"new", "fen 4k3/8/8/8/8/8/8/4K2R w K -"}) {
+        engine_.send("go");
+        engine_.expect_line([](std::string_view line) { return line.find("] 05") != line.npos; });
+        engine_.send(command);
+        summary();
+        engine_.send("go 3");
+        summary();
+    }
+    EXPECT_NE(joined(replies("bd")).find("4k3/8/8/8/8/8/8/4K2R w K -\n"), std::string::npos);
+    quit_and_check(engine_);
+}
+
+TEST(ConsoleSwitch, UciEndsTheConsole) {
+    EngineProcess engine({"-c"});
+    engine.send("bd");
+    engine.send("uci");
+    engine.send("bd");
+    engine.send("perft 1");
+    engine.send("isready");
+    engine.expect_line("uciok");
+    EXPECT_EQ(engine.read_line(), "readyok");
+    EXPECT_NE(search(engine, "go depth 3").best, "null");
+    quit_and_check(engine);
+}
+
+}  // namespace

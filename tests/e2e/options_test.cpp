@@ -1,0 +1,334 @@
+// "setoption", the configuration file and the log file.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+
+#include "uci_session.h"
+
+namespace {
+
+using namespace e2e;
+
+TEST(Options, RepliesWithWhatIsStored) {
+    struct Case {
+        const char *setting;  // after "setoption "
+        const char *reply;    // after "info string "; nullptr: silence
+    };
+    const Case CASES[] = {
+        // Integers: clamped, read as far as they are numbers.
+        {"name Hash value 32", "Hash set to 32"},
+        {"name Hash value 100000", "Hash set to 16384"},
+        {"name Hash value 99999999999999999999", "Hash set to 16384"},
+        {"name Hash value -5", "Hash set to 0"},
+        {"name Hash value -99999999999999999999", "Hash set to 0"},
+        {"name Hash value 65600", "Hash set to 16384"},  // past 16 bits
+        {"name Hash value 12abc", "Hash set to 12"},
+        {"name Hash value abc", "Hash set to 0"},
+        {"name Hash value +24", "Hash set to 24"},
+        {"name Hash value 64", "Hash set to 64"},
+        {"name Contempt value -151", "Contempt set to -150"},
+        {"name Contempt value 151", "Contempt set to 150"},
+        {"name Contempt value -0", "Contempt set to 0"},
+        {"name Contempt", "Contempt set to 0"},
+        {"name Threads value 0", "Threads set to 1"},
+        {"name Threads value 1", "Threads set to 1"},
+        {"name MultiPV value 0", "MultiPV set to 1"},
+        {"name MultiPV value 256", "MultiPV set to 255"},
+        {"name MoveOverhead value 5001", "MoveOverhead set to 5000"},
+        {"name Selectivity value 201", "Selectivity set to 200"},
+        {"name OwnBook_Depth value 61", "OwnBook_Depth set to 60"},
+        {"name OwnBook_Variety value 101", "OwnBook_Variety set to 100"},
+        {"name SyzygyProbeDepth5 value -6", "SyzygyProbeDepth5 set to -5"},
+        {"name SyzygyProbeDepth6 value 101", "SyzygyProbeDepth6 set to 100"},
+        // Checks: on where "true" stands anywhere.
+        {"name OwnBook value true", "OwnBook set to 1"},
+        {"name OwnBook value True", "OwnBook set to 0"},
+        {"name OwnBook value it is true", "OwnBook set to 1"},
+        {"name OwnBook value 1", "OwnBook set to 0"},
+        {"name OwnBook value false", "OwnBook set to 0"},
+        {"name Ponder value false", "Ponder set to 0"},
+        {"name UCI_LimitStrength value false", "UCI_LimitStrength set to 0"},
+        // Pairs: clamped one by one, a missing second number stays as it was.
+        {"name Mtl_Knight value 10,3000", "Mtl_Knight set to 20,2000"},
+        {"name Mtl_Knight value 400", "Mtl_Knight set to 400,2000"},
+        {"name Mtl_Knight value 380,360", "Mtl_Knight set to 380,360"},
+        {"name Mtl_BishopPair value -1,101", "Mtl_BishopPair set to 0,100"},
+        {"name PST_Pawn value 90,80", "PST_Pawn set to 90,80"},
+        {"name PST_King value 201,-1", "PST_King set to 200,0"},
+        {"name Threats value 99999999999,5", "Threats set to 200,5"},
+        {"name Awareness value 30,40", "Awareness set to 30,40"},
+        {"name tune value 1,2", "tune set to 1,2"},
+        // Texts keep their inner blanks.
+        {"name OwnBook_File value my books/a b.bin", "OwnBook_File set to 'my books/a b.bin'"},
+        {"name OwnBook_File", "OwnBook_File set to ''"},
+        // How name and value are found.
+        {"name    Contempt    value    5", "Contempt set to 5"},
+        {"  name Contempt value 6", "Contempt set to 6"},
+        {"value 5 name Contempt", nullptr},
+        {"name contempt value 5", nullptr},
+        {"name Contempt2 value 5", nullptr},
+        {"name  value 5", nullptr},
+        {"name", nullptr},
+        {"", nullptr},
+    };
+    EngineProcess engine;
+    await_ready(engine);
+    for (const Case &c : CASES) {
+        const Lines expected = c.reply == nullptr ? Lines{} : Lines{"info string " + std::string(c.reply)};
+        EXPECT_EQ(replies_to(engine, "setoption " + std::string(c.setting)), expected) << c.setting;
+    }
+    quit_and_check(engine);
+}
+
+TEST(Options, CutsLongTexts) {
+    EngineProcess engine;
+    await_ready(engine);
+    for (const std::size_t length : {143, 144, 145, 199, 200, 201, 100'000}) {
+        const std::string text(length, 'b');
+        EXPECT_EQ(replies_to(engine, "setoption name OwnBook_File value " + text),
+                  Lines{"info string OwnBook_File set to '" + text.substr(0, 143) + "'"})
+            << length;
+    }
+    quit_and_check(engine);
+}
+
+TEST(Options, ListingShowsTheValuesInForce) {
+    EngineProcess engine;
+    await_ready(engine);
+    struct Case {
+        const char *option, *value, *shown;
+    };
+    const Case CASES[] = {
+        {"Hash", "17", "17"},
+        {"OwnBook", "true", "true"},
+        {"Ponder", "false", "false"},
+        {"Contempt", "-20", "-20"},
+        {"Mtl_Rook", "500,600", "500,600"},
+        {"PST_Pawn", "50,60", "50,60"},
+        {"Threats", "120", "120,100"},
+        {"OwnBook_File", "x y.bin", "x y.bin"},
+    };
+    for (const Case &c : CASES) {
+        engine.send("setoption name " + std::string(c.option) + " value " + c.value);
+        EXPECT_EQ(listed_default(engine, c.option), c.shown) << c.option;
+    }
+    quit_and_check(engine);
+}
+
+TEST(Options, ClearHashIsAButton) {
+    EngineProcess engine;
+    await_ready(engine);
+    for (const char *threads : {"1", "3"}) {
+        engine.send("setoption name Threads value " + std::string(threads));
+        search(engine, "go depth 7");
+        EXPECT_EQ(replies_to(engine, "setoption name Clear_Hash").back(), "info string Hash table cleared");
+    }
+    quit_and_check(engine);
+}
+
+// A position in which the evaluation weighs pieces against each other: an option must reach the search.
+TEST(Options, ChangedWeightsReachTheNextSearch) {
+    EngineProcess engine;
+    await_ready(engine);
+    engine.send("position fen 4k3/pppp4/8/8/8/8/PPPP4/3QK3 w - -");
+    const std::string before = search(engine, "go depth 1").last().score;
+    engine.send("setoption name Mtl_Queen value 300,300");
+    const SearchReport after = search(engine, "go depth 1");
+    EXPECT_NE(after.last().score, before);
+    EXPECT_EQ(std::count(after.strings.begin(), after.strings.end(), "info string setting search and eval params..."),
+              1)
+        << joined(after.lines);
+    // Nothing changed since, so nothing is rebuilt.
+    EXPECT_EQ(search(engine, "go depth 1").strings, Lines{});
+    quit_and_check(engine);
+}
+
+TEST(Options, HashIsResizedAtTheNextSearch) {
+    EngineProcess engine;
+    await_ready(engine);
+    for (const char *size : {"0", "1", "3", "0", "64", "1"}) {
+        SCOPED_TRACE(size);
+        engine.send("setoption name Hash value " + std::string(size));
+        const SearchReport report = search(engine, "go depth 7");
+        const std::string line = "info string allocated " + std::string(size) + " Mbytes for hash table";
+        const auto place = std::find(report.lines.begin(), report.lines.end(), line);
+        ASSERT_NE(place, report.lines.end()) << joined(report.lines);
+        EXPECT_EQ(*(place + 1), "");
+        EXPECT_EQ(report.last().depth, 7);
+        // The same size once more: the table stays.
+        engine.send("setoption name Hash value " + std::string(size));
+        const SearchReport again = search(engine, "go depth 2");
+        EXPECT_EQ(std::count(again.lines.begin(), again.lines.end(), line), 0);
+    }
+    quit_and_check(engine);
+}
+
+// The limit is on address space, of which sanitizers reserve terabytes.
+#ifndef DRAL_TEST_SANITIZED
+TEST(Options, HashThatDoesNotFitEndsTheProgram) {
+    const auto limited = [](const std::string &arguments) {
+        return std::vector<std::string>{"-c",
+                                        "ulimit -v 1000000; exec '" + engine_binary().string() + "' " + arguments};
+    };
+    EngineProcess at_start("/bin/sh", limited("-hash 4096"), {});
+    EXPECT_EQ(at_start.read_until_exit().status, 1);
+
+    EngineProcess later("/bin/sh", limited(""), {});
+    await_ready(later);
+    later.send("setoption name Hash value 4096");
+    later.send("go depth 1");
+    EXPECT_EQ(later.read_until_exit().status, 255);
+}
+#endif
+
+class ConfigurationFile : public testing::Test {
+protected:
+    // The lines that loading prints, without those of the start-up before it.
+    Lines load(const std::string &name) {
+        EngineProcess engine({}, directory_.path());
+        await_ready(engine);
+        const Lines lines = replies_to(engine, "setoption name ConfigFilePath value " + name);
+        quit_and_check(engine);
+        return lines;
+    }
+    static Lines loaded(const std::string &name, Lines replies) {
+        replies.insert(replies.begin(), {"info string ConfigFilePath set to '" + name + "'",
+                                         "info string loading parameters from " + name});
+        return replies;
+    }
+    TemporaryDirectory directory_;
+};
+
+TEST_F(ConfigurationFile, SetsWhatItsLinesName) {
+    directory_.write("dral.cfg",
+                     "# a comment\n"
+                     "\n"
+                     "Hash = 17          # MB\n"
+                     "Contempt=-5\n"
+                     "  Selectivity = 50\n"  // a blank before the name is part of it
+                     "OwnBook = true # false\n"
+                     "Mtl_Knight   =    400,380\n"
+                     "#Threads = 2\n"
+                     "Threads 2\n"    // no '='
+                     "threads = 2\n"  // no such name
+                     "= 5\n"
+                     "=\n"
+                     "OwnBook_File = some books/x.bin\n"
+                     "MultiPV = 3\n");
+    EXPECT_EQ(joined(load("dral.cfg")),
+              joined(loaded("dral.cfg",
+                            {"info string Hash set to 17", "info string Contempt set to -5",
+                             "info string OwnBook set to 1", "info string Mtl_Knight set to 400,380",
+                             "info string OwnBook_File set to 'some books/x.bin'", "info string MultiPV set to 3"})));
+}
+
+TEST_F(ConfigurationFile, UnreadableOnesAreIgnored) {
+    std::filesystem::create_directory(directory_.path() / "folder");
+    for (const char *name : {"missing.cfg", "no/such/folder.cfg"})
+        EXPECT_EQ(load(name), Lines{"info string ConfigFilePath set to '" + std::string(name) + "'"});
+    EXPECT_EQ(load("folder").front(), "info string ConfigFilePath set to 'folder'");
+}
+
+TEST_F(ConfigurationFile, RingsAreReadOnce) {
+    directory_.write("self.cfg", "Contempt = 1\nConfigFilePath = self.cfg\nSelectivity = 90\n");
+    directory_.write("a.cfg", "ConfigFilePath = b.cfg\nContempt = 2\n");
+    directory_.write("b.cfg", "ConfigFilePath = a.cfg\nSelectivity = 80\n");
+    for (const char *name : {"self.cfg", "a.cfg"}) {
+        const Lines lines = load(name);
+        for (const std::string &file : {std::string("self.cfg"), std::string("a.cfg"), std::string("b.cfg")}) {
+            const auto times = std::count(lines.begin(), lines.end(), "info string loading parameters from " + file);
+            EXPECT_EQ(times, (file == "self.cfg") == (name == std::string("self.cfg")) ? 1 : 0) << joined(lines);
+        }
+        // The lines after the one that closes the ring still count.
+        const std::string last = name[0] == 's' ? "info string Selectivity set to 90" : "info string Contempt set to 2";
+        EXPECT_EQ(lines.back(), last) << joined(lines);
+    }
+}
+
+TEST_F(ConfigurationFile, TheSameFileCanBeLoadedAgain) {
+    directory_.write("x.cfg", "Contempt = 1\n");
+    EngineProcess engine({}, directory_.path());
+    await_ready(engine);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(replies_to(engine, "setoption name ConfigFilePath value x.cfg"),
+                  loaded("x.cfg", {"info string Contempt set to 1"}));
+    quit_and_check(engine);
+}
+
+TEST_F(ConfigurationFile, StrangeContentDoesNoHarm) {
+    std::string noise;
+    for (int i = 0; i < 20'000; ++i) noise += static_cast<char>((i * 7919 + i / 3) % 256);
+    directory_.write("noise.cfg", noise);
+    directory_.write("long.cfg", std::string(100'000, 'n') + "=" + std::string(100'000, 'v') + "\nContempt = 3\n");
+    directory_.write("empty.cfg", "");
+    directory_.write("end.cfg", "Contempt");
+    EXPECT_EQ(load("noise.cfg")[1], "info string loading parameters from noise.cfg");
+    EXPECT_EQ(load("long.cfg").back(), "info string Contempt set to 3");
+    EXPECT_EQ(load("empty.cfg"), loaded("empty.cfg", {}));
+    EXPECT_EQ(load("end.cfg"), loaded("end.cfg", {}));
+}
+
+class LogFile : public testing::Test {
+protected:
+    Lines log_lines() const {
+        std::istringstream in(directory_.read("dral.log"));
+        Lines lines;
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        return lines;
+    }
+    TemporaryDirectory directory_;
+};
+
+TEST_F(LogFile, HoldsCommandsAndReplies) {
+    directory_.write("dral.log", "from an earlier run\n");
+    EngineProcess engine({"-log"}, directory_.path());
+    await_ready(engine);
+    engine.send("debug off");  // leaves the echo on
+    engine.send("position startpos moves g1f3");
+    const SearchReport report = search(engine, "go depth 2");
+    quit_and_check(engine);
+
+    Lines log = log_lines();
+    // What precedes the first command is the calibration's.
+    log.erase(log.begin(), std::find(log.begin(), log.end(), "CMD: isready"));
+    Lines expected = {"CMD: isready",
+                      "readyok",
+                      "CMD: debug off",
+                      "CMD: position startpos moves g1f3",
+                      "CMD: go depth 2",
+                      "info string fen rnbqkbnr/pppppppp/8/8/8/5N2/PPPPPPPP/RNBQKB1R b KQkq -",
+                      "info string ply= 1, trg_time= 10000000.000 sec"};
+    expected.insert(expected.end(), report.lines.begin(), report.lines.end());
+    expected.push_back("CMD: quit");
+    EXPECT_EQ(joined(log), joined(expected));
+    EXPECT_EQ(directory_.read("dral.log").find("earlier"), std::string::npos);
+}
+
+TEST_F(LogFile, CanBeSwitchedOffAndOn) {
+    EngineProcess engine({}, directory_.path());
+    await_ready(engine);
+    EXPECT_FALSE(std::filesystem::exists(directory_.path() / "dral.log"));
+    engine.send("setoption name Log value true");
+    replies_to(engine, "first");
+    engine.send("setoption name Log value false");
+    replies_to(engine, "unheard");
+    engine.send("setoption name Log value true");
+    replies_to(engine, "second");
+    quit_and_check(engine);
+    const std::string log = directory_.read("dral.log");
+    EXPECT_NE(log.find("CMD: first\n"), std::string::npos) << log;
+    EXPECT_EQ(log.find("unheard"), std::string::npos) << log;
+    EXPECT_NE(log.find("CMD: second\n"), std::string::npos) << log;
+}
+
+TEST_F(LogFile, StaysOffWhenTheOldOneCannotBeDeleted) {
+    std::filesystem::create_directories(directory_.path() / "dral.log" / "occupied");
+    EngineProcess engine({"-log"}, directory_.path());
+    engine.expect_line([](std::string_view line) { return line == "log file in use."; });
+    EXPECT_EQ(listed_default(engine, "Log"), "false");
+    quit_and_check(engine);
+}
+
+}  // namespace

@@ -1,0 +1,413 @@
+// "go" and what ends a search: limits, "stop", pondering, other commands.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "uci_session.h"
+
+namespace {
+
+using namespace e2e;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char *MIDDLE_GAME = "r1bq1rk1/pp2bppp/2n1pn2/3p4/3P1B2/2NBPN2/PP3PPP/R2Q1RK1 w - -";
+
+class SearchCommands : public testing::Test {
+protected:
+    SearchCommands() { await_ready(engine_); }
+
+    // Whether the moves can be played one after another from the position ("startpos" or "fen ...").
+    bool playable(const std::string &position, const std::vector<std::string> &moves) {
+        std::string line = "position " + position;
+        if (line.find(" moves ") == std::string::npos) line += " moves";
+        for (const std::string &move : moves) line += " " + move;
+        return replies_to(engine_, line).empty();
+    }
+    void stop_after(const std::string &go, std::string_view line = "info depth 3 ") {
+        engine_.send(go);
+        engine_.expect_line(line);
+        engine_.send("stop");
+    }
+
+    EngineProcess engine_;
+};
+
+TEST_F(SearchCommands, ShownLinesCanBePlayed) {
+    for (const std::string &position :
+         {std::string("startpos"), "fen " + std::string(MIDDLE_GAME), std::string("fen 8/2P5/8/8/1k6/8/p3K3/8 b - -"),
+          std::string("fen r3k2r/8/8/1pP5/8/8/8/R3K2R w KQkq b6")}) {
+        SCOPED_TRACE(position);
+        engine_.send("position " + position);
+        const SearchReport report = search(engine_, "go depth 8");
+        for (const InfoLine &info : report.infos) EXPECT_TRUE(playable(position, info.pv)) << joined(report.lines);
+        EXPECT_EQ(report.best, report.last().pv[0]);
+        EXPECT_EQ(report.ponder, report.last().pv.size() > 1 ? report.last().pv[1] : "");
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, ProgressNeverGoesBack) {
+    engine_.send("setoption name Hash value 1");
+    engine_.send("position fen " + std::string(MIDDLE_GAME));
+    const SearchReport report = search(engine_, "go depth 10");
+    for (std::size_t i = 1; i < report.infos.size(); ++i) {
+        const InfoLine &before = report.infos[i - 1], &now = report.infos[i];
+        EXPECT_GE(now.depth, before.depth);
+        EXPECT_GE(now.nodes, before.nodes);
+        EXPECT_GE(now.time, before.time);
+        EXPECT_LE(now.hashfull, 1000);
+    }
+    EXPECT_EQ(report.last().depth, 10);
+    EXPECT_GE(report.last().seldepth, 10);
+    EXPECT_GT(report.last().hashfull, 0);
+    quit_and_check(engine_);
+}
+
+// After a few seconds the root moves are announced as well, next to lines of play in their usual form.
+TEST_F(SearchCommands, LongSearchesShowTheMoveTheyAreAt) {
+    engine_.send("position fen " + std::string(MIDDLE_GAME));
+    engine_.send("go infinite");
+    const Lines lines = engine_.expect_line("info currmove ");
+    EXPECT_TRUE(std::regex_match(lines.back(), std::regex("info currmove ([a-h][1-8]){2} currmovenumber [1-9]\\d?")))
+        << lines.back();
+    engine_.send("stop");
+    read_search(engine_);
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, DepthLimit) {
+    EXPECT_EQ(search(engine_, "go depth 1").last().depth, 1);
+    EXPECT_EQ(search(engine_, "go depth 6").last().depth, 6);
+    // No iteration at all, and no harm to the next search.
+    EXPECT_TRUE(search(engine_, "go depth 0").infos.empty());
+    search(engine_, "go depth -3");
+    EXPECT_EQ(search(engine_, "go depth 2").last().depth, 2);
+    // Bare kings: every iteration is short, so the cap is reached.
+    engine_.send("position fen 8/8/4k3/8/8/3K4/8/8 w - -");
+    EXPECT_EQ(search(engine_, "go depth 99").last().depth, 66);
+    EXPECT_EQ(search(engine_, "go infinite").last().depth, 66);
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, NodeLimit) {
+    engine_.send("position fen " + std::string(MIDDLE_GAME));
+    for (int i = 0; i < 4; ++i) {
+        const long long nodes = search(engine_, "go nodes 100000").last().nodes;
+        EXPECT_GE(nodes, 96'100);
+        EXPECT_LE(nodes, 104'000 + 100);
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, LimitsStayUntilTheyAreReplaced) {
+    search(engine_, "go depth 3");
+    EXPECT_EQ(search(engine_, "go movetime 60000").last().depth, 3);
+    EXPECT_EQ(search(engine_, "go wtime 600000 btime 600000").last().depth, 3);
+    EXPECT_GT(search(engine_, "go wtime 3000 btime 3000 movestogo 10").last().depth, 3);
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, MoveTime) {
+    for (const int time : {50, 400}) {
+        const auto start = Clock::now();
+        search(engine_, "go movetime " + std::to_string(time));
+        const auto taken = Clock::now() - start;
+        EXPECT_GE(taken, Milliseconds(time - 5));
+        EXPECT_LE(taken, Milliseconds(time) + scaled(Milliseconds(500)));
+    }
+    quit_and_check(engine_);
+}
+
+// Clocks that are short, gone or below zero are all answered, and never with an overrun that loses on time.
+TEST_F(SearchCommands, ShortClocks) {
+    struct Case {
+        const char *go;
+        int limit;  // ms
+    };
+    const Case CASES[] = {
+        {"go wtime 1000 btime 1000", 1000},
+        {"go wtime 500 btime 500 winc 10 binc 10", 500},
+        {"go wtime 300 btime 300 movestogo 1", 300},
+        {"go wtime 10 btime 10", 0},
+        {"go wtime 0 btime 0", 0},
+        {"go wtime -500 btime -500", 0},
+        {"go wtime -500 btime -500 movestogo 0", 0},
+        {"go wtime 1000 btime 1000 movestogo -1", 1000},
+        {"go movetime 0", 0},
+        {"go movetime -10", 0},
+    };
+    for (const Case &c : CASES) {
+        const auto start = Clock::now();
+        EXPECT_NE(search(engine_, c.go).best, "null") << c.go;
+        EXPECT_LE(Clock::now() - start, Milliseconds(c.limit) + scaled(Milliseconds(300))) << c.go;
+    }
+    quit_and_check(engine_);
+}
+
+// The plan is written into the log. It is 15 % shorter at a playing strength below 2400, which depends on the machine.
+TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
+    struct Case {
+        const char *position;
+        const char *go;
+        double seconds;
+        bool scaled;
+    };
+    const Case CASES[] = {
+        {"startpos", "go wtime 60000 btime 1000", 60.0 / 34 * 1.3, true},
+        {"startpos moves e2e4", "go wtime 1000 btime 60000", 60.0 / 34 * 1.3, true},
+        {"startpos moves e2e4 e7e5", "go btime 5 wtime 66000", 66.0 / 33 * 1.3, true},
+        {"startpos", "go wtime -500 btime 60000", 0.002, false},
+        {"startpos", "go wtime 10000 btime 1000 movestogo 1", 5.0, true},
+        {"startpos", "go wtime 10000 btime 1000 movestogo 9", 1.3, true},
+        {"startpos", "go wtime 800 btime 1000 movestogo 1", 0.27, false},  // capped: 0.65 of it, less 5 overheads
+        {"startpos", "go movetime 2500", 2.5, false},
+        {"startpos", "go infinite", 1e7, false},
+    };
+    TemporaryDirectory directory;
+    EngineProcess engine({"-log"}, directory.path());
+    await_ready(engine);
+    const auto planned_for = [&](const std::string &position, const std::string &go) {
+        engine.send("position " + position);
+        engine.send(go);
+        engine.send("isready");
+        engine.send("stop");
+        engine.expect_line("bestmove ");
+        const std::string log = directory.read("dral.log");
+        static const std::string WORD = "trg_time= ";
+        return std::stod(log.substr(log.rfind(WORD) + WORD.size()));
+    };
+    for (const Case &c : CASES) {
+        const double planned = planned_for(c.position, c.go);
+        const double expected = c.scaled && planned < 0.9 * c.seconds ? 0.85 * c.seconds : c.seconds;
+        EXPECT_NEAR(planned, expected, 0.0006) << c.go;
+    }
+    // An increment adds to the plan, and counts for its own side only.
+    engine.send("ucinewgame");
+    const double plain = planned_for("startpos", "go wtime 60000 btime 60000 binc 5000");
+    EXPECT_NEAR(planned_for("startpos", "go wtime 60000 btime 60000 winc 1000") - plain, 60.0 / 62, 0.002);
+    quit_and_check(engine);
+}
+
+TEST_F(SearchCommands, InfiniteSearchesWaitForStop) {
+    stop_after("go infinite");
+    EXPECT_NE(read_search(engine_).best, "null");
+    // Even when there is next to nothing to search.
+    engine_.send("go infinite");
+    engine_.send("stop");
+    read_search(engine_);
+    EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, PonderingEndsWithStopOrPonderhit) {
+    struct Case {
+        const char *go;
+        const char *end;
+    };
+    const Case CASES[] = {
+        {"go ponder wtime 200 btime 200", "ponderhit"},
+        {"go ponder wtime 200 btime 200", "stop"},
+        {"go ponder depth 3", "ponderhit"},  // long over when the end comes
+        {"go ponder depth 3", "stop"},
+        {"go ponder infinite", "stop"},
+    };
+    for (const Case &c : CASES) {
+        // The depth limit of an earlier case does not end this one.
+        search(engine_, "go depth 60 movetime 1");
+        engine_.send(c.go);
+        engine_.expect_line("info depth 3 ");
+        std::this_thread::sleep_for(Milliseconds(300));
+        for (const std::string &line : replies_to(engine_, "")) EXPECT_FALSE(line.starts_with("bestmove")) << c.go;
+        engine_.send(c.end);
+        EXPECT_NE(read_search(engine_, Milliseconds(3000)).best, "null") << c.go;
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, AnotherGoReplacesTheRunningSearch) {
+    for (const char *first : {"go infinite", "go ponder", "go ponder depth 3", "go wtime 600000 btime 600000"}) {
+        SCOPED_TRACE(first);
+        engine_.send("go infinite");  // lifts earlier limits
+        engine_.send("stop");
+        read_search(engine_);
+        engine_.send("position startpos moves e2e4");
+        engine_.send(first);
+        engine_.expect_line("info depth 3 ");
+        // What follows a waiting "go" waits with it.
+        engine_.send_raw("go depth 4\nposition startpos\n");
+        read_search(engine_);
+        const SearchReport second = read_search(engine_);
+        EXPECT_EQ(second.last().depth, 4);
+        const SearchReport third = search(engine_, "go depth 2");
+        EXPECT_TRUE(playable("startpos moves e2e4", second.last().pv)) << joined(second.lines);
+        EXPECT_TRUE(playable("startpos", third.last().pv)) << joined(third.lines);
+    }
+    // Two searches without an end of their own.
+    engine_.send("go infinite");
+    engine_.expect_line("info depth 3 ");
+    engine_.send("go infinite");
+    read_search(engine_);
+    engine_.expect_line("info depth 3 ");
+    engine_.send("stop");
+    read_search(engine_);
+    EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
+    quit_and_check(engine_);
+}
+
+// The position of a search is the one that held when it began.
+TEST_F(SearchCommands, PositionDuringASearchCountsForTheNext) {
+    engine_.send("position startpos");
+    engine_.send("go infinite");
+    engine_.expect_line("info depth 3 ");
+    engine_.send("position fen 7k/8/6K1/8/8/8/8/R7 b - -");
+    engine_.send("stop");
+    const SearchReport first = read_search(engine_);
+    EXPECT_EQ(search(engine_, "go depth 3").best, "h8g8");
+    EXPECT_TRUE(playable("startpos", {first.best}));
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, MultiPvShowsDifferentMoves) {
+    struct Case {
+        const char *position;
+        const char *wanted;
+        int lines;
+    };
+    const Case CASES[] = {
+        {"startpos", "4", 4},
+        {"startpos", "255", 20},                    // all moves there are
+        {"fen 7k/8/6K1/8/8/8/8/R7 b - -", "3", 1},  // one legal move
+        {"fen 8/2P5/8/8/1k6/8/p3K3/8 b - -", "2", 2},
+    };
+    for (const Case &c : CASES) {
+        SCOPED_TRACE(c.position);
+        engine_.send("setoption name MultiPV value " + std::string(c.wanted));
+        engine_.send("position " + std::string(c.position));
+        const SearchReport report = search(engine_, "go depth 4");
+        std::map<int, std::map<int, std::string>> first_moves;  // [depth][line]
+        for (const InfoLine &info : report.infos) first_moves[info.depth].emplace(info.multipv, info.pv[0]);
+        for (const auto &[depth, moves] : first_moves) {
+            EXPECT_EQ(moves.begin()->first, 1);
+            EXPECT_EQ(moves.rbegin()->first, c.lines) << joined(report.lines);
+            std::set<std::string> different;
+            for (const auto &[line, move] : moves) different.insert(move);
+            EXPECT_EQ(static_cast<int>(different.size()), c.lines) << joined(report.lines);
+        }
+        EXPECT_NE(report.best, "null");
+    }
+    engine_.send("setoption name MultiPV value 1");
+    EXPECT_EQ(search(engine_, "go depth 3").last().multipv, 0);
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
+    struct Case {
+        const char *fen;
+        const char *best;   // "null": the game is over
+        const char *score;  // "": no line is shown
+    };
+    const Case CASES[] = {
+        {"6k1/5ppp/8/8/8/8/8/R3K3 w Q -", "a1a8", "mate 1"},
+        {"7k/8/6K1/8/8/8/8/R7 b - -", "h8g8", "mate -2"},  // mated by the reply: counted with the mated position
+        {"R5k1/5ppp/8/8/8/8/8/6K1 b - -", "null", ""},     // mated
+        {"7k/5Q2/6K1/8/8/8/8/8 b - -", "null", ""},        // stalemate
+    };
+    for (const char *threads : {"1", "2"}) {
+        engine_.send("setoption name Threads value " + std::string(threads));
+        for (const Case &c : CASES) {
+            engine_.send("position fen " + std::string(c.fen));
+            const SearchReport report = search(engine_, "go depth 5");
+            EXPECT_EQ(report.best, c.best) << c.fen;
+            EXPECT_EQ(report.infos.empty() ? "" : report.last().score, c.score) << c.fen;
+            EXPECT_EQ(search(engine_, "go wtime 1000 btime 1000").best, c.best) << c.fen;
+        }
+    }
+    quit_and_check(engine_);
+}
+
+// A lone legal move needs no thought.
+TEST_F(SearchCommands, TheOnlyMoveIsPlayedAtOnce) {
+    const std::string fen = "r5k1/8/8/8/8/2pp4/2r5/K2R4 w - -";  // in check from a8: only Kb1
+    engine_.send("position fen " + fen);
+    const auto start = Clock::now();
+    EXPECT_EQ(search(engine_, "go wtime 600000 btime 600000").best, "a1b1");
+    EXPECT_LT(Clock::now() - start, scaled(Milliseconds(3000)));
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, TheSameSearchGivesTheSameLines) {
+    const auto timeless = [](const SearchReport &report) {
+        std::string text;
+        for (const InfoLine &info : report.infos) {
+            text += std::to_string(info.depth) + ' ' + std::to_string(info.seldepth) + ' ' + info.score + ' ' +
+                    std::to_string(info.nodes) + ' ' + std::to_string(info.hashfull);
+            for (const std::string &move : info.pv) text += ' ' + move;
+            text += '\n';
+        }
+        return text + report.lines.back();
+    };
+    const auto searched = [&](EngineProcess &engine, const std::string &position) {
+        engine.send("position " + position);
+        return timeless(search(engine, "go depth 8"));
+    };
+    EngineProcess other;
+    for (const std::string &position : {std::string("startpos"), "fen " + std::string(MIDDLE_GAME)}) {
+        const std::string first = searched(engine_, position);
+        for (const char *reset : {"setoption name Clear_Hash", "ucinewgame"}) {
+            engine_.send(reset);
+            EXPECT_EQ(searched(engine_, position), first) << reset;
+        }
+        EXPECT_EQ(searched(other, position), first) << "in another process";
+        for (EngineProcess *engine : {&engine_, &other}) engine->send("ucinewgame");
+    }
+    quit_and_check(engine_);
+    quit_and_check(other);
+}
+
+TEST_F(SearchCommands, ThreadsChangeBetweenAndDuringSearches) {
+    for (const char *threads : {"2", "8", "1", "8", "2"}) {
+        SCOPED_TRACE(threads);
+        const std::string change = "setoption name Threads value " + std::string(threads);
+        engine_.send("go infinite");
+        engine_.expect_line("info depth 3 ");
+        engine_.send(change);  // ends the search, which still has its result
+        EXPECT_NE(read_search(engine_).best, "null");
+        engine_.send("position startpos moves e2e4");
+        const SearchReport report = search(engine_, "go depth 7");
+        EXPECT_EQ(report.last().depth, 7);
+        EXPECT_TRUE(playable("startpos moves e2e4", report.last().pv));
+        stop_after("go infinite");
+        read_search(engine_);
+        EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
+    }
+    quit_and_check(engine_);
+}
+
+TEST_F(SearchCommands, OptionsAndNewGamesDuringASearch) {
+    for (const char *threads : {"1", "2"}) {
+        const std::string same_threads = "setoption name Threads value " + std::string(threads);
+        engine_.send(same_threads);
+        engine_.send("go infinite");
+        engine_.expect_line([](std::string_view line) { return line.find(" depth 3 ") != line.npos; });
+        for (const std::string &line :
+             {same_threads, std::string("setoption name Hash value 3"), std::string("setoption name Clear_Hash"),
+              std::string("setoption name MultiPV value 3"), std::string("setoption name Mtl_Queen value 900,900")})
+            engine_.send(line);
+        // None of these ended it.
+        for (const std::string &line : replies_to(engine_, "")) EXPECT_FALSE(line.starts_with("bestmove"));
+        engine_.send("ucinewgame");  // does end it
+        EXPECT_NE(read_search(engine_).best, "null");
+        EXPECT_NE(search(engine_, "go depth 5").best, "null");
+        EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
+    }
+    quit_and_check(engine_);
+}
+
+}  // namespace

@@ -12,6 +12,7 @@ double increment = 0.0;
 std::uint8_t tc_mode = 1;
 int moves_to_go = 0;
 Relaxed<std::uint8_t> max_depth(MAX_DEPTH);
+bool endless_search = false;
 std::int64_t node_limit = 0;
 Relaxed<double> target_nps(UNLIMITED_NPS);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <limits>
 
 namespace {
@@ -31,9 +32,8 @@ double leading_number(std::string_view text) {
     double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     // "inf" and "nan" are words here, not numbers.
-    if (error != std::errc{} || value != value || value > 1e15 || value < -1e15)
-        return error == std::errc{} && value > 1e15 ? 1e15 : 0.0;
-    return value;
+    if (error != std::errc{} || !std::isfinite(value)) return 0.0;
+    return std::clamp(value, -1e15, 1e15);
 }
 
 int clamped_integer(std::string_view text, int low, int high) {

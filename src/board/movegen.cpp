@@ -183,7 +183,7 @@ namespace {
 bool pawn_can_move(const Position &pos, Colour side, Square from, Square to) {
     const int forward = pawn_direction(side);
     if ((pawn_attacks(side, from) & bit(to)) != 0)
-        return pos.board[to] != 0 || (to == pos.ep_square && pos.board[to - forward] == make_piece(1 - side, PAWN));
+        return pos.board[to] != 0 || (en_passant_target(pos, side) & bit(to)) != 0;
     if (pos.board[to] != 0) return false;
     return to == from + forward ||
            (to == from + 2 * forward && relative_rank(side, from) == 1 && pos.board[from + forward] == 0);

@@ -41,10 +41,13 @@ bool no_legal_moves(Position &pos);
 bool is_pseudo_legal(const Position &pos, Move m, Colour side);
 
 // 1: direct check by the piece as it stands after the move; 2: discovered check; 0: no check. Castling never counts, and
-// the start square still blocks the moved piece's own line, so a promotion along the king's line counts as no check.
+// the start square still blocks the moved piece's own line (a promotion along the king's line counts as no check), and
+// so does a pawn taken en passant.
 int gives_check(const Position &pos, Colour side, const MoveEntry &entry);
 
-// Whether the move is an en-passant capture here.
+// Whether the move is an en-passant capture here: a pawn that changes files to the empty en-passant square.
 inline bool is_en_passant_capture(const Position &pos, Move m) {
-    return to_square(m) == pos.ep_square && pos.type_on(from_square(m)) == PAWN;
+    const Square to = to_square(m);
+    return to == pos.ep_square && pos.type_on(from_square(m)) == PAWN && pos.board[to] == 0 &&
+           file_of(from_square(m)) != file_of(to);
 }

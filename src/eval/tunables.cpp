@@ -43,8 +43,8 @@ template <std::size_t N>
 void register_pairs(const NamedPair (&pairs)[N]) {
     for (const NamedPair &named : pairs) {
         WeightPair &pair = settings.*named.pair;
-        register_tunable(std::string(named.name) + "_op", pair.op);
-        register_tunable(std::string(named.name) + "_en", pair.en);
+        register_tunable(std::string(named.name).append("_op"), pair.op);
+        register_tunable(std::string(named.name).append("_en"), pair.en);
     }
 }
 
@@ -76,7 +76,7 @@ void register_eval_tunables() {
         register_tunable(name, settings.pst_scratch[i]);
     }
     for (std::size_t i = 0; i < settings.p_scratch.size(); ++i)
-        register_tunable("p" + std::to_string(i + 1), settings.p_scratch[i]);
+        register_tunable(std::string("p").append(std::to_string(i + 1)), settings.p_scratch[i]);
 }
 
 void select_tunable(std::string_view name) {

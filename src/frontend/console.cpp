@@ -48,7 +48,10 @@ void quit(const Words &, std::string_view) {
     quit_flag = true;
 }
 
-void search_move(const Words &, std::string_view) { search_request = REQUEST_SEARCH; }
+void search_move(const Words &, std::string_view) {
+    search_request = REQUEST_SEARCH;
+    endless_search = false;
+}
 
 void analyse(const Words &words, std::string_view) {
     constexpr double ANALYSIS_TIME = 99999.0;
@@ -58,6 +61,7 @@ void analyse(const Words &words, std::string_view) {
     max_depth = static_cast<std::uint8_t>(depth >= 1 && depth < MAX_DEPTH ? depth : MAX_DEPTH);
     if (hash_enabled <= 1) tt_clear_if_idle();
     search_request = REQUEST_ANALYSIS;
+    endless_search = max_depth >= MAX_DEPTH;
 }
 
 void stop_analysis(const Words &, std::string_view) { abandon_search(); }

@@ -31,15 +31,18 @@ void interpret(const std::string &line) {
         interpret_console(line);
 }
 
-// Whether only a command can end the running search.
-bool search_is_endless() {
-    return search_state == REQUEST_PONDER ||
-           (tc_mode == 1 && time_per_move >= 99999.0 && max_depth >= MAX_DEPTH && node_limit <= 0);
+// Answer of a search that was stopped before it had published anything.
+Move fallback_move = NO_MOVE;
+
+Move first_legal_move() {
+    MoveList list;
+    return gen_legal(game->position, list.data()) != list.data() ? list[0].move : NO_MOVE;
 }
 
 void start_search() {
     begin_search();
     search_request = REQUEST_NONE;
+    fallback_move = NO_MOVE;
 
     // The opening book is asked here.
 
@@ -48,19 +51,19 @@ void start_search() {
         return;
     }
     if (game->position.fifty > 100) return;
+    if (max_depth >= 1) fallback_move = first_legal_move();
     start_search_threads();
 }
 
-void report_to_console() {
+void report_to_console(Move best) {
     const ThreadStats stats = sum_thread_stats();
     const double elapsed = search_shared.elapsed;
     const auto nodes = static_cast<double>(stats.nodes);
     const auto hit_rate = [](std::uint64_t hits, std::uint64_t probes) {
         return 100.0 * static_cast<double>(hits) / (static_cast<double>(probes) + 1.0);
     };
-    print_format("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f",
-                 move_to_text(root_result.pv[1]).c_str(), elapsed, root_result.score.load(), nodes,
-                 nodes / (elapsed + 0.001) / 1000.0, branching_factor());
+    print_format("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", move_to_text(best).c_str(),
+                 elapsed, root_result.score.load(), nodes, nodes / (elapsed + 0.001) / 1000.0, branching_factor());
     print_format("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%, TB=%0.0fK",
                  hash_fill() * 100.0, hit_rate(stats.hash_hits, stats.hash_probes),
                  hit_rate(stats.pawn_hits, stats.pawn_probes), hit_rate(stats.eval_hits, stats.evaluations),
@@ -71,12 +74,14 @@ void report_to_console() {
 void report_result() {
     update_elapsed();
     print_final_line();
+    const bool published = root_result.pv[1] != NO_MOVE;
+    const Move best = published ? root_result.pv[1].load() : fallback_move;
     if (uci_mode == 1) {
-        const Move ponder = root_result.pv[1] != NO_MOVE ? root_result.pv[2].load() : NO_MOVE;
+        const Move ponder = published ? root_result.pv[2].load() : NO_MOVE;
         const std::string ponder_text = ponder != NO_MOVE ? " ponder " + move_to_text(ponder) : "";
-        print_format("bestmove %s%s", move_to_text(root_result.pv[1]).c_str(), ponder_text.c_str());
+        print_format("bestmove %s%s", move_to_text(best).c_str(), ponder_text.c_str());
     } else {
-        report_to_console();
+        report_to_console(best);
     }
     search_state = REQUEST_NONE;
 }
@@ -85,7 +90,7 @@ void report_result() {
 void act_on_end_of_input() {
     if (!input_queue.at_end()) return;
     if (searching()) {
-        if (search_is_endless() && (input_queue.empty() || search_request != REQUEST_NONE)) {
+        if (endless_search && (input_queue.empty() || search_request != REQUEST_NONE)) {
             search_state = REQUEST_SEARCH;
             stop_flag = STOP_REPORT;
         }
@@ -124,7 +129,7 @@ void engine_loop() {
             continue;
         }
         if (searching()) check_time();
-        read_command(searching() ? SEARCH_POLL_MS : IDLE_POLL_MS);
         act_on_end_of_input();
+        if (!quit_flag) read_command(searching() ? SEARCH_POLL_MS : IDLE_POLL_MS);
     }
 }

@@ -167,11 +167,14 @@ void go(std::string_view rest) {
         increment = 0.0;
     }
     search_request = find_parameter(rest, "ponder", value) ? REQUEST_PONDER : REQUEST_SEARCH;
+    endless_search = search_request == REQUEST_PONDER || find_parameter(rest, "infinite", value);
     ready_flag = true;
 }
 
 void ponderhit(std::string_view) {
-    if (search_state == REQUEST_PONDER) search_state = REQUEST_SEARCH;
+    if (search_state != REQUEST_PONDER) return;
+    search_state = REQUEST_SEARCH;
+    endless_search = tc_mode == 1 && time_per_move >= UNLIMITED_TIME && max_depth >= MAX_DEPTH && node_limit <= 0;
 }
 
 void stop(std::string_view) {

@@ -34,7 +34,10 @@ Relaxed<std::int16_t> time_extension(0);  // percent of the remaining time that 
 bool hash_off_by_size = false;  // a size of 0 has switched the table off
 
 void apply_settings() {
-    if (settings.Hash != tt_megabytes() && !tt_allocate()) std::exit(-1);
+    if (settings.Hash != tt_megabytes() && !tt_allocate()) {
+        stop_threads();
+        std::exit(-1);
+    }
     if (settings.Hash < 1 && hash_enabled != 0) {
         hash_enabled = 0;
         hash_off_by_size = true;

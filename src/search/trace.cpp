@@ -24,7 +24,7 @@ const SearchThread &thread_of(const Position &pos) { return *reinterpret_cast<co
 void write_trace(const Position &pos, Move m) {
     if (trace_file == nullptr) {
         trace_file = std::fopen("trace.txt", "w");
-        if (trace_file == nullptr) std::exit(0);
+        if (trace_file == nullptr) std::_Exit(0);  // other threads may still be running
     }
     const SearchThread &thread = thread_of(pos);
     const int ply = thread.history.ply;

@@ -1,0 +1,113 @@
+#include "test_support.h"
+
+namespace {
+
+// Each table against the definition by distances between two squares.
+TEST(AttackTables, FollowFromDistances) {
+    make_test_position();
+    for (Square a = 0; a < 64; ++a) {
+        for (Square b = 0; b < 64; ++b) {
+            SCOPED_TRACE(std::string(square_name(a)) + std::string(square_name(b)));
+            const int files = b % 8 - a % 8;
+            const int ranks = b / 8 - a / 8;
+            const int near = std::min(std::abs(files), std::abs(ranks));
+            const int far = std::max(std::abs(files), std::abs(ranks));
+            const auto holds = [b](Bitboard set) { return (set >> b & 1) != 0; };
+            const bool straight = near == 0 && far > 0;
+            const bool diagonal = near == far && far > 0;
+            ASSERT_EQ(holds(knight_attacks(a)), near == 1 && far == 2);
+            ASSERT_EQ(holds(king_attacks(a)), far == 1);
+            ASSERT_EQ(holds(pawn_attacks(WHITE, a)), std::abs(files) == 1 && ranks == 1);
+            ASSERT_EQ(holds(pawn_attacks(BLACK, a)), std::abs(files) == 1 && ranks == -1);
+            ASSERT_EQ(holds(rook_span(a)), straight);
+            ASSERT_EQ(holds(bishop_span(a)), diagonal);
+            ASSERT_EQ(holds(attack_tables.passed_span[WHITE][a]), std::abs(files) <= 1 && ranks > 0);
+            ASSERT_EQ(holds(attack_tables.passed_span[BLACK][a]), std::abs(files) <= 1 && ranks < 0);
+
+            Bitboard strictly_between = 0;
+            if (straight || diagonal)
+                for (int n = 1; n < far; ++n)
+                    strictly_between |= Bitboard{1} << (a + n * (ranks / far) * 8 + n * (files / far));
+            ASSERT_EQ(between(a, b), strictly_between);
+        }
+    }
+}
+
+TEST(SlidingAttacks, StopAtTheFirstBlocker) {
+    make_test_position();
+    Random random(1);
+    for (int i = 0; i < 3000; ++i) {
+        Bitboard occupied = random.bits();
+        for (int thin = i % 4; thin > 0; --thin) occupied &= random.bits();
+        if (i == 0) occupied = 0;
+        if (i == 1) occupied = ~Bitboard{0};
+        for (Square s = 0; s < 64; ++s) {
+            SCOPED_TRACE(s);
+            ASSERT_EQ(rook_attacks(s, occupied), walked_attacks(ROOK, s, occupied)) << std::hex << occupied;
+            ASSERT_EQ(bishop_attacks(s, occupied), walked_attacks(BISHOP, s, occupied)) << std::hex << occupied;
+            ASSERT_EQ(queen_attacks(s, occupied), walked_attacks(QUEEN, s, occupied)) << std::hex << occupied;
+        }
+    }
+}
+
+TEST(LeastAttacker, OrderOfPieces) {
+    const struct {
+        const char *what;
+        const char *fen;
+        const char *attacker;
+    } cases[] = {
+        // All attack d4; each case takes away the least valuable piece of the one before.
+        {"pawns: the lower square", "3R3k/8/1B6/8/Q2p4/1NPKP3/8/8 w - -", "c3"},
+        {"pawn", "3R3k/8/1B6/8/Q2p4/1N1KP3/8/8 w - -", "e3"},
+        {"knight", "3R3k/8/1B6/8/Q2p4/1N1K4/8/8 w - -", "b3"},
+        {"bishop", "3R3k/8/1B6/8/Q2p4/3K4/8/8 w - -", "b6"},
+        {"rook", "3R3k/8/8/8/Q2p4/3K4/8/8 w - -", "d8"},
+        {"queen", "7k/8/8/8/Q2p4/3K4/8/8 w - -", "a4"},
+        {"king", "7k/8/8/8/3p4/3K4/8/8 w - -", "d3"},
+        {"none", "7k/8/8/8/3p4/8/3K4/8 w - -", ""},
+        {"a pawn of the other colour", "7k/8/8/2P1P3/3p4/3K4/8/8 w - -", "d3"},
+        {"lower of two knights", "7k/8/1N3N2/8/3p4/8/2N5/4K3 w - -", "c2"},
+        {"blocked rook, clear queen", "7k/8/8/Q7/R1Pp4/8/1Q6/4K3 w - -", "b2"},
+        {"lower queen blocked", "3Q3k/8/8/8/3p4/2p5/1Q6/4K3 w - -", "d8"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        const Square found = least_attacker(board->pos, 27, WHITE, board->pos.occupied());
+        EXPECT_EQ(found == NO_SQUARE ? std::string_view() : square_name(found), c.attacker);
+    }
+}
+
+// A bishop behind the bishop that has left the occupancy and its bitboard is next.
+TEST(LeastAttacker, SeesThroughSquaresOutsideTheOccupancy) {
+    const auto board = make_test_position("7k/8/8/8/3p4/2B5/1Q6/4K3 w - -");
+    Position &pos = board->pos;
+    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, pos.occupied())), "c3");
+    const Bitboard without_bishop = pos.occupied() & ~bit(18);
+    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, without_bishop)), "c3") << "the bitboards still hold it";
+    remove_piece(pos, 18);
+    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, without_bishop)), "b2");
+    set_fen(pos, "7k/8/8/8/3p4/1N6/8/4K3 w - -");
+    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, 0)), "b3") << "knights come from the bitboards alone";
+}
+
+TEST(AttackQueries, AgreeWithWalkingOverRandomPositions) {
+    for (const std::string &fen : random_game_fens(11, 12, 200, 4)) {
+        SCOPED_TRACE(fen);
+        const auto board = make_test_position(fen);
+        const Position &pos = board->pos;
+        for (const Colour c : {WHITE, BLACK}) {
+            for (Square s = 0; s < 64; ++s) {
+                const Bitboard attackers = walked_attackers(pos, s, c);
+                ASSERT_EQ(square_attacked(pos, s, c), attackers != 0) << square_name(s);
+                Square least = NO_SQUARE;
+                for (Square from = 63; from >= 0; --from)
+                    if ((attackers >> from & 1) != 0 && (least == NO_SQUARE || pos.type_on(from) <= pos.type_on(least)))
+                        least = from;
+                ASSERT_EQ(least_attacker(pos, s, c, pos.occupied()), least) << square_name(s);
+            }
+        }
+    }
+}
+
+}  // namespace

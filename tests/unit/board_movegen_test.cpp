@@ -1,0 +1,397 @@
+#include <fstream>
+#include <set>
+#include <sstream>
+
+#include "test_support.h"
+
+namespace {
+
+std::string moves_text(const MoveEntry *begin, const MoveEntry *end) {
+    std::string text;
+    for (; begin != end; ++begin) {
+        if (!text.empty()) text += ' ';
+        text += coordinates(begin->move);
+    }
+    return text;
+}
+
+enum Generator { CAPTURES, QUEEN_PROMOTIONS, PROMOTIONS, QUIETS, LEGAL };
+
+std::string generated(Position &pos, Generator generator, Square target = NO_SQUARE) {
+    MoveList list;
+    MoveEntry *end = nullptr;
+    switch (generator) {
+    case CAPTURES: end = gen_captures(pos, pos.side, list.data(), target); break;
+    case QUEEN_PROMOTIONS: end = gen_promotions(pos, pos.side, false, list.data()); break;
+    case PROMOTIONS: end = gen_promotions(pos, pos.side, true, list.data()); break;
+    case QUIETS: end = gen_quiets(pos, pos.side, list.data(), target); break;
+    case LEGAL: end = gen_legal(pos, list.data()); break;
+    }
+    return moves_text(list.data(), end);
+}
+
+TEST(Generators, ExactOrder) {
+    constexpr Square C3 = 18, E4 = 28, F3 = 21, H4 = 31;
+    const struct {
+        const char *what;
+        const char *fen;
+        Generator generator;
+        Square target;
+        const char *moves;
+    } cases[] = {
+        {"start, captures", START_FEN.data(), CAPTURES, NO_SQUARE, ""},
+        {"start, promotions", START_FEN.data(), PROMOTIONS, NO_SQUARE, ""},
+        {"start, quiet moves", START_FEN.data(), QUIETS, NO_SQUARE,
+         "a2a3 b2b3 c2c3 d2d3 e2e3 f2f3 g2g3 h2h3 a2a4 b2b4 c2c4 d2d4 e2e4 f2f4 g2g4 h2h4 b1a3 b1c3 g1f3 g1h3"},
+        {"start, quiet moves of black", "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -", QUIETS, NO_SQUARE,
+         "a7a6 b7b6 c7c6 d7d6 e7e6 f7f6 g7g6 h7h6 a7a5 b7b5 c7c5 d7d5 e7e5 f7f5 g7g5 h7h5 b8a6 b8c6 g8f6 g8h6"},
+        {"white pawns: toward a, then toward h", "4k3/8/8/2p1p1p1/1P1P1P1P/8/8/4K3 w - -", CAPTURES, NO_SQUARE,
+         "d4c5 f4e5 h4g5 b4c5 d4e5 f4g5"},
+        {"black pawns: toward a, then toward h", "4k3/8/8/1p1p1p1p/2P1P1P1/8/8/4K3 b - -", CAPTURES, NO_SQUARE,
+         "d5c4 f5e4 h5g4 b5c4 d5e4 f5g4"},
+        {"pawns do not capture around the edge", "4k3/8/8/p6p/P6P/p6p/8/4K3 w - -", CAPTURES, NO_SQUARE, ""},
+        {"pieces by kind, from and to ascending", "4k3/8/1p3p2/8/p2p1p2/2N5/1K1RN1BQ/5B2 w - -", CAPTURES, NO_SQUARE,
+         "e2d4 e2f4 c3a4 d2d4 h2f4"},
+        {"king last, never limited by a target", "4k3/8/8/8/3p4/2Q5/4p3/4K3 w - -", CAPTURES, C3 + 9, "c3d4 e1e2"},
+        {"captures of the target only", "4k3/8/8/1p5p/8/3Q4/8/4K3 w - -", CAPTURES, 33, "d3b5"},
+        {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", CAPTURES, NO_SQUARE, "e5d6"},
+        {"en passant from both sides", "4k3/8/8/8/2pPp3/8/8/4K3 b - d3", CAPTURES, NO_SQUARE, "e4d3 c4d3"},
+        {"en passant under a target", "4k3/8/8/3pP3/7b/8/8/4K3 w - d6", CAPTURES, H4, "e5d6"},
+        {"promotions are no captures", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", CAPTURES, NO_SQUARE, ""},
+        {"push, toward a, toward h", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", PROMOTIONS, NO_SQUARE,
+         "c7c8q c7c8n c7c8b c7c8r c7b8q c7b8n c7b8b c7b8r c7d8q c7d8n c7d8b c7d8r"},
+        {"queens only", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", QUEEN_PROMOTIONS, NO_SQUARE, "c7c8q c7b8q c7d8q"},
+        {"black, edges and a blocked pawn", "k7/8/8/8/8/8/pp4pp/R3K2N b - -", QUEEN_PROMOTIONS, NO_SQUARE,
+         "b2b1q b2a1q g2g1q g2h1q"},
+        {"the corner square is no en-passant square", "4k3/8/8/8/8/8/1p6/N3K3 b - -", CAPTURES, NO_SQUARE, ""},
+        {"single and double steps", "4k3/8/8/8/1p6/p1p5/PPP1P3/4K3 w - -", QUIETS, NO_SQUARE,
+         "b2b3 e2e3 e2e4 e1d1 e1f1 e1d2 e1f2"},
+        {"no push to the last rank", "7k/P7/8/8/8/8/8/K7 w - -", QUIETS, NO_SQUARE, "a1b1 a1a2 a1b2"},
+        {"castling last", "r3k2r/8/8/8/8/8/P6P/R3K2R w KQkq -", QUIETS, NO_SQUARE,
+         "a2a3 h2h3 a2a4 h2h4 a1b1 a1c1 a1d1 h1f1 h1g1 e1d1 e1f1 e1d2 e1e2 e1f2 e1g1 e1c1"},
+        {"castling needs the right", "4k3/8/8/8/8/8/P6P/R3K2R w Q -", QUIETS, E4, "e1d1 e1f1 e1d2 e1e2 e1f2 e1c1"},
+        {"castling needs b1, c1, d1 empty", "4k3/8/8/8/8/8/8/RN2K1NR w KQ -", QUIETS, F3, "e1d1 e1f1 e1d2 e1e2 e1f2"},
+        {"castling, black", "r3k2r/p6p/8/8/8/8/8/4K3 b kq -", QUIETS, F3, "e8d7 e8e7 e8f7 e8d8 e8f8 e8g8 e8c8"},
+        {"in check from a knight", "4k3/8/8/8/8/5n2/8/R3K2R w KQ -", QUIETS, F3, "e1d1 e1f1 e1d2 e1e2 e1f2 e1g1 e1c1"},
+        {"in check from a slider: between only", "4k3/8/8/8/7b/8/1N1BP1P1/R3K1N1 w Q -", QUIETS, H4,
+         "g2g3 e1d1 e1f1 e1f2 e1c1"},
+        {"double step into the line", "4k3/8/8/8/r3K3/8/2P5/8 w - -", QUIETS, 24,
+         "c2c4 e4d3 e4e3 e4f3 e4d4 e4f4 e4d5 e4e5 e4f5"},
+        {"legal: mate", "4k3/8/8/8/8/8/5PPP/r5K1 w - -", LEGAL, NO_SQUARE, ""},
+        {"legal: stalemate", "7k/5Q2/8/8/8/8/8/4K3 b - -", LEGAL, NO_SQUARE, ""},
+        {"legal: the king keeps off attacked squares", "8/8/8/3k4/2pP4/1P6/8/4K3 b - d3", LEGAL, NO_SQUARE,
+         "c4b3 c4d3 d5d4 c4c3 d5e4 d5c6 d5d6 d5e6"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        EXPECT_EQ(generated(board->pos, c.generator, c.target), c.moves);
+    }
+}
+
+TEST(Generators, EntriesNameThePieces) {
+    const auto board = make_test_position("1n2k3/P7/8/3pP3/8/5r2/6P1/4K3 w - d6");
+    MoveList list;
+    const MoveEntry *end = gen_all(board->pos, list.data());
+    ASSERT_EQ(end->move, END_OF_LIST);
+    const struct {
+        const char *move;
+        int piece;
+        int captured;
+    } expected[] = {{"e5d6", 1, 0}, {"g2f3", 1, 12}, {"a7b8n", 1, 10}, {"a7a8q", 1, 0}, {"e1e2", 6, 0}};
+    for (const auto &e : expected) {
+        SCOPED_TRACE(e.move);
+        const auto found = std::find_if(list.data(), list.data() + (end - list.data()),
+                                        [&e](const MoveEntry &entry) { return coordinates(entry.move) == e.move; });
+        ASSERT_NE(found, end);
+        EXPECT_EQ(found->piece, e.piece);
+        EXPECT_EQ(found->captured, e.captured);
+    }
+}
+
+// An en-passant square that no double step can have left behind stays in the position, but takes nothing.
+TEST(Generators, ImpossibleEnPassantSquares) {
+    const struct {
+        const char *what;
+        const char *fen;
+        const char *captures;
+        const char *legal_pawn_moves;
+    } cases[] = {
+        {"no pawn behind", "4k3/8/8/4P3/8/8/8/4K3 w - d6", "", "e5e6"},
+        {"own pawn behind", "4k3/8/8/3PP3/8/8/8/4K3 w - d6", "", "d5d6 e5e6"},
+        {"a knight behind", "4k3/8/8/3nP3/8/8/8/4K3 w - d6", "", "e5e6"},
+        {"for the wrong side", "4k3/8/8/8/3Pp3/8/8/4K3 w - d3", "", "d4d5"},
+        {"first rank", "4k3/8/8/8/8/8/4p3/3N3K b - d1", "", "e2d1b e2d1n e2d1q e2d1r e2e1b e2e1n e2e1q e2e1r"},
+        {"last rank, an enemy pawn behind", "7k/3pP3/8/8/8/8/8/4K3 w - d8", "", "e7e8b e7e8n e7e8q e7e8r"},
+        // A plain capture of the piece on d6: the pawn on d5 stays and goes on giving check, the knight is gone.
+        {"occupied, check by the pawn behind", "4k3/8/3b4/3pP3/4K3/8/8/8 w - d6", "e5d6 e4d5", ""},
+        {"occupied, check by the knight on it", "4k3/8/3n4/3pPK2/8/8/8/8 w - d6", "e5d6", "e5d6"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        Position &pos = board->pos;
+        EXPECT_EQ(generated(pos, CAPTURES), c.captures);
+        MoveList list;
+        const MoveEntry *end = gen_legal(pos, list.data());
+        std::set<std::string> pawn_moves;
+        for (const MoveEntry *entry = list.data(); entry != end; ++entry)
+            if (type_of(entry->piece) == PAWN) pawn_moves.insert(coordinates(entry->move));
+        std::string text;
+        for (const std::string &move : pawn_moves) {
+            if (!text.empty()) text += ' ';
+            text += move;
+        }
+        EXPECT_EQ(text, c.legal_pawn_moves);
+        for (Move m = 1; m != 0; ++m) {
+            if (!is_pseudo_legal(pos, m, pos.side) || pos.type_on(from_square(m)) != PAWN) continue;
+            if (popcount(m & PROMOTE_ANY) > 1 || !is_legal(pos, pos.side, m)) continue;
+            EXPECT_TRUE(pawn_moves.contains(coordinates(m))) << coordinates(m);
+        }
+    }
+}
+
+TEST(Legality, WorkedCases) {
+    const struct {
+        const char *what;
+        const char *fen;
+        const char *move;
+        bool legal;
+    } cases[] = {
+        {"en passant uncovers the rank", "8/8/8/K2pP2r/8/8/8/4k3 w - d6", "e5d6", false},
+        {"en passant, rank still blocked", "8/8/8/K1Pp1P1r/8/8/8/4k3 w - d6", "c5d6", true},
+        {"en passant uncovers a diagonal through the taken pawn", "6k1/8/b7/1pP5/8/8/8/5K2 w - b6", "c5b6", false},
+        {"en passant takes the checking pawn", "8/8/8/3k4/2pP4/8/8/4K3 b - d3", "c4d3", true},
+        {"pinned knight", "4k3/8/8/8/4r3/8/4N3/4K3 w - -", "e2c3", false},
+        {"pinned rook along the line", "4k3/8/8/8/4r3/8/4R3/4K3 w - -", "e2e4", true},
+        {"king steps back along the line", "4k3/8/8/8/4r3/4K3/8/8 w - -", "e3e2", false},
+        {"king takes a defended piece", "4k3/8/8/8/8/4r3/4q3/4K3 w - -", "e1e2", false},
+        {"king takes an undefended piece", "4k3/8/8/8/8/8/4q3/4K3 w - -", "e1e2", true},
+        {"king next to king", "8/8/8/8/8/4k3/8/4K3 w - -", "e1e2", false},
+        {"castling out of check", "4k3/8/8/8/4r3/8/8/4K2R w K -", "e1g1", false},
+        {"castling through check", "4k3/8/8/8/5r2/8/8/4K2R w K -", "e1g1", false},
+        {"castling into check", "4k3/8/8/8/6r1/8/8/4K2R w K -", "e1g1", false},
+        {"castling, rook attacked", "4k3/8/8/8/7r/8/8/4K2R w K -", "e1g1", true},
+        {"castling long, b1 attacked", "4k3/8/8/8/1r6/8/8/R3K3 w Q -", "e1c1", true},
+        {"castling long, d1 attacked", "4k3/8/8/8/3r4/8/8/R3K3 w Q -", "e1c1", false},
+        {"castling, black, pawn attacks f8", "4k2r/6P1/8/8/8/8/8/4K3 b k -", "e8g8", false},
+        {"double check, capture of one checker", "4k3/8/8/8/4r3/8/3n4/R3K3 w - -", "e1d2", true},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        Position &pos = board->pos;
+        const Position before = pos;
+        const Move m =
+            make_move_word((c.move[0] - 'a') + (c.move[1] - '1') * 8, (c.move[2] - 'a') + (c.move[3] - '1') * 8);
+        EXPECT_EQ(is_legal(pos, pos.side, m), c.legal);
+        EXPECT_EQ(differing_fields(before, pos), "");
+    }
+}
+
+TEST(Legality, NoLegalMoves) {
+    const std::pair<const char *, bool> cases[] = {
+        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", false},
+        {"4k3/8/8/8/8/8/5PPP/r5K1 w - -", true},
+        {"7k/5Q2/8/8/8/8/8/4K3 b - -", true},
+        {"7k/5Q2/8/8/8/8/p7/4K3 b - -", false},
+        {"rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq -", true},
+        {"8/8/8/8/k2Pp2Q/8/8/3K4 b - d3", false},
+    };
+    for (const auto &[fen, expected] : cases) {
+        SCOPED_TRACE(fen);
+        EXPECT_EQ(no_legal_moves(make_test_position(fen)->pos), expected);
+    }
+}
+
+std::uint64_t count_paths(Position &pos, int depth) {
+    MoveList list;
+    const MoveEntry *end = gen_legal(pos, list.data());
+    if (depth == 1) return static_cast<std::uint64_t>(end - list.data());
+    std::uint64_t paths = 0;
+    for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
+        make_move(pos, entry->move);
+        paths += count_paths(pos, depth - 1);
+        unmake_move(pos);
+    }
+    return paths;
+}
+
+// Counts above the limit would take too long with assertions on, or when a short run is asked for.
+std::uint64_t largest_path_count() {
+#ifdef NDEBUG
+    if (std::getenv("DRAL_TEST_SHORT") == nullptr) return 5'000'000;
+#endif
+    return 100'000;
+}
+
+TEST(MovePaths, MatchKnownCounts) {
+    const auto path = test_data_directory() / "perft" / "perft.epd";
+    std::ifstream file(path);
+    if (!file) GTEST_SKIP() << "no move-path counts at " << path;
+    const std::uint64_t largest = largest_path_count();
+    int lines = 0;
+    int counts = 0;
+    for (std::string line; std::getline(file, line);) {
+        if (line.find(';') == std::string::npos) continue;
+        std::unique_ptr<TestPosition> board;
+        printed_by([&] { board = make_test_position(line.substr(0, line.find(';'))); });
+        if (board->set_up_result != 0) continue;  // castling from other squares than ours
+        ++lines;
+        std::istringstream fields(line.substr(line.find(';')));
+        std::string depth;
+        std::uint64_t expected = 0;
+        while (fields >> depth >> expected) {
+            if (expected >= largest) continue;
+            ++counts;
+            ASSERT_EQ(count_paths(board->pos, std::stoi(depth.substr(2))), expected) << line << " at " << depth;
+        }
+    }
+    EXPECT_GT(lines, 0);
+    EXPECT_GE(counts, lines);
+}
+
+const char *const SINGLE_MOVE_POSITIONS[] = {
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+    "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -",
+    "r3k2r/8/8/8/8/8/8/R3K2R w - -",
+    "rn2k1nr/8/8/8/8/8/8/RN2K1NR w KQkq -",
+    "4k2r/8/8/8/8/8/8/R4K1R w k -",
+    "2R1K2R/8/8/8/8/8/8/4k3 w - -",
+    "8/8/8/8/8/8/8/R1K4k w - -",
+    "8/8/8/8/7k/8/8/RK5R w - -",
+    "8/8/8/8/7k/8/8/R4K1R w - -",
+    "8/8/8/8/7k/8/R7/5K2 w - -",
+    "2k5/6r1/8/8/8/8/8/4K3 b - -",
+    "n1n1k1n1/PPPPPPPP/8/8/8/8/pppppppp/N1N1K1N1 w - -",
+    "4k3/8/8/2pPp3/8/8/8/4K3 w - c6",
+    "4k3/8/8/8/4Pp2/8/8/4K3 b - e3",
+    "8/8/8/K2pP2r/8/8/8/4k3 w - d6",
+};
+
+// Castling as a stored move is judged: the king anywhere on its first rank, the rook where it belongs, no rights.
+bool stored_castling_possible(const Position &pos, Colour side, Square from, Square to) {
+    const int step = to > from ? 1 : -1;
+    const int rook_distance = to > from ? 3 : 4;
+    const int rook_file = from % 8 + step * rook_distance;
+    if (from / 8 != (side == WHITE ? 0 : 7) || rook_file < 0 || rook_file > 7) return false;
+    if (pos.board[from + step * rook_distance] != side * 8 + ROOK) return false;
+    for (int n = 0; n <= 2; ++n) {
+        if (n > 0 && pos.board[from + step * n] != 0) return false;
+        if (walked_attackers(pos, from + step * n, 1 - side) != 0) return false;
+    }
+    return true;
+}
+
+TEST(PseudoLegality, AgreesWithTheGeneratorsOnEveryMoveWord) {
+    std::vector<std::string> fens(std::begin(SINGLE_MOVE_POSITIONS), std::end(SINGLE_MOVE_POSITIONS));
+    for (std::string &fen : random_game_fens(21, 6, 160, 10)) fens.push_back(std::move(fen));
+    for (const std::string &fen : fens) {
+        SCOPED_TRACE(fen);
+        const auto board = make_test_position(fen);
+        const Position &pos = board->pos;
+        for (const Colour side : {WHITE, BLACK}) {
+            std::set<Move> generated_moves;
+            MoveList list;
+            MoveEntry *end = gen_captures(pos, side, list.data(), NO_SQUARE);
+            end = gen_promotions(pos, side, true, end);
+            end = gen_quiets(pos, side, end, NO_SQUARE);
+            for (const MoveEntry *entry = list.data(); entry != end; ++entry)
+                if (type_of(entry->captured) != KING) generated_moves.insert(entry->move);
+            for (int word = 0; word < 65536; ++word) {
+                const Move m = static_cast<Move>(word);
+                if (popcount(m & PROMOTE_ANY) > 1) continue;
+                const Square from = from_square(m);
+                const Square to = to_square(m);
+                const bool castling =
+                    pos.board[from] == side * 8 + KING && from / 8 == to / 8 && std::abs(from - to) == 2;
+                const bool expected = castling ? (m & PROMOTE_ANY) == 0 && stored_castling_possible(pos, side, from, to)
+                                               : generated_moves.contains(m);
+                ASSERT_EQ(is_pseudo_legal(pos, m, side), expected) << coordinates(m) << " side " << side;
+            }
+        }
+    }
+}
+
+TEST(GivesCheck, WorkedCases) {
+    const struct {
+        const char *what;
+        const char *fen;
+        const char *move;
+        int check;
+    } cases[] = {
+        {"none", "4k3/8/8/8/8/8/4P3/4K3 w - -", "e2e4", 0},
+        {"pawn", "4k3/8/3P4/8/8/8/8/4K3 w - -", "d6d7", 1},
+        {"knight", "4k3/8/8/4N3/8/8/8/4K3 w - -", "e5f7", 0},
+        {"knight on c7", "4k3/8/8/1N6/8/8/8/4K3 w - -", "b5c7", 1},
+        {"rook", "4k3/8/8/8/8/8/8/R3K3 w - -", "a1a8", 1},
+        {"rook behind a pawn", "4k3/4p3/8/8/8/8/R7/3K4 w - -", "a2e2", 0},
+        {"queen on the diagonal", "4k3/8/8/8/8/8/8/3QK3 w - -", "d1a4", 1},
+        {"capture", "3rk3/8/8/8/8/8/8/3RK3 w - -", "d1d8", 1},
+        {"promotion to a knight", "8/5P2/3k4/8/8/8/8/4K3 w - -", "f7f8n", 0},
+        {"promotion to a knight with check", "8/4kP1P/8/8/8/8/8/4K3 w - -", "h7h8n", 0},
+        {"knight promotion on g8", "8/4k1P1/8/8/8/8/8/4K3 w - -", "g7g8n", 1},
+        {"queen promotion", "4k3/P7/8/8/8/8/8/4K3 w - -", "a7a8q", 1},
+        {"bishop promotion does not", "4k3/P7/8/8/8/8/8/4K3 w - -", "a7a8b", 0},
+        {"pawn uncovers a bishop", "4k3/8/8/8/B7/8/8/4K3 w - -", "a4d7", 1},
+        {"pawn push opens a diagonal", "7k/8/8/8/3P4/2B5/8/4K3 w - -", "d4d5", 2},
+        {"pawn push keeps the file closed", "4k3/8/8/8/8/4P3/8/K3R3 w - -", "e3e4", 0},
+        {"pawn capture opens the file", "4k3/8/8/8/3p4/4P3/8/K3R3 w - -", "e3d4", 2},
+        {"rook and bishop battery", "4k3/8/8/8/4B3/8/8/K3R3 w - -", "e4b7", 2},
+        {"double check counts as discovered", "4k3/8/8/8/4N3/8/8/K3R3 w - -", "e4f6", 2},
+        {"king uncovers a rook", "4k3/8/8/8/8/8/4K3/4R3 w - -", "e2d2", 2},
+        {"king steps along the file", "4k3/8/8/8/8/8/4K3/4R3 w - -", "e2e3", 0},
+        {"another piece still blocks", "4k3/4p3/8/8/4B3/8/8/K3R3 w - -", "e4b7", 0},
+        {"black", "4r2k/8/8/4n3/8/8/8/4K3 b - -", "e5c4", 2},
+        {"the rook of a castling king", "5k2/8/8/8/8/8/8/4K2R w K -", "e1g1", 0},
+        {"promotion along the king's file", "8/4P3/8/8/8/8/8/K3k3 w - -", "e7e8q", 0},
+        {"promotion along the king's diagonal", "4r3/3P4/8/8/k7/8/8/6K1 w - -", "d7e8q", 0},
+        {"line opened by the pawn taken en passant", "8/8/8/1k1pP2R/8/8/8/4K3 w - d6", "e5d6", 0},
+        {"line opened by the pawn that takes en passant", "7k/8/8/3pP3/3Q4/8/8/4K3 w - d6", "e5d6", 2},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        const Position &pos = board->pos;
+        const Move m = parse_coordinates(board->pos, c.move);
+        ASSERT_NE(m, NO_MOVE);
+        const MoveEntry entry{m, 0, pos.board[from_square(m)], pos.board[to_square(m)]};
+        EXPECT_EQ(gives_check(pos, pos.side, entry), c.check);
+    }
+}
+
+// 0, 1 or 2 from the position after the move. Left out: castling, and lines that only the start square of a promoting
+// pawn or the pawn taken en passant had closed.
+TEST(GivesCheck, AgreesWithMakingTheMove) {
+    std::vector<std::string> fens = random_game_fens(31, 25, 250, 3);
+    for (std::string &fen : random_game_fens(33, 25, 400, 7)) fens.push_back(std::move(fen));
+    int seen[3] = {};
+    for (const std::string &fen : fens) {
+        SCOPED_TRACE(fen);
+        const auto board = make_test_position(fen);
+        Position &pos = board->pos;
+        const Colour side = pos.side;
+        const Square king = pos.king_square[1 - side];
+        MoveList list;
+        const MoveEntry *end = gen_legal(pos, list.data());
+        for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
+            const Square from = from_square(entry->move);
+            const Square to = to_square(entry->move);
+            const bool castling = type_of(entry->piece) == KING && std::abs(from - to) == 2;
+            const bool closed_by_start = (entry->move & PROMOTE_ANY) != 0 && (between(to, king) >> from & 1) != 0;
+            if (castling || closed_by_start || is_en_passant_capture(pos, entry->move)) continue;
+            const int answer = gives_check(pos, side, *entry);
+            make_move(pos, entry->move);
+            const Bitboard checkers = walked_attackers(pos, king, side);
+            unmake_move(pos);
+            const int expected = (checkers & ~bit(to)) != 0 ? 2 : checkers != 0 ? 1 : 0;
+            ASSERT_EQ(answer, expected) << coordinates(entry->move);
+            ++seen[answer];
+        }
+    }
+    EXPECT_GT(seen[1], 1000);
+    EXPECT_GT(seen[2], 50);
+}
+
+}  // namespace

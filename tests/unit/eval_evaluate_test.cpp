@@ -1,0 +1,101 @@
+#include "engine_fixture.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <vector>
+
+#include "eval/eval.h"
+
+namespace {
+
+class EvaluateTest : public EngineTest {
+protected:
+    int score(const std::string &fen) {
+        set_fen(game->position, fen);
+        return score_here();
+    }
+    int score_here() {
+        Position &pos = game->position;
+        EvalResult result{};
+        const bool in_check = square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
+        return evaluate(pos, game->eval, pos.side, 2, in_check, result);
+    }
+};
+
+// The same position with the colours exchanged.
+std::string mirrored(const std::string &fen) {
+    std::vector<std::string> fields;
+    for (std::size_t start = 0; start < fen.size();) {
+        const std::size_t end = std::min(fen.find(' ', start), fen.size());
+        fields.push_back(fen.substr(start, end - start));
+        start = end + 1;
+    }
+    std::string board;
+    for (std::size_t start = 0; start <= fields[0].size();) {
+        const std::size_t end = std::min(fields[0].find('/', start), fields[0].size());
+        std::string rank = fields[0].substr(start, end - start);
+        board = board.empty() ? rank : rank.append("/").append(board);
+        start = end + 1;
+    }
+    const auto swap_case = [](std::string text) {
+        for (char &c : text)
+            c = static_cast<char>(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
+        return text;
+    };
+    return swap_case(board) + (fields[1] == "w" ? " b " : " w ") + swap_case(fields[2]) + " -";
+}
+
+std::vector<std::string> data_positions() {
+    std::vector<std::string> fens;
+    std::ifstream file(test_data("perft/perft.epd"));
+    for (std::string line; std::getline(file, line);) fens.push_back(line.substr(0, line.find(';')));
+    return fens;
+}
+
+}  // namespace
+
+TEST_F(EvaluateTest, StartPositionIsTheTempo) {
+    EXPECT_EQ(score("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"), 16);
+    EXPECT_EQ(score("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), 16);
+}
+
+TEST_F(EvaluateTest, InCheckIsNotEvaluated) { EXPECT_EQ(score("k7/8/8/8/8/8/8/K6r w - -"), IN_CHECK_SCORE); }
+
+TEST_F(EvaluateTest, ColoursAreSymmetric) {
+    const std::vector<std::string> fens = data_positions();
+    if (fens.empty()) GTEST_SKIP() << "no positions in " << test_data("perft/perft.epd");
+    for (const std::string &fen : fens) EXPECT_EQ(score(fen), score(mirrored(fen))) << fen;
+}
+
+TEST_F(EvaluateTest, CacheChangesNothing) {
+    const std::vector<std::string> fens = data_positions();
+    if (fens.empty()) GTEST_SKIP() << "no positions in " << test_data("perft/perft.epd");
+    for (const std::string &fen : fens) {
+        game->eval.iteration = 0;
+        const int fresh = score(fen);
+        game->eval.iteration = 5;
+        EXPECT_EQ(score_here(), fresh) << fen;
+    }
+    EXPECT_GT(game->eval.cache_hits, 0U);
+}
+
+// 41 units of material at the start, so a contempt of 20 moves the balanced score by 20.
+TEST_F(EvaluateTest, ContemptFollowsTheEnginesSide) {
+    const std::string start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+    const struct {
+        int contempt;
+        Colour engine;
+        bool active;
+        int score;
+    } cases[] = {
+        {20, WHITE, true, 36},  {20, BLACK, true, -4}, {-20, WHITE, true, -4},
+        {20, WHITE, false, 16}, {0, BLACK, true, 16},
+    };
+    for (const auto &c : cases) {
+        settings.Contempt = static_cast<std::int16_t>(c.contempt);
+        derive_eval_tables();
+        set_contempt_context(c.engine, c.active);
+        EXPECT_EQ(score(start), c.score) << c.contempt;
+    }
+}

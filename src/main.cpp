@@ -5,6 +5,7 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "board/attacks.h"
+#include "eval/kpk.h"
 #include "eval/parameters.h"
 #include "frontend/command_line.h"
 #include "frontend/engine.h"
@@ -20,6 +21,7 @@ bool start_up(int count, char **arguments, CommandLine &line) {
     std::srand(wall_clock_seed());
     if (!allocate_game()) return false;
     init_attacks();
+    build_kpk();
     default_settings = Settings{};
     settings = default_settings;
     uci_mode = 1;

@@ -22,9 +22,6 @@ struct {
 
 constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
 
-// A king's file or rank, moved off the edge: the zone's centre lies on b2-g7.
-constexpr std::array<int, 8> CLAMPED_COORDINATE = {1, 1, 2, 3, 4, 5, 6, 6};
-
 void set_king_zones(const Position &pos, EvalScratch &scratch) {
     scratch.flank_files = 0;
     for (const Colour c : {WHITE, BLACK}) {
@@ -134,9 +131,41 @@ void set_contempt_context(Colour engine_side, bool active) {
     if (changed && eval_tables.contempt != 0) ++eval_generation;
 }
 
-int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result) {
+namespace {
+
+// Writes the totals of the pass, from the sides' own views.
+void fill_display(EvalDisplay &display, const EvalScratch &scratch, int scale) {
+    for (const Colour c : {WHITE, BLACK}) {
+        const auto side = static_cast<std::size_t>(c);
+        display.material[side] = static_cast<std::int16_t>(taper(scratch.side[c].material, scratch.stage));
+        display.positional[side] = static_cast<std::int16_t>(taper(scratch.side[c].positional, scratch.stage));
+    }
+    display.stage = scratch.stage;
+    display.draw_scale = scale / 256.0;
+    display.threatened = scratch.threatened;
+    display.pinned = scratch.pinned;
+    display.free_passers = scratch.free_passers;
+}
+
+int for_side(Colour side, int white_score) {
+    const int score = std::clamp(white_score, -HIGHEST_SCORE, HIGHEST_SCORE);
+    return side == WHITE ? score : -score;
+}
+
+}  // namespace
+
+int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+             EvalDisplay *display) {
     if (in_check) return IN_CHECK_SCORE;
+    result.threat_level[WHITE] = result.threat_level[BLACK] = 0;
+
+    // Material that decides
+    if (is_material_draw(pos)) {
+        result.flags = RECOGNISED_DRAW;
+        return 0;
+    }
     ++thread.evaluations;
+    if (int score = 0; recognise_bare_king(pos, score)) return for_side(side, score);
 
     // Cache
     EvalCacheEntry &entry = thread.cache[pos.key % EVAL_CACHE_SIZE];
@@ -149,6 +178,8 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     // Shared bitboards
     EvalScratch scratch;
     scratch.occupied = pos.occupied();
+    scratch.threatened = scratch.free_passers = 0;
+    scratch.display = display;
     set_pawn_bitboards(pos, scratch);
     set_king_zones(pos, scratch);
     set_attack_maps(pos, scratch);
@@ -156,8 +187,12 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
 
     // Terms
     set_material(pos, scratch);
-    for (const Colour c : {WHITE, BLACK}) scratch.side[c].positional = {};
+    evaluate_pawns(pos, thread, scratch);
     evaluate_pieces(pos, scratch);
+    evaluate_king(pos, scratch, WHITE);
+    evaluate_king(pos, scratch, BLACK);
+    evaluate_passers(pos, scratch);
+    evaluate_threats(pos, scratch);
     scratch.side[side].positional += TEMPO;
 
     // Combination
@@ -165,14 +200,15 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     const SideScratch &black = scratch.side[BLACK];
     const int material = taper(difference(white.material, black.material), scratch.stage);
     const int positional = taper(difference(white.positional, black.positional), scratch.stage);
-    int score = material + positional + amplification(positional) + contempt_adjustment(pos);
-    score = std::clamp(score, -HIGHEST_SCORE, HIGHEST_SCORE);
-    if (side == BLACK) score = -score;
+    const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos);
+    const int scale = draw_scale(pos, scratch, unscaled);
+    const int score = for_side(side, unscaled * scale / 256);
 
     for (const Colour c : {WHITE, BLACK})
         result.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);
     entry.key = pos.key;
     std::copy_n(result.threat_level, 2, entry.threat_level);
     entry.score = static_cast<std::int16_t>(score);
+    if (display != nullptr) fill_display(*display, scratch, scale);
     return score;
 }

@@ -4,21 +4,21 @@
 
 namespace {
 
-constexpr Bitboard LIGHT_SQUARES = 0x55AA55AA55AA55AA;
 constexpr Bitboard CENTRE_BLOCK = 0x00003C3C3C3C0000;  // c3-f6
 constexpr int CORNERED_PIECE_THREAT = 250;             // centipawns
 
 // Amount that a piece of a type, reaching the enemy king zone, adds to the attack units.
 constexpr std::array<unsigned, 8> ATTACK_UNIT = {0, 0, 1, 8, 64, 512, 0, 0};
 
-// The rank mask seen from a side: relative_rank_mask(BLACK, 6) is rank 2.
-Bitboard relative_rank_mask(Colour c, int rank) { return rank_mask(c == WHITE ? rank : 7 - rank); }
-
 // Files next to an edge rook's file on the way to the centre, where its own pawns and king shut it in: for a rook on h1 the
 // files f and g.
 constexpr std::array<Bitboard, 8> TRAPPING_FILES = {
     file_mask(1) | file_mask(2), file_mask(2), 0, 0, 0, 0, file_mask(5), file_mask(5) | file_mask(6),
 };
+
+constexpr DisplayTerm term_of(int type) {
+    return static_cast<DisplayTerm>(static_cast<int>(DisplayTerm::KNIGHTS) + type - KNIGHT);
+}
 
 // One evaluated piece, with what every kind needs.
 struct Piece {
@@ -38,7 +38,7 @@ public:
             while (pieces != 0) {
                 const Square s = pop_lsb(pieces);
                 const Piece piece{colour_of(pos_.board[s]), type, s, (scratch_.pinned & bit(s)) != 0};
-                own(piece).positional += score(piece);
+                scratch_.add(piece.colour, s, term_of(type), score(piece));
             }
         }
     }
@@ -101,7 +101,7 @@ private:
             score += tables_.bishop_outpost;
         else if ((attacks & side.outposts) != 0)
             score += tables_.bishop_half_outpost;
-        const Bitboard same_colour = (LIGHT_SQUARES & bit(piece.square)) != 0 ? LIGHT_SQUARES : ~LIGHT_SQUARES;
+        const Bitboard same_colour = is_light(piece.square) ? LIGHT_SQUARES : ~LIGHT_SQUARES;
         score += popcount(side.blocked_pawns & same_colour) * tables_.bad_bishop;
         note_cornered(piece, area_count);
         return score;
@@ -114,7 +114,7 @@ private:
         const Bitboard attacks = rook_attacks(piece.square, scratch_.occupied & ~see_through);
         record_attacks(piece, attacks);
         const Bitboard file = file_mask(file_of(piece.square));
-        const Bitboard enemy_half = c == WHITE ? Bitboard{0xFFFFFFFF} << 32 : Bitboard{0xFFFFFFFF};
+        const Bitboard enemy_half = own_half(1 - c);
         const int area_count = piece.pinned ? 0 : popcount(attacks & side.mobility_area);
         const int count = piece.pinned ? 0 : area_count + popcount(attacks & file & enemy_half);
         ScorePair score = tables_.rook_squares[from_white_side(c, piece.square)];

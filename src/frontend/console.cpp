@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "board/attacks.h"
 #include "board/see.h"
+#include "eval/display.h"
 #include "frontend/engine.h"
 #include "platform/clock.h"
 #include "search/params.h"
@@ -26,21 +27,54 @@ std::string_view word_at(const Words &words, std::size_t i) { return i < words.s
 
 int integer_at(const Words &words, std::size_t i) { return clamped_integer(word_at(words, i), -1'000'000, 1'000'000); }
 
-void show_position() { show_board(game->position); }
+// Has the search threads idle for a command that uses their records; false, with a message, when the position is none
+// that can be searched.
+bool prepare_direct_search() {
+    if (const std::string_view reason = unsearchable_reason(game->position); !reason.empty()) {
+        print_line("cannot search this position: " + std::string(reason));
+        return false;
+    }
+    stop_and_wait(STOP_ABANDON);
+    search_request = REQUEST_NONE;
+    begin_search();
+    return true;
+}
+
+// The breakdown of the position's evaluation, from a search of depth 0 in this thread.
+void show_evaluation() {
+    const std::uint8_t saved_depth = max_depth;
+    const bool saved_display = display_evaluation;
+    max_depth = 0;
+    display_evaluation = true;
+    eval_display = {};
+    if (prepare_direct_search()) {
+        iterate();
+        print_line(evaluation_text(game->position, eval_display, search_thread_at(0).root_eval, root_result.score));
+    }
+    max_depth = saved_depth;
+    display_evaluation = saved_display;
+}
+
+void show_position() {
+    if (display_evaluation)
+        show_evaluation();
+    else
+        show_board(game->position);
+}
 
 void abandon_search() { stop_flag = STOP_ABANDON; }
 
 void new_game(const Words &, std::string_view) {
     abandon_search();
     set_fen(game->position, START_FEN);
-    show_position();
+    show_board(game->position);
     clock_white = clock_black = time_per_move;
 }
 
 void set_position(const Words &, std::string_view rest) {
     abandon_search();
     set_fen(game->position, rest);
-    show_position();
+    show_board(game->position);
 }
 
 void quit(const Words &, std::string_view) {
@@ -75,15 +109,7 @@ void count_paths(const Words &words, std::string_view) {
         print_line("perft needs a depth of 1 or more");
         return;
     }
-    if (const std::string_view reason = unsearchable_reason(game->position); !reason.empty()) {
-        print_line("cannot search this position: " + std::string(reason));
-        return;
-    }
-    stop_and_wait(STOP_ABANDON);
-    const std::uint8_t request = search_request;
-    search_request = REQUEST_NONE;
-    begin_search();
-    search_request = request;
+    if (!prepare_direct_search()) return;
     prepare_threads();
     SearchThread &thread = search_thread_at(0);
     const double start = monotonic_seconds();
@@ -109,6 +135,10 @@ void reductions(const Words &, std::string_view) {
     derive_search_params();
     show_search_params();
 }
+
+void evaluation(const Words &, std::string_view) { show_evaluation(); }
+
+void evaluation_parameters(const Words &, std::string_view) { show_eval_params(); }
 
 void trace(const Words &words, std::string_view) { set_trace_level(std::clamp(integer_at(words, 1), 0, 65535)); }
 
@@ -175,6 +205,8 @@ void set_value(const Words &words, std::string_view) {
         settings.MultiPV = static_cast<std::int16_t>(std::clamp(value, 1, 255));
     else if (name == "level")
         set_level(words);
+    else if (name == "debug")
+        display_evaluation = value != 0;
     else if (name == "depth")
         max_depth = static_cast<std::uint8_t>(std::clamp(value, 0, MAX_DEPTH));
     else if (name == "ss")
@@ -192,9 +224,14 @@ struct Command {
     void (*run)(const Words &words, std::string_view rest);
 };
 constexpr Command COMMANDS[] = {
-    {"new", new_game},      {"fen", set_position}, {"quit", quit},     {"mv", search_move}, {"go", analyse},
-    {"an", analyse},        {".", stop_analysis},  {"bd", board},      {"trace", trace},    {"lmr", reductions},
-    {"perft", count_paths}, {"swap", exchanges},   {"set", set_value},
+    {"new", new_game},      {"fen", set_position},
+    {"quit", quit},         {"mv", search_move},
+    {"go", analyse},        {"an", analyse},
+    {".", stop_analysis},   {"bd", board},
+    {"trace", trace},       {"lmr", reductions},
+    {"perft", count_paths}, {"swap", exchanges},
+    {"ev", evaluation},     {"sp", evaluation_parameters},
+    {"set", set_value},
 };
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "base/settings.h"
 #include "base/text.h"
 #include "board/notation.h"
+#include "eval/display.h"
 #include "frontend/engine.h"
 #include "frontend/options.h"
 #include "search/params.h"
@@ -32,7 +33,10 @@ void isready(std::string_view) { print_line("readyok"); }
 
 void debug(std::string_view) { debug_echo = true; }
 
-void show_parameters(std::string_view) { show_search_params(); }
+void show_parameters(std::string_view) {
+    show_search_params();
+    show_eval_params();
+}
 
 void setoption(std::string_view rest) {
     constexpr std::string_view NAME = "name";

@@ -8,6 +8,7 @@
 
 RootResult root_result;
 SearchShared search_shared;
+Relaxed<bool> display_evaluation(false);
 std::mutex search_output_lock;
 std::mutex stats_lock;
 

@@ -67,8 +67,10 @@ void initialise_root(SearchThread &thread) {
     const Colour side = pos.side;
     root.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
     root.in_check = root.checker != NO_SQUARE;
+    EvalDisplay *display = is_main(thread) && display_evaluation ? &eval_display : nullptr;
+    if (display != nullptr) *display = {};
     thread.root_eval =
-        static_cast<std::int16_t>(evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check != 0, root.eval));
+        static_cast<std::int16_t>(evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check != 0, root.eval, display));
     thread.score = thread.root_eval;
     root.static_eval = thread.root_eval;
     thread.plies[0].static_eval = static_cast<std::int16_t>(-thread.root_eval);

@@ -139,6 +139,9 @@ extern std::mutex search_output_lock;
 // Guards nodes_by_depth. Never held together with another lock.
 extern std::mutex stats_lock;
 
+// Whether thread 0's root evaluation fills the display tables of the evaluation. Main thread writes.
+extern Relaxed<bool> display_evaluation;
+
 // Runs one whole search in the calling thread, which is thread `thread.index`.
 void search_thread(SearchThread &thread);
 

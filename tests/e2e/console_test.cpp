@@ -52,6 +52,62 @@ TEST(ConsoleStart, ShowsTheBoard) {
     quit_and_check(engine);
 }
 
+// In the start position everything is symmetric but the tempo: material is 8 x 90 + 2 x 380 + 2 x 390 + 2 x 535 + 1200 + 30,
+// and each knight has -21 x 36 / 42 for its square and nothing for its two squares.
+TEST_F(Console, ShowsTheEvaluation) {
+    const std::string view =
+        "eval= 16, qscore= 16, stage= 0, draw_adj= 1.00\n"
+        "\n"
+        "           white    black     diff\n"
+        "mtl=        4560     4560        0   ( :: )\n"
+        "pos=        -207     -223       16\n"
+        "pawns=       -36      -36        0\n"
+        "knights=     -36      -36        0\n"
+        "bishops=     -58      -58        0\n"
+        "rooks=       -32      -32        0\n"
+        "queens=      -16      -16        0\n"
+        "kings=       -45      -45        0\n"
+        "passers=       0        0        0\n"
+        " r n b q k b n r      -16  -18  -29  -16  -45  -29  -18  -16\n"
+        " o o o o o o o o       -8   -4   -2   -4   -4   -2   -4   -8\n"
+        " - + - + - + - +        -    -    -    -    -    -    -    -\n"
+        " + - + - + - + -        -    -    -    -    -    -    -    -\n"
+        " - + - + - + - +        -    -    -    -    -    -    -    -\n"
+        " + - + - + - + -        -    -    -    -    -    -    -    -\n"
+        " P P P P P P P P       -8   -4   -2   -4   -4   -2   -4   -8\n"
+        " R N B Q K B N R      -16  -18  -29  -16  -45  -29  -18  -16\n"
+        "white\n";
+    EXPECT_TRUE(joined(replies("ev")).ends_with(view)) << joined(replies("ev"));
+    EXPECT_EQ(joined(replies("bd")), START_BOARD);
+    replies("set debug 1");
+    EXPECT_TRUE(joined(replies("bd")).ends_with(view));
+    replies("set debug 0");
+
+    // The knight on d4 is pinned by the rook; White has a pawn, Black a rook more.
+    replies("fen 3rk3/8/7P/8/3N1n2/8/3K4/8 w - -");
+    const std::string text = joined(replies("ev"));
+    EXPECT_NE(text.find("\npinned pieces on :  d4\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("(P :: R)\n"), std::string::npos) << text;
+    EXPECT_EQ(joined(replies("fen 8/8/8/8/8/8/8/8 w - -")).find("eval="), std::string::npos);
+    EXPECT_EQ(joined(replies("ev")).find("eval="), std::string::npos) << "no view of a board without kings";
+}
+
+TEST_F(Console, ShowsTheEvaluationTables) {
+    const std::string text = joined(replies("sp"));
+    EXPECT_TRUE(text.starts_with("piece values=  90/110  380/360  390/375  535/635  1200/1200\nbishop_pair= 30 , 50\n"))
+        << text;
+    for (const char *line : {
+             "\n10:     25    30    36    42    49    56    64    72    81    90 \n",
+             "\nPawnShield[]= 0 6 12 18 24 30 36 42 48 54 54 54 54 54 54 54 54 54 54 54 54 54 54\n",
+             "\n 11  nmob=   0/  0  bmob= 23/ 27  rmob= 20/ 26  qmob=   4/ 10\n",
+             "\nqueen_mob[28] = 19/50\n",
+             "\nrank=7,  ppawn= 132 , 200\n",
+             "\npawn_storm= -9/0\n",
+             "\nDefended Pawn\n",
+         })
+        EXPECT_NE(text.find(line), std::string::npos) << line;
+}
+
 TEST_F(Console, ShowsPositions) {
     EXPECT_EQ(joined(replies("fen 4k2b/8/8/3pP3/8/8/1N6/4K2R w K d6")),
               "4k2b/8/8/3pP3/8/8/1N6/4K2R w K d6\n"

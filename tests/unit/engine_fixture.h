@@ -11,6 +11,7 @@
 #include "base/settings.h"
 #include "board/attacks.h"
 #include "board/notation.h"
+#include "eval/kpk.h"
 #include "eval/parameters.h"
 #include "search/params.h"
 #include "search/report.h"
@@ -23,6 +24,7 @@ class EngineTest : public testing::Test {
 protected:
     void SetUp() override {
         init_attacks();
+        build_kpk();
         generate_hash_codes();
         settings = Settings{};
         settings.Hash = 4;

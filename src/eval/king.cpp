@@ -1,0 +1,148 @@
+// One king: shelter and danger in the opening half, activity in the endgame half.
+#include <cstdio>
+
+#include "board/attacks.h"
+#include "eval/scratch.h"
+
+namespace {
+
+constexpr int CONTACT_CHECK_THREAT = 900;  // centipawns: a queen can give check next to the king
+constexpr int SHELTER_RANKS = 3;           // the last relative rank index with a shield
+constexpr int NO_SHELTER = -64;
+constexpr int FEW_PIECES = 2;                         // enemy piece count up to which a king fears nothing
+constexpr int ENDGAME_PIECES = 9;                     // piece count of both sides from which on activity does not count
+constexpr Bitboard INNER_BLOCK = 0x007E7E7E7E7E7E00;  // b2-g7
+
+constexpr std::array<int, 8> FILE_WEIGHT = {4, 4, 3, 2, 2, 3, 4, 4};
+constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 0, 0};
+
+class KingEvaluation {
+public:
+    KingEvaluation(const Position &pos, EvalScratch &scratch, Colour own)
+        : pos_(pos),
+          scratch_(scratch),
+          c_(own),
+          king_(pos.king_square[own]),
+          own_(scratch.side[own]),
+          enemy_(scratch.side[1 - own]),
+          file_(CLAMPED_COORDINATE[file_of(king_)]) {}
+
+    void run() {
+        const ScorePair table = eval_tables.king_squares[from_white_side(c_, king_)];
+        int opening = table.op();
+        if (enemy_.piece_count > FEW_PIECES) opening += safety();
+        if (pos_.of(1 - c_, QUEEN) == 0) opening /= 2;
+        int endgame = table.en();
+        if (own_.piece_count + enemy_.piece_count < ENDGAME_PIECES) endgame -= passivity();
+        scratch_.add(c_, king_, DisplayTerm::KINGS,
+                     ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
+    }
+
+private:
+    Bitboard own_attacks(std::initializer_list<int> types) const {
+        Bitboard set = 0;
+        for (const int type : types) set |= own_.attacks[type];
+        return set;
+    }
+
+    // Points for own pawns on the three files around the king: 3 for one on relative rank 2, 2 on rank 3, 1 on rank 4.
+    int shield_index(int rank) const {
+        if (rank > SHELTER_RANKS) return 0;
+        int index = 0;
+        const Bitboard pawns = pos_.of(c_, PAWN) & own_half(c_) & ~enemy_.attacks[PAWN];
+        for (int file = file_ - 1; file <= file_ + 1; ++file)
+            for (int points = 3; points >= 1; --points)
+                if ((pawns & file_mask(file) & relative_rank_mask(c_, 4 - points)) != 0) {
+                    index += points;
+                    break;
+                }
+        return index;
+    }
+
+    // Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
+    int storm_files() const {
+        if (std::abs(file_ - file_of(pos_.king_square[1 - c_])) <= 2) return 0;
+        int files = 0;
+        for (int file = file_ - 1; file <= file_ + 1; ++file)
+            files += (pos_.of(1 - c_, PAWN) & file_mask(file) & own_half(1 - c_)) == 0;
+        return files;
+    }
+
+    int count_safe_checks(Bitboard safe) const {
+        const Bitboard diagonals = bishop_attacks(king_, scratch_.occupied) & safe;
+        const Bitboard lines = rook_attacks(king_, scratch_.occupied) & safe;
+        return popcount(knight_attacks(king_) & safe & enemy_.attacks[KNIGHT]) +
+               popcount(diagonals & enemy_.attacks[BISHOP]) + popcount(lines & enemy_.attacks[ROOK]) +
+               ((diagonals & enemy_.attacks[QUEEN]) != 0) + ((lines & enemy_.attacks[QUEEN]) != 0);
+    }
+
+    int count_zone_attacks() const {
+        const Bitboard zone = own_.king_zone;
+        const Bitboard by_minors = own_attacks({PAWN, KNIGHT, BISHOP});
+        const Bitboard by_rooks = by_minors | own_.attacks[ROOK];
+        const Bitboard by_queens = by_rooks | own_.attacks[QUEEN];
+        return popcount(zone & enemy_.attacks[PAWN]) + popcount(zone & enemy_.attacks[KNIGHT] & ~by_minors) +
+               popcount(zone & enemy_.attacks[BISHOP] & ~by_minors) +
+               popcount(zone & enemy_.attacks[ROOK] & ~by_rooks) + popcount(zone & enemy_.attacks[QUEEN] & ~by_queens);
+    }
+
+    int safety() {
+        const int rank = relative_rank(c_, king_);
+        const int shield_points = shield_index(rank);
+        const int shield =
+            rank > SHELTER_RANKS
+                ? 0
+                : FILE_WEIGHT[file_of(king_)] * eval_tables.pawn_shield[shield_points] * (4 - rank) / 16 + NO_SHELTER;
+        const int storm = storm_files() * eval_tables.pawn_storm.op();
+        const Bitboard defenders = pos_.of(c_, PAWN) | pos_.of(c_, KNIGHT) | pos_.of(c_, BISHOP);
+        const int defence = DEFENDERS_BONUS[popcount(defenders & own_.king_zone)];
+
+        // Squares from which an enemy piece may check without being taken.
+        const Bitboard covered = own_attacks({PAWN, KNIGHT, BISHOP, ROOK, QUEEN});
+        const Bitboard beside = king_attacks(king_);
+        const Bitboard safe = ~(pos_.all(1 - c_) | covered | (beside & ~enemy_.double_attacks));
+        safe_checks_ = count_safe_checks(safe);
+        if ((beside & safe & enemy_.attacks[QUEEN]) != 0) own_.threat_level += CONTACT_CHECK_THREAT;
+
+        const unsigned units = enemy_.attack_units;
+        const auto attackers = [units](int field) { return static_cast<int>(units >> (3 * field) & 7); };
+        const int danger_index = 4 * attackers(0) + 3 * attackers(1) + 4 * attackers(2) + 5 * attackers(3) +
+                                 4 * safe_checks_ + 4 * count_zone_attacks() - shield_points -
+                                 (pos_.side == c_ ? 1 : 0);
+        const int danger = danger_index > 0 ? eval_tables.king_danger[std::min(danger_index, 63)] : 0;
+        const int value = defence + shield + storm - danger;
+        if (scratch_.display != nullptr) {
+            show_board(pos_);
+            std::printf("sq=%s, KD= %d\n", std::string(square_name(king_)).c_str(), value);
+        }
+        return value;
+    }
+
+    // A king that cannot move towards the middle or is far from all pawns: on the a-file with all pawns on the g-file
+    // 8 + 10 + 12 + 14 + 16.
+    int passivity() const {
+        const Bitboard moves = king_attacks(king_) & ~pos_.all(c_) & ~enemy_.attacks[0];
+        int loss = (moves & INNER_BLOCK) == 0 ? 10 : 0;
+        const Bitboard pawns = pos_.of(WHITE, PAWN) | pos_.of(BLACK, PAWN);
+        Bitboard region = file_mask(file_of(king_));
+        region |= shift_sideways(region);
+        for (int step = 8; ~region != 0 && (pawns & region) == 0; step += 2) {
+            loss += step;
+            region |= shift_sideways(region);
+        }
+        return loss;
+    }
+
+    const Position &pos_;
+    EvalScratch &scratch_;
+    Colour c_;
+    Square king_;
+    SideScratch &own_;
+    const SideScratch &enemy_;
+    int file_;  // of the king, moved off the edge
+    int safe_checks_ = 0;
+};
+
+}  // namespace
+
+void evaluate_king(const Position &pos, EvalScratch &scratch, Colour own) { KingEvaluation(pos, scratch, own).run(); }

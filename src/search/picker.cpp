@@ -118,34 +118,22 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
             const Square from = pop_lsb(pawns);
             add(from, pushes(from) & pawn_checks);
         }
-    const Bitboard knight_checks = knight_attacks(king) & empty;
-    for (Bitboard knights = pos.of(side, KNIGHT); knights != 0;) {
-        const Square from = pop_lsb(knights);
-        add(from, knight_attacks(from) & knight_checks);
-    }
+    // Moves of a set of pieces to the squares of the king's lines.
+    const auto add_pieces = [&](Bitboard pieces, Bitboard lines, auto attacks) {
+        while (pieces != 0) {
+            const Square from = pop_lsb(pieces);
+            add(from, attacks(from, occupied) & lines);
+        }
+    };
     const Bitboard queens = pos.of(side, QUEEN);
-    if (const Bitboard bishops = pos.of(side, BISHOP); (bishops | queens) != 0) {
-        const Bitboard lines = bishop_attacks(king, occupied) & empty;
-        for (Bitboard b = bishops; b != 0;) {
-            const Square from = pop_lsb(b);
-            add(from, bishop_attacks(from, occupied) & lines);
-        }
-        for (Bitboard b = queens; b != 0;) {
-            const Square from = pop_lsb(b);
-            add(from, queen_attacks(from, occupied) & lines);
-        }
-    }
-    if (const Bitboard rooks = pos.of(side, ROOK); (rooks | queens) != 0) {
-        const Bitboard lines = rook_attacks(king, occupied) & empty;
-        for (Bitboard b = rooks; b != 0;) {
-            const Square from = pop_lsb(b);
-            add(from, rook_attacks(from, occupied) & lines);
-        }
-        for (Bitboard b = queens; b != 0;) {
-            const Square from = pop_lsb(b);
-            add(from, queen_attacks(from, occupied) & lines);
-        }
-    }
+    const Bitboard diagonals = bishop_attacks(king, occupied) & empty;
+    const Bitboard straights = rook_attacks(king, occupied) & empty;
+    add_pieces(pos.of(side, KNIGHT), knight_attacks(king) & empty,
+               [](Square s, Bitboard) { return knight_attacks(s); });
+    add_pieces(pos.of(side, BISHOP), diagonals, bishop_attacks);
+    add_pieces(queens, diagonals, queen_attacks);
+    add_pieces(pos.of(side, ROOK), straights, rook_attacks);
+    add_pieces(queens, straights, queen_attacks);
     for (Bitboard pawns = pos.of(side, PAWN) & rank_mask(side == WHITE ? 5 : 2); pawns != 0;) {
         const Square from = pop_lsb(pawns);
         add(from, bit(from + pawn_direction(side)) & empty);

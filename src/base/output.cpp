@@ -83,6 +83,8 @@ bool set_logging(bool on) {
     return on;
 }
 
+void enable_logging(bool on) { logging_enabled = on; }
+
 bool logging() { return logging_enabled; }
 
 void close_log() {

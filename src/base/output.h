@@ -28,6 +28,9 @@ void log_line(std::string_view text);
 // file stays open. Returns whether logging is on now. Main thread.
 bool set_logging(bool on);
 
+// Lets lines go to the log, if one is open, or keeps them from it. Main thread.
+void enable_logging(bool on);
+
 // Whether lines go to the log now.
 bool logging();
 

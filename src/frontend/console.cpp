@@ -34,7 +34,7 @@ bool prepare_direct_search() {
         print_line("cannot search this position: " + std::string(reason));
         return false;
     }
-    stop_and_wait(STOP_ABANDON);
+    stop_and_report();
     search_request = REQUEST_NONE;
     begin_search();
     return true;
@@ -132,7 +132,10 @@ void exchanges(const Words &, std::string_view) {
 }
 
 void reductions(const Words &, std::string_view) {
-    derive_search_params();
+    if (busy_threads() == 0)
+        derive_search_params();
+    else
+        settings.settings_changed = 1;  // not under a running search
     show_search_params();
 }
 

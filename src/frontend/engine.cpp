@@ -19,8 +19,9 @@ namespace {
 constexpr int SEARCH_POLL_MS = 1;  // between looks at the clock while a search runs
 constexpr int IDLE_POLL_MS = 50;   // input ends the wait at once
 
-// Carried out even while a `go` waits for the running search to end.
-constexpr std::string_view URGENT_COMMANDS[] = {"stop", "ponderhit", "isready", "quit", "."};
+// Carried out even while a `go` waits for the running search, which it has stopped, to end. A stop belongs to the search
+// that waits.
+constexpr std::string_view URGENT_COMMANDS[] = {"isready", "quit"};
 
 bool searching() { return search_state != REQUEST_NONE; }
 
@@ -115,6 +116,11 @@ void read_command(int timeout_ms) {
 void stop_and_wait(int reason) {
     stop_flag = static_cast<std::uint8_t>(reason);
     wait_until_idle();
+}
+
+void stop_and_report() {
+    stop_and_wait(STOP_ABANDON);
+    if (searching() && search_state != REQUEST_PONDER) report_result();
 }
 
 void engine_loop() {

@@ -13,8 +13,11 @@ void engine_loop();
 // Waits up to `timeout_ms` for input, then interprets at most one complete line. Main thread.
 void read_command(int timeout_ms);
 
-// Waits until the running search has reported whatever it found, for commands that need idle threads.
+// Stops the running search, if any, for a StopReason, and waits until all threads are idle.
 void stop_and_wait(int reason);
+// The same, and reports its result at once (a ponder search reports when it is hit or stopped), for commands that need
+// the threads' records.
+void stop_and_report();
 
 // uci.cpp: interprets one line of the UCI protocol.
 void interpret_uci(std::string_view line);

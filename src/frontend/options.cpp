@@ -11,6 +11,7 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "base/text.h"
+#include "frontend/engine.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
@@ -37,6 +38,7 @@ struct Option {
 
 void change_threads() {
     if (settings.Threads == thread_count()) return;
+    stop_and_report();
     stop_threads();
     if (start_threads(settings.Threads) != 0) {
         print_line("error!");
@@ -137,6 +139,7 @@ void store(const Option &option, std::string_view value) {
     case Kind::CHECK: {
         std::int16_t &field = settings.*std::get<Spin>(option.field);
         field = value.find("true") != std::string_view::npos ? 1 : 0;
+        if (std::get<Spin>(option.field) == &Settings::Log) enable_logging(field != 0);  // decides over the reply
         print_format("info string %s set to %d", option.name, field);
         break;
     }

@@ -98,17 +98,14 @@ void position(std::string_view rest) {
     const std::string_view setup = rest.substr(0, moves_at);
     const std::string_view moves =
         moves_at == std::string_view::npos ? std::string_view{} : rest.substr(moves_at + MOVES.size());
+    const bool start = setup.find("startpos") != std::string_view::npos;
+    const std::size_t fen_at = setup.find("fen");
+    if (!start && fen_at == std::string_view::npos) return;
     if (count_words(moves) > MAX_GAME_MOVES) {
         print_format("info string more than %d moves", MAX_GAME_MOVES);
         return;
     }
-    if (setup.find("startpos") != std::string_view::npos) {
-        set_fen(game->position, START_FEN);
-    } else if (const std::size_t fen_at = setup.find("fen"); fen_at != std::string_view::npos) {
-        set_fen(game->position, setup.substr(std::min(fen_at + 4, setup.size())));
-    } else {
-        return;
-    }
+    set_fen(game->position, start ? START_FEN : setup.substr(std::min(fen_at + 4, setup.size())));
     play_moves(moves);
 }
 
@@ -128,6 +125,11 @@ std::int64_t jittered_nodes(std::int64_t nodes) {
     constexpr std::int64_t MOST_NODES = std::int64_t{1} << 50;
     nodes = std::clamp<std::int64_t>(nodes, 0, MOST_NODES);
     return nodes + (40 - std::rand() % 80) * nodes / 1000;
+}
+
+// Whether a search with the present limits ends by a command only.
+bool limits_are_endless() {
+    return tc_mode == 1 && time_per_move >= UNLIMITED_TIME && max_depth >= MAX_DEPTH && node_limit <= 0;
 }
 
 void go(std::string_view rest) {
@@ -171,14 +173,14 @@ void go(std::string_view rest) {
         increment = 0.0;
     }
     search_request = find_parameter(rest, "ponder", value) ? REQUEST_PONDER : REQUEST_SEARCH;
-    endless_search = search_request == REQUEST_PONDER || find_parameter(rest, "infinite", value);
+    endless_search = search_request == REQUEST_PONDER || limits_are_endless();
     ready_flag = true;
 }
 
 void ponderhit(std::string_view) {
     if (search_state != REQUEST_PONDER) return;
     search_state = REQUEST_SEARCH;
-    endless_search = tc_mode == 1 && time_per_move >= UNLIMITED_TIME && max_depth >= MAX_DEPTH && node_limit <= 0;
+    endless_search = limits_are_endless();
 }
 
 void stop(std::string_view) {

@@ -26,6 +26,7 @@ struct {
     double target;         // seconds
     double clock;          // seconds on the side to move's clock; the move's time in fixed-time mode
     double move_overhead;  // seconds
+    double safety;         // seconds taken off the limit; none in fixed-time mode
     bool pondering_allowed;
 } plan;
 
@@ -83,6 +84,7 @@ int planned_moves(int game_ply, bool &many) {
 
 void plan_time(Colour side) {
     plan.move_overhead = settings.MoveOverhead * 0.001;
+    plan.safety = tc_mode == 1 ? 0.0 : std::min(plan.move_overhead, LARGEST_SAFETY);
     plan.pondering_allowed = settings.Ponder != 0;
     if (tc_mode == 1) {
         plan.clock = time_per_move;
@@ -194,9 +196,8 @@ void check_time() {
     const int extension = score_extension(depth, thread_extension(depth, root_result.score));
     time_extension = static_cast<std::int16_t>(extension);
     const double remaining = std::max(0.0, plan.clock - elapsed);
-    const double safety = tc_mode == 1 ? 0.0 : std::min(plan.move_overhead, LARGEST_SAFETY);
-    const double limit = plan.target + extension / 100.0 * remaining - safety;
-    if ((search_shared.single_reply != 0 && depth > 4) || 5.0 * safety > remaining || elapsed >= limit)
+    const double limit = plan.target + extension / 100.0 * remaining - plan.safety;
+    if ((search_shared.single_reply != 0 && depth > 4) || 5.0 * plan.safety > remaining || elapsed >= limit)
         stop_flag = search_state == REQUEST_SEARCH ? STOP_REPORT : STOP_ABANDON;
 }
 

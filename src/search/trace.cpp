@@ -30,9 +30,11 @@ void write_trace(const Position &pos, Move m) {
     const int ply = thread.history.ply;
     if (trace_level < ply) return;
     const int iteration = thread.iteration;
+    const int depth =
+        ply < PLY_RECORDS ? thread.plies[static_cast<std::size_t>(ply)].depth : 0;  // beyond: a game's moves
     if (iteration > last_iteration) std::fprintf(trace_file, "\n\nSEARCH DEPTH= %d\n", iteration);
     if (ply <= last_ply) std::fprintf(trace_file, "\n%*s", (ply - 1) * BLOCK, "");
-    std::fprintf(trace_file, "(%2d)%s ", thread.plies[ply].depth, move_to_text(m).c_str());
+    std::fprintf(trace_file, "(%2d)%s ", depth, move_to_text(m).c_str());
     last_ply = ply;
     last_iteration = iteration;
 }

@@ -261,6 +261,21 @@ TEST_F(SearchCommands, AnotherGoReplacesTheRunningSearch) {
     quit_and_check(engine_);
 }
 
+// What follows a second `go` in the same write belongs to that search, not to the one it overtakes.
+TEST(Search, StopAndPonderhitReachTheSearchThatWaits) {
+    EngineProcess engine;
+    engine.send("go infinite");
+    engine.expect_line([](std::string_view line) { return line.starts_with("info depth 5 "); });
+    engine.send_raw("go infinite\nstop\n");
+    engine.expect_line([](std::string_view line) { return line.starts_with("bestmove "); });
+    engine.expect_line([](std::string_view line) { return line.starts_with("bestmove "); });
+    engine.send("go ponder wtime 1000 btime 1000");
+    engine.send_raw("go ponder wtime 1000 btime 1000\nponderhit\n");
+    engine.expect_line([](std::string_view line) { return line.starts_with("bestmove "); });
+    engine.expect_line([](std::string_view line) { return line.starts_with("bestmove "); });
+    quit_and_check(engine);
+}
+
 // The position of a search is the one that held when it began.
 TEST_F(SearchCommands, PositionDuringASearchCountsForTheNext) {
     engine_.send("position startpos");

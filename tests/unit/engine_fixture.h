@@ -1,6 +1,8 @@
 // A running engine inside the test process: tables, pool, transposition table and game record.
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -76,6 +78,21 @@ protected:
 
     std::string best_move() const { return move_to_text(root_result.pv[1], PromotionStyle::LOWER_CASE); }
 };
+
+// The same placement with the colours exchanged and without castling rights, which no evaluation reads.
+inline std::string mirrored(const std::string &fen) {
+    const std::size_t blank = fen.find(' ');
+    std::string board;
+    for (std::size_t start = 0; start <= blank;) {
+        const std::size_t end = std::min(fen.find('/', start), blank);
+        std::string rank = fen.substr(start, end - start);
+        board = board.empty() ? rank : rank.append("/").append(board);
+        start = end + 1;
+    }
+    for (char &c : board)
+        c = static_cast<char>(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
+    return board + (fen[blank + 1] == 'w' ? " b - -" : " w - -");
+}
 
 inline bool short_run() { return std::getenv("DRAL_TEST_SHORT") != nullptr; }
 

@@ -23,29 +23,6 @@ protected:
     }
 };
 
-// The same position with the colours exchanged.
-std::string mirrored(const std::string &fen) {
-    std::vector<std::string> fields;
-    for (std::size_t start = 0; start < fen.size();) {
-        const std::size_t end = std::min(fen.find(' ', start), fen.size());
-        fields.push_back(fen.substr(start, end - start));
-        start = end + 1;
-    }
-    std::string board;
-    for (std::size_t start = 0; start <= fields[0].size();) {
-        const std::size_t end = std::min(fields[0].find('/', start), fields[0].size());
-        std::string rank = fields[0].substr(start, end - start);
-        board = board.empty() ? rank : rank.append("/").append(board);
-        start = end + 1;
-    }
-    const auto swap_case = [](std::string text) {
-        for (char &c : text)
-            c = static_cast<char>(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
-        return text;
-    };
-    return swap_case(board) + (fields[1] == "w" ? " b " : " w ") + swap_case(fields[2]) + " -";
-}
-
 std::vector<std::string> data_positions() {
     std::vector<std::string> fens;
     std::ifstream file(test_data("perft/perft.epd"));

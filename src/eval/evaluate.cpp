@@ -112,7 +112,9 @@ ScorePair difference(ScorePair white, ScorePair black) {
 
 // A clear positional edge counts a little more than its sum: up to 125 centipawns, from an edge of 199 on.
 int amplification(int positional) {
-    const int bonus = std::min(125, 13 * positional * positional / 4096);
+    constexpr int FULL_EDGE = 199;
+    const int edge = std::min(std::abs(positional), FULL_EDGE);
+    const int bonus = 13 * edge * edge / 4096;
     return positional < 0 ? -bonus : bonus;
 }
 

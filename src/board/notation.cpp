@@ -95,6 +95,22 @@ std::string normalise(std::string_view typed) {
     return text;
 }
 
+// Whether a move can have a text that equals `text`, told from the first letter and, for a piece, the square at the end.
+bool can_match(const Position &pos, Move m, std::string_view text) {
+    const Square from = from_square(m);
+    const int type = pos.type_on(from);
+    switch (text[0]) {
+    case 'N':
+    case 'B':
+    case 'R':
+    case 'Q':
+    case 'K': return " PNBRQK"[type] == text[0] && type != PAWN && text.ends_with(square_name(to_square(m)));
+    case 'o': return type == KING;
+    case '=': return type == PAWN;
+    default: return file_letter(from) == text[0];
+    }
+}
+
 }  // namespace
 
 std::string move_to_text(Move m, PromotionStyle style) {
@@ -130,6 +146,7 @@ bool parse_move(Position &pos, std::string_view typed, Move &move) {
     gen_all(pos, list.data());
     int matches = 0;
     for (const MoveEntry *entry = list.data(); entry->move != END_OF_LIST; ++entry) {
+        if (!can_match(pos, entry->move, text)) continue;
         const MoveTexts texts = move_to_san(pos, entry->move);
         const bool same = std::any_of(texts.begin(), texts.end(), [&text](const std::string &form) {
             return form.substr(0, form.find('+')) == text;

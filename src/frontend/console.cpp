@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "board/attacks.h"
 #include "board/see.h"
+#include "book/probe.h"
 #include "eval/display.h"
 #include "frontend/engine.h"
 #include "platform/clock.h"
@@ -131,6 +132,11 @@ void exchanges(const Words &, std::string_view) {
     std::fflush(stdout);
 }
 
+void book_moves(const Words &, std::string_view) {
+    probe_book(game->position);
+    print_line("");
+}
+
 void reductions(const Words &, std::string_view) {
     if (busy_threads() == 0)
         derive_search_params();
@@ -234,7 +240,7 @@ constexpr Command COMMANDS[] = {
     {"trace", trace},       {"lmr", reductions},
     {"perft", count_paths}, {"swap", exchanges},
     {"ev", evaluation},     {"sp", evaluation_parameters},
-    {"set", set_value},
+    {"set", set_value},     {"book", book_moves},
 };
 
 }  // namespace

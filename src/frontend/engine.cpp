@@ -6,7 +6,9 @@
 #include "base/control.h"
 #include "base/output.h"
 #include "base/settings.h"
+#include "board/movegen.h"
 #include "board/notation.h"
+#include "book/probe.h"
 #include "frontend/input.h"
 #include "search/report.h"
 #include "search/search.h"
@@ -40,18 +42,41 @@ Move first_legal_move() {
     return gen_legal(game->position, list.data()) != list.data() ? list[0].move : NO_MOVE;
 }
 
+// Whether the game is drawn or lost in the position that a book move leads to: then the search decides.
+bool book_move_refused(Position &pos) {
+    if (pos.fifty <= 3) return false;
+    return (pos.fifty >= 100 && no_legal_moves(pos)) || count_repetitions(pos) >= 2;
+}
+
+// Takes the answer from the opening book when there is one for the position.
+bool play_from_book() {
+    if (settings.OwnBook == 0 || game->history.undo_count >= settings.OwnBook_Depth) return false;
+    Position &pos = game->position;
+    const Move move = probe_book(pos);
+    if (move == NO_MOVE) return false;
+    make_move(pos, move);
+    const bool refused = book_move_refused(pos);
+    unmake_move(pos);
+    if (refused) return false;
+    print_format("%s book move is %s%s", uci_mode == 1 ? "info string" : "",
+                 std::string(square_name(from_square(move))).c_str(),
+                 std::string(square_name(to_square(move))).c_str());
+    root_result.pv[1] = move;
+    root_result.score = 0;
+    stop_flag = STOP_REPORT;
+    return true;
+}
+
 void start_search() {
     begin_search();
     search_request = REQUEST_NONE;
     fallback_move = NO_MOVE;
 
-    // The opening book is asked here.
-
     if (const std::string_view reason = unsearchable_reason(game->position); !reason.empty()) {
         print_line("info string cannot search this position: " + std::string(reason));
         return;
     }
-    if (game->position.fifty > 100) return;
+    if (play_from_book() || game->position.fifty > 100) return;
     if (max_depth >= 1) fallback_move = first_legal_move();
     start_search_threads();
 }

@@ -1,0 +1,33 @@
+// Text files, read line by line with bounded memory.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+// Reads lines of at most a given length. A longer line comes in pieces, each of them like a line of its own. A line feed
+// ends a line and is not part of it; a carriage return before it is. A byte of 0 cuts what follows it from the piece.
+class LineReader {
+public:
+    // `longest`: characters of a piece, the line feed included.
+    LineReader(const char *path, std::size_t longest);
+
+    // Whether the file could be opened.
+    bool is_open() const { return file_ != nullptr; }
+    // The next piece, valid until the next call. False at the end of the file or when it cannot be read on.
+    bool next(std::string_view &line);
+    // Bytes read so far, and of the whole file (0 when that is not known).
+    std::int64_t position() const { return position_; }
+    std::int64_t size() const { return size_; }
+
+private:
+    struct Close {
+        void operator()(std::FILE *file) const { std::fclose(file); }
+    };
+    std::unique_ptr<std::FILE, Close> file_;
+    std::vector<char> buffer_;
+    std::int64_t position_ = 0;
+    std::int64_t size_ = 0;
+};

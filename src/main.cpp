@@ -5,6 +5,7 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "board/attacks.h"
+#include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
 #include "frontend/command_line.h"
@@ -12,6 +13,7 @@
 #include "frontend/options.h"
 #include "platform/clock.h"
 #include "search/params.h"
+#include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
 
@@ -39,9 +41,13 @@ bool start_up(int count, char **arguments, CommandLine &line) {
 
 void run(const CommandLine &line) {
     switch (line.mode) {
-    case RunMode::ENGINE: engine_loop(); break;
+    case RunMode::ENGINE:
+        calibrate_speed();
+        engine_loop();
+        break;
     case RunMode::MATCH: noise = 1000.0; break;
     case RunMode::MAKE_CONFIG: break;
+    case RunMode::MAKE_BOOK: build_book(line.source_file.c_str()); break;
     default: print_line("this tool is not part of this version"); break;
     }
 }

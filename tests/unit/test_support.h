@@ -98,7 +98,7 @@ inline Move random_legal_move(Position &pos, Random &random) {
 inline std::vector<std::string> random_game_fens(std::uint64_t seed, int games, int plies, int step) {
     std::vector<std::string> fens;
     Random random(seed);
-    for (int game = 0; game < games; ++game) {
+    for (int played = 0; played < games; ++played) {
         const auto board = make_test_position();
         for (int ply = 1; ply <= plies; ++ply) {
             const Move m = random_legal_move(board->pos, random);

@@ -1,0 +1,92 @@
+// Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and the rate itself.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "engine_fixture.h"
+#include "platform/clock.h"
+#include "search/strength.h"
+#include "test_support.h"
+
+namespace {
+
+class StrengthTest : public EngineTest {
+protected:
+    void TearDown() override {
+        target_nps = UNLIMITED_NPS;
+        calibrated_nps = calibrated_elo = 0.0;
+        EngineTest::TearDown();
+    }
+    // The node rate for a wanted strength on a machine of one million nodes per second.
+    static double rate_for(int elo) {
+        calibrated_nps = 1'000'000;
+        calibrated_elo = elo_model(calibrated_nps);
+        settings.UCI_LimitStrength = 1;
+        settings.UCI_Elo = static_cast<std::int16_t>(elo);
+        apply_target_elo();
+        return target_nps;
+    }
+};
+
+TEST_F(StrengthTest, ModelRisesWithTheRate) {
+    const struct {
+        double nps, elo;
+    } CASES[] = {{30, 1386.6},        {100, 1713.3},        {1000, 2048.8}, {10000, 2343.1}, {100000, 2633.6},
+                 {1'000'000, 2923.8}, {10'000'000, 3213.9}, {10, 1386.6},   {0, 1386.6},     {-5, 1386.6}};
+    for (const auto &c : CASES) EXPECT_NEAR(elo_model(c.nps), c.elo, 0.06) << c.nps;
+}
+
+TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
+    for (const int elo : {1500, 1501, 1999, 2000, 2500, 2912}) {
+        EXPECT_NEAR(elo_model(rate_for(elo)), elo, 0.5);
+        EXPECT_EQ(settings.UCI_Elo, elo);
+        EXPECT_EQ(settings.UCI_LimitStrength, 1);
+    }
+    EXPECT_NEAR(rate_for(1500), 40, 1);
+    EXPECT_NEAR(rate_for(2000), 690, 10);
+    EXPECT_EQ(rate_for(1000), rate_for(1500));
+    for (const int full : {0, 2913, 2923}) {
+        EXPECT_EQ(rate_for(full), 1'000'000);
+        EXPECT_EQ(settings.UCI_Elo, 2923);
+        EXPECT_EQ(settings.UCI_LimitStrength, 0);
+    }
+    // A faster machine than the interval reaches: its end, not an endless search.
+    rate_for(2900);
+    calibrated_elo = 3300.0;
+    settings.UCI_Elo = 3285;
+    apply_target_elo();
+    EXPECT_NEAR(target_nps, 10'000'000, 1);
+}
+
+TEST_F(StrengthTest, CalibrationMeasuresThisMachine) {
+    play("e2e4");
+    const double start = monotonic_seconds();
+    const std::string text = printed_by([] { calibrate_speed(); });
+    EXPECT_GE(monotonic_seconds() - start, 0.3);
+    EXPECT_THAT(text, testing::MatchesRegex("info string et= 0.3[0-9][0-9], calibration nps= [0-9]+
+"));
+    EXPECT_GT(calibrated_nps, 1000);
+    EXPECT_EQ(calibrated_elo, elo_model(calibrated_nps));
+    EXPECT_EQ(settings.UCI_Elo, static_cast<int>(calibrated_elo));
+    EXPECT_EQ(get_fen(game->position), START_FEN);
+    EXPECT_TRUE(is_consistent(search_thread_at(0).position));
+}
+
+TEST_F(StrengthTest, SearchKeepsTheRate) {
+    settings.UCI_LimitStrength = 1;
+    target_nps = 2000;
+    max_depth = MAX_DEPTH;
+    tc_mode = 1;
+    time_per_move = 1.0;
+    search_request = REQUEST_SEARCH;
+    begin_search();
+    EXPECT_EQ(target_nps, 2000);
+    iterate();
+    EXPECT_NEAR(static_cast<double>(sum_thread_stats().nodes), 2000 * search_shared.elapsed, 100);
+    EXPECT_NEAR(search_shared.elapsed, 1.0, 0.5);
+
+    settings.UCI_LimitStrength = 0;  // forgets the rate
+    begin_search();
+    EXPECT_EQ(target_nps, UNLIMITED_NPS);
+}
+
+}  // namespace

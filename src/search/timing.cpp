@@ -169,7 +169,8 @@ void begin_search() {
     game->line[1] = NO_MOVE;
     const Colour side = game->position.side;
     search_shared.elapsed = 0.0;
-    if (settings.UCI_LimitStrength == 0) target_nps = UNLIMITED_NPS;
+    // A rate of 0 comes from a strength that was asked for before the machine's speed was known.
+    if (settings.UCI_LimitStrength == 0 || target_nps <= 0.0) target_nps = UNLIMITED_NPS;
     reset_shared_state();
     tt_age = static_cast<std::uint16_t>(tt_age >= 15 ? 1 : tt_age + 1);
     apply_settings();

@@ -62,8 +62,7 @@ TEST_F(StrengthTest, CalibrationMeasuresThisMachine) {
     const double start = monotonic_seconds();
     const std::string text = printed_by([] { calibrate_speed(); });
     EXPECT_GE(monotonic_seconds() - start, 0.3);
-    EXPECT_THAT(text, testing::MatchesRegex("info string et= 0.3[0-9][0-9], calibration nps= [0-9]+
-"));
+    EXPECT_THAT(text, testing::MatchesRegex("info string et= 0.3[0-9][0-9], calibration nps= [0-9]+\n"));
     EXPECT_GT(calibrated_nps, 1000);
     EXPECT_EQ(calibrated_elo, elo_model(calibrated_nps));
     EXPECT_EQ(settings.UCI_Elo, static_cast<int>(calibrated_elo));
@@ -85,6 +84,11 @@ TEST_F(StrengthTest, SearchKeepsTheRate) {
     EXPECT_NEAR(search_shared.elapsed, 1.0, 0.5);
 
     settings.UCI_LimitStrength = 0;  // forgets the rate
+    begin_search();
+    EXPECT_EQ(target_nps, UNLIMITED_NPS);
+
+    apply_target_elo();  // before any calibration
+    settings.UCI_LimitStrength = 1;
     begin_search();
     EXPECT_EQ(target_nps, UNLIMITED_NPS);
 }

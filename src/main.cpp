@@ -8,6 +8,7 @@
 #include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
+#include "fathom/tbcore.h"
 #include "frontend/command_line.h"
 #include "frontend/engine.h"
 #include "frontend/options.h"
@@ -43,6 +44,7 @@ void run(const CommandLine &line) {
     switch (line.mode) {
     case RunMode::ENGINE:
         calibrate_speed();
+        tb_setup(settings.SyzygyPath.view());
         engine_loop();
         break;
     case RunMode::MATCH: noise = 1000.0; break;
@@ -54,6 +56,7 @@ void run(const CommandLine &line) {
 
 void shut_down() {
     stop_threads();
+    tb_setup({});
     tt_free();
     free_game();
     release_fine_timer();

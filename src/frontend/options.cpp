@@ -11,6 +11,7 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "base/text.h"
+#include "fathom/tbcore.h"
 #include "frontend/engine.h"
 #include "search/strength.h"
 #include "search/threads.h"
@@ -46,6 +47,11 @@ void change_threads() {
     }
 }
 
+void change_tablebases() {
+    stop_and_report();
+    tb_setup(settings.SyzygyPath.view());
+}
+
 void clear_hash() {
     tt_clear_if_idle();
     print_line("info string Hash table cleared");
@@ -66,7 +72,7 @@ const Option OPTIONS[] = {
     {"OwnBook_File",      Kind::TEXT,   &Settings::OwnBook_File},
     {"OwnBook_Depth",     Kind::SPIN,   &Settings::OwnBook_Depth,      0,     60},
     {"OwnBook_Variety",   Kind::SPIN,   &Settings::OwnBook_Variety,    0,     100},
-    {"SyzygyPath",        Kind::TEXT,   &Settings::SyzygyPath},
+    {"SyzygyPath",        Kind::TEXT,   &Settings::SyzygyPath,         0,     0,            change_tablebases},
     {"SyzygyProbeDepth5", Kind::SPIN,   &Settings::SyzygyProbeDepth5,  -5,    100},
     {"SyzygyProbeDepth6", Kind::SPIN,   &Settings::SyzygyProbeDepth6,  -5,    100},
     {"Log",               Kind::CHECK,  &Settings::Log,                0,     1,            change_log},

@@ -3,6 +3,7 @@
 
 #include "board/attacks.h"
 #include "board/see.h"
+#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/picker.h"
@@ -109,6 +110,18 @@ HashProbe probe_hash(SearchThread &thread, Colour side, int ply, int depth, int 
     if (probe.low) return cut(alpha);
     if (probe.high) return cut(beta);
     return probe;
+}
+
+// Score of a node that the tablebases know, under a parent that they do not know.
+int tb_bound(PlyRecord &record, int result, int ply, int alpha, int beta) {
+    const int score = result == TB_LOSS ? ply - TB_WIN_SCORE - 1 : result == TB_WIN ? TB_WIN_SCORE - ply : 0;
+    if (score <= alpha) {
+        record.beta = static_cast<std::int16_t>(score);
+        return alpha;
+    }
+    record.alpha = static_cast<std::int16_t>(score);
+    if (score < beta) record.beta = static_cast<std::int16_t>(score);
+    return score;
 }
 
 // At low strength settings some lines are shortened at random, the same for a position throughout a search.
@@ -224,7 +237,16 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
         if (probe.cut) return probe.score;
     }
 
-    // 7. Endgame tablebases: probed here, with the parent's and this record's `tb_result`.
+    // 7. Endgame tablebases
+    if (popcount(pos.occupied()) <= tb_largest && (pos.fifty == 0 || parent.tb_result != NO_TB_RESULT)) {
+        const int result = tb_probe_search(pos, depth, search_shared.tb_depths);
+        record.tb_result = result;
+        if (result != NO_TB_RESULT) {
+            ++thread.tb_hits;
+            if (parent.tb_result == NO_TB_RESULT) return tb_bound(record, result, ply, alpha, beta);
+            if (result >= 6 - parent.tb_result) return beta;  // the move has not kept the parent's result
+        }
+    }
 
     // 8. Static evaluation
     const int eval = evaluate(pos, thread.eval, side, ply, in_check, record.eval);

@@ -23,6 +23,16 @@ std::string score_text(int score) {
     return format_line("cp %d", score);
 }
 
+// A tablebase result at the root decides over any score but a mate that the search has seen.
+int shown_score(int score) {
+    switch (search_shared.root_tb_result) {
+    case TB_WIN: return score > 9898 ? score : 9800;
+    case TB_LOSS: return score < -9899 ? score : -9800;
+    case TB_DRAW: return 0;
+    default: return score;
+    }
+}
+
 std::string uci_pv(const Line &pv) {
     std::string text;
     for (int i = 1; i <= UCI_PV_MOVES && pv[i] != NO_MOVE; ++i) {
@@ -63,8 +73,10 @@ void publish_best(SearchThread &thread) {
     root_result.score = static_cast<std::int16_t>(score);
     root_result.depth = static_cast<std::int8_t>(depth);
     root_result.pv = thread.line;
-    root_result.score_by_depth[static_cast<std::size_t>(depth)] = static_cast<std::int16_t>(score);
-    root_result.move_by_depth[static_cast<std::size_t>(depth)] = best;
+    if (depth <= MAX_DEPTH) {
+        root_result.score_by_depth[static_cast<std::size_t>(depth)] = static_cast<std::int16_t>(score);
+        root_result.move_by_depth[static_cast<std::size_t>(depth)] = best;
+    }
     if (depth > 1 && search_shared.pv_lines == 1) {
         update_elapsed();
         if ((stop_flag != STOP_NONE || search_shared.elapsed >= noise) && noise != NO_PROGRESS_LINES && best != NO_MOVE)
@@ -75,6 +87,7 @@ void publish_best(SearchThread &thread) {
 void print_search_line(int thread_index, int line_number, int depth, int score, const Line &pv) {
     const std::lock_guard<std::mutex> guard(search_output_lock);
     const ThreadStats stats = sum_thread_stats();
+    score = shown_score(score);
     const double fill = depth < 7 ? 0.0 : hash_fill();
     const double elapsed = search_shared.elapsed;
     const auto nodes = static_cast<double>(stats.nodes);

@@ -4,6 +4,7 @@
 
 #include "base/output.h"
 #include "board/attacks.h"
+#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/picker.h"
 #include "search/report.h"
@@ -355,6 +356,34 @@ void report_no_move(SearchThread &thread) {
     }
 }
 
+bool is_root_move(const SearchThread &thread, Move m) {
+    const MoveEntry *list = thread.plies[ROOT_PLY].list;
+    return std::any_of(list, list + thread.root_count, [m](const MoveEntry &entry) { return entry.move == m; });
+}
+
+// Asks the tablebases. When the fifty-move clock runs already, their move is the result: true. Otherwise the search goes
+// on, and keeps to lines that hold the tablebase result.
+bool play_from_tablebases(SearchThread &thread) {
+    constexpr int LATE_CLOCK = 10;
+    constexpr int DEEP_PROBE = 70;
+    constexpr int TB_LINE_DEPTH = 99;
+    const Position &pos = thread.position;
+    if (popcount(pos.occupied()) > tb_largest || pos.castling != 0) return false;
+    TbRoot root = tb_probe_root(pos);
+    if (root.result == NO_TB_RESULT) root.result = tb_probe_search(pos, DEEP_PROBE, search_shared.tb_depths);
+    search_shared.root_tb_result = root.result;
+    thread.plies[ROOT_PLY].tb_result = root.result;
+    if (root.move == NO_MOVE || pos.fifty < LATE_CLOCK || !is_root_move(thread, root.move)) return false;
+    ++thread.tb_hits;
+    constexpr Line NOTHING{};
+    const int score = root.result == TB_WIN ? TB_WIN_SCORE - ROOT_PLY : root.result == TB_LOSS ? -TB_WIN_SCORE : 0;
+    set_line(thread, root.move, NOTHING, score);
+    thread.best_depth = TB_LINE_DEPTH;
+    publish_best(thread);
+    stop_flag = STOP_REPORT;
+    return true;
+}
+
 // A search of depth 0 gives the quiescence score of the root.
 void search_quiescence_only(SearchThread &thread) {
     if (!is_main(thread) || thread.plies[ROOT_PLY].in_check != 0) return;
@@ -386,8 +415,11 @@ void search_thread(SearchThread &thread) {
     score_root_moves(thread, thread.plies[ROOT_PLY].list);
     if (is_main(thread) && thread.root_count == 1) search_shared.single_reply = 1;
 
-    // Endgame tablebases at the root: probed here, by thread 0.
-
+    if (is_main(thread)) {
+        if (play_from_tablebases(thread)) return;
+    } else if (search_shared.root_tb_result != NO_TB_RESULT) {
+        return;
+    }
     deepen(thread);
     if (is_main(thread) && stop_flag == STOP_NONE) stop_flag = STOP_REPORT;
 }

@@ -17,10 +17,12 @@
 #include "board/movegen.h"
 #include "board/position.h"
 #include "eval/eval.h"
+#include "fathom/tbprobe.h"
 
 constexpr int INFINITE = 10001;       // window bound beyond any score; "no move yet" is -INFINITE
 constexpr int MATE = 10000;           // a side mated at ply p scores p - MATE
 constexpr int MATE_THRESHOLD = 9599;  // scores at or beyond this are mates
+constexpr int TB_WIN_SCORE = 9800;    // a tablebase win found at ply p scores 9800 - p, a loss p - 9801
 constexpr int MAX_PLY = 66;           // nodes this deep are leaves
 constexpr int PV_SIZE = 70;
 
@@ -126,10 +128,12 @@ struct SearchShared {
     Relaxed<double> elapsed;             // seconds since the search start
     Relaxed<std::uint32_t> seed;         // of random depth reductions
     Relaxed<int> last_iteration;         // last finished depth of thread 0
+    Relaxed<int> root_tb_result;         // of the root, NO_TB_RESULT without tablebases
     // Set by begin_search, fixed during a search.
     int pv_lines;  // principal variations searched
     int multi_pv;  // the MultiPV option
     int hash_megabytes;
+    TbProbeDepths tb_depths;
     std::array<std::uint64_t, PV_SIZE> nodes_by_depth;  // under stats_lock
 };
 extern SearchShared search_shared;

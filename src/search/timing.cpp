@@ -62,6 +62,8 @@ void reset_shared_state() {
     search_shared.iteration = 0;
     search_shared.single_reply = 0;
     search_shared.last_iteration = 0;
+    search_shared.root_tb_result = NO_TB_RESULT;
+    search_shared.tb_depths = {settings.SyzygyProbeDepth5, settings.SyzygyProbeDepth6};
     search_shared.multi_pv = settings.MultiPV;
     MoveList list;
     const auto legal_moves = static_cast<int>(gen_legal(game->position, list.data()) - list.data());

@@ -21,6 +21,7 @@
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "test_support.h"
 
 class EngineTest : public testing::Test {
 protected:
@@ -92,13 +93,4 @@ inline std::string mirrored(const std::string &fen) {
     for (char &c : board)
         c = static_cast<char>(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
     return board + (fen[blank + 1] == 'w' ? " b - -" : " w - -");
-}
-
-inline bool short_run() { return std::getenv("DRAL_TEST_SHORT") != nullptr; }
-
-// Directory of the test data; files there may be missing.
-inline std::string test_data(const std::string &name) {
-    const char *directory = std::getenv("DRAL_TEST_DATA");
-    return (directory != nullptr ? std::string(directory) : std::string(DRAL_SOURCE_DIR) + "/../shared/data") + "/" +
-           name;
 }

@@ -50,6 +50,11 @@ inline std::filesystem::path test_data_directory() {
     return std::filesystem::path(DRAL_SOURCE_DIR) / ".." / "shared" / "data";
 }
 
+inline std::string test_data(const std::string &name) { return (test_data_directory() / name).string(); }
+
+// Slow builds run shorter tests.
+inline bool short_run() { return std::getenv("DRAL_TEST_SHORT") != nullptr; }
+
 // Names of the fields in which two positions differ; empty when they are the same.
 inline std::string differing_fields(const Position &a, const Position &b) {
     std::string fields;

@@ -13,6 +13,7 @@
 #include "book/probe.h"
 #include "eval/display.h"
 #include "frontend/engine.h"
+#include "frontend/game_commands.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/search.h"
@@ -88,6 +89,13 @@ void search_move(const Words &, std::string_view) {
     endless_search = false;
 }
 
+void self_play_game(const Words &, std::string_view) {
+    settings.Ponder = 0;
+    self_play = true;
+    search_request = REQUEST_SEARCH;
+    endless_search = false;
+}
+
 void analyse(const Words &words, std::string_view) {
     constexpr double ANALYSIS_TIME = 99999.0;
     tc_mode = 1;
@@ -102,6 +110,46 @@ void analyse(const Words &words, std::string_view) {
 void stop_analysis(const Words &, std::string_view) { abandon_search(); }
 
 void board(const Words &, std::string_view) { show_position(); }
+
+void get(const Words &words, std::string_view) {
+    stop_and_wait(STOP_ABANDON);
+    get_test_position(word_at(words, 1));
+}
+
+void hash_line(const Words &, std::string_view) { show_hash_line(); }
+
+void take_back(const Words &, std::string_view) {
+    abandon_search();
+    if (take_back_move()) show_position();
+}
+
+void play_again(const Words &, std::string_view) {
+    abandon_search();
+    if (replay_move()) show_position();
+}
+
+void load(const Words &words, std::string_view) {
+    abandon_search();
+    load_game(word_at(words, 1), word_at(words, 2));
+}
+
+void save(const Words &, std::string_view) { save_game(); }
+
+void jump(const Words &words, std::string_view) {
+    abandon_search();
+    jump_to_ply(integer_at(words, 1));
+}
+
+void edit(const Words &, std::string_view) {
+    abandon_search();
+    start_editor();
+}
+
+void typed_move(std::string_view text) {
+    if (play_typed_move(text)) show_position();
+}
+
+void move(const Words &words, std::string_view) { typed_move(word_at(words, 1)); }
 
 void count_paths(const Words &words, std::string_view) {
     constexpr int DEEPEST = 20;
@@ -228,24 +276,64 @@ void set_value(const Words &words, std::string_view) {
     settings.settings_changed = 1;
 }
 
+void help(const Words &, std::string_view);
+
 struct Command {
     std::string_view word;
+    std::string_view arguments;
+    std::string_view meaning;
     void (*run)(const Words &words, std::string_view rest);
 };
+
+// clang-format off
 constexpr Command COMMANDS[] = {
-    {"new", new_game},      {"fen", set_position},
-    {"quit", quit},         {"mv", search_move},
-    {"go", analyse},        {"an", analyse},
-    {".", stop_analysis},   {"bd", board},
-    {"trace", trace},       {"lmr", reductions},
-    {"perft", count_paths}, {"swap", exchanges},
-    {"ev", evaluation},     {"sp", evaluation_parameters},
-    {"set", set_value},     {"book", book_moves},
+    {"new",   "",                    "start position",                                          new_game},
+    {"fen",   "FEN",                 "set up a position",                                       set_position},
+    {"quit",  "",                    "end the program",                                         quit},
+    {"mv",    "",                    "search with the current limits",                          search_move},
+    {"go",    "[depth]",             "analyse to a depth, or until '.'",                        analyse},
+    {"an",    "[depth]",             "the same",                                                analyse},
+    {".",     "",                    "stop the search",                                         stop_analysis},
+    {"bd",    "",                    "show the position",                                       board},
+    {"self",  "",                    "the engine plays both sides, until '.'",                  self_play_game},
+    {"get",   "id",                  "set up the position with this id from test.epd",          get},
+    {"pv",    "",                    "show the hash table's line and the position at its end",  hash_line},
+    {"trace", "plies",               "write the moves searched up to this ply to trace.txt",    trace},
+    {"ev",    "",                    "show the evaluation of the position",                     evaluation},
+    {"sp",    "",                    "show the evaluation parameters",                          evaluation_parameters},
+    {"lmr",   "",                    "show the search parameters",                              reductions},
+    {"undo",  "",                    "take back a move",                                        take_back},
+    {"[",     "",                    "the same",                                                take_back},
+    {"]",     "",                    "play again the move that was taken back",                 play_again},
+    {"load",  "file [number or text]", "load a game: by number, or the first that has the text", load},
+    {"save",  "",                    "append the game to tmp.pgn",                              save},
+    {"jump",  "ply",                 "go to the position after so many moves of either side",   jump},
+    {"edit",  "",                    "edit the board",                                          edit},
+    {"book",  "",                    "list the book's moves and draw one",                      book_moves},
+    {"perft", "depth",               "count move paths",                                        count_paths},
+    {"swap",  "",                    "show the exchange values of all attacked pieces",         exchanges},
+    {"set",   "name value",          "change a setting: hash, noise, multipv, depth, level, ponder, debug, ...", set_value},
+    {"move",  "move",                "play a move; its text alone does as well: Nf3",           move},
+    {"uci",   "",                    "change to the UCI protocol",                              nullptr},
+    {"help",  "",                    "list the commands",                                       help},
+    {"?",     "",                    "the same",                                                help},
 };
+// clang-format on
+
+void help(const Words &, std::string_view) {
+    for (const Command &command : COMMANDS) {
+        const std::string usage = std::string(command.word) + " " + std::string(command.arguments);
+        print_format("  %-28s %s", usage.c_str(), std::string(command.meaning).c_str());
+    }
+}
 
 }  // namespace
 
 void interpret_console(std::string_view line) {
+    if (editing()) {
+        edit_line(line);
+        return;
+    }
     constexpr std::size_t MOST_WORDS = 10;
     constexpr std::size_t LONGEST_WORD = 127;
     const Words words = split_words(line, MOST_WORDS, LONGEST_WORD);
@@ -254,9 +342,10 @@ void interpret_console(std::string_view line) {
     next_word(rest);
     rest = skip_blanks(rest);
     for (const Command &command : COMMANDS) {
-        if (words[0] == command.word) {
+        if (words[0] == command.word && command.run != nullptr) {
             command.run(words, rest);
             return;
         }
     }
+    typed_move(words[0]);
 }

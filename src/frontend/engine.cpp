@@ -9,12 +9,15 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/probe.h"
+#include "frontend/game_commands.h"
 #include "frontend/input.h"
 #include "search/report.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+
+bool self_play = false;
 
 namespace {
 
@@ -28,10 +31,12 @@ constexpr std::string_view URGENT_COMMANDS[] = {"isready", "quit"};
 bool searching() { return search_state != REQUEST_NONE; }
 
 void interpret(const std::string &line) {
-    if (uci_mode == 1 || line == "uci")
+    if (uci_mode == 1 || (line == "uci" && !editing())) {
+        self_play = false;
         interpret_uci(line);
-    else
+    } else {
         interpret_console(line);
+    }
 }
 
 // Answer of a search that was stopped before it had published anything.
@@ -81,6 +86,22 @@ void start_search() {
     start_search_threads();
 }
 
+// Self-play: the mover's clock runs, the move is made, and the other side searches. Ends without a move, and when the
+// search was abandoned for another command.
+void continue_self_play(Move best) {
+    Position &pos = game->position;
+    double &clock = pos.side == WHITE ? clock_white : clock_black;
+    clock = clock - search_shared.elapsed + increment;
+    if (best == NO_MOVE || stop_flag == STOP_ABANDON || game->history.undo_count >= MAX_GAME_MOVES) {
+        self_play = false;
+        return;
+    }
+    make_move(pos, best);
+    show_board(pos);
+    search_request = REQUEST_SEARCH;
+    endless_search = false;
+}
+
 void report_to_console(Move best) {
     const ThreadStats stats = sum_thread_stats();
     const double elapsed = search_shared.elapsed;
@@ -109,6 +130,7 @@ void report_result() {
     } else {
         report_to_console(best);
     }
+    if (self_play) continue_self_play(best);
     search_state = REQUEST_NONE;
 }
 

@@ -7,6 +7,9 @@
 constexpr const char *ENGINE_NAME = "Dral 4.0";
 constexpr const char *ENGINE_AUTHOR = "Brellmoor";
 
+// The engine plays both sides of the console's game. Main thread.
+extern bool self_play;
+
 // Runs until quit_flag is set: by a command, or after the end of input when nothing is left to do. Main thread.
 void engine_loop();
 

@@ -37,7 +37,7 @@ TEST_F(Tablebases, DecideTheScore) {
         const char *score;
     } CASES[] = {
         {"8/8/8/3k4/8/8/7R/4K3 w - -", "cp 9800"}, {"8/8/8/3k4/8/8/7R/4K3 b - -", "cp -9800"},
-        {"8/8/8/3k4/8/8/4P3/4K3 w - -", "cp 0"},    {"8/8/8/8/8/5K2/4Q3/7k w - -", "mate 1"},
+        {"8/8/8/3k4/8/8/4P3/4K3 w - -", "cp 0"},   {"8/8/8/8/8/5K2/4Q3/7k w - -", "mate 1"},
         {"8/8/8/3k4/8/8/8/KBN5 w - -", "cp 9800"},
     };
     for (const auto &c : CASES) {

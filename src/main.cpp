@@ -13,10 +13,12 @@
 #include "frontend/engine.h"
 #include "frontend/options.h"
 #include "platform/clock.h"
+#include "platform/interrupt.h"
 #include "search/params.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
+#include "tools/tools.h"
 
 namespace {
 
@@ -40,17 +42,31 @@ bool start_up(int count, char **arguments, CommandLine &line) {
     return true;
 }
 
+constexpr int BENCH_POSITIONS = 20;
+constexpr int IN_THREAD_POSITIONS = 10;
+
 void run(const CommandLine &line) {
+    if (line.mode != RunMode::ENGINE && line.mode != RunMode::MAKE_BOOK) catch_interrupt();
     switch (line.mode) {
     case RunMode::ENGINE:
         calibrate_speed();
         tb_setup(settings.SyzygyPath.view());
         engine_loop();
         break;
+    case RunMode::ANALYSE_EPD: analyse_epd_file(line.tool_file.c_str(), poll_while_working); break;
+    case RunMode::SCAN_PGN_1: scan_pgn_file(line.source_file.c_str(), 1, poll_while_working); break;
+    case RunMode::SCAN_PGN_2: scan_pgn_file(line.source_file.c_str(), 2, poll_while_working); break;
+    case RunMode::SCAN_PGN_3: scan_pgn_file(line.source_file.c_str(), 3, poll_while_working); break;
+    case RunMode::SCAN_PGN_4: scan_pgn_file(line.source_file.c_str(), 4, poll_while_working); break;
     case RunMode::MATCH: noise = 1000.0; break;
+    case RunMode::BENCH:
+    case RunMode::BENCH_2: run_benchmark(BENCH_POSITIONS, false, poll_while_working); break;
+    case RunMode::BENCH_IN_THREAD: run_benchmark(IN_THREAD_POSITIONS, true, poll_while_working); break;
     case RunMode::MAKE_CONFIG: break;
     case RunMode::MAKE_BOOK: build_book(line.source_file.c_str()); break;
-    default: print_line("this tool is not part of this version"); break;
+    case RunMode::MAKE_TUNING: make_training_file(line.tool_file.c_str(), poll_while_working); break;
+    case RunMode::TUNE: run_gradient_tuning(line.tool_file.c_str(), poll_while_working); break;
+    case RunMode::SELF_PLAY_TUNING: run_selfplay_tuning(poll_while_working); break;
     }
 }
 

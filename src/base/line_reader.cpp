@@ -20,6 +20,7 @@ bool LineReader::next(std::string_view &line) {
     }
     if (length == 0) return false;
     position_ += static_cast<std::int64_t>(length);
+    line_ended_ = c == '\n';
     std::size_t text = c == '\n' ? length - 1 : length;
     text = static_cast<std::size_t>(
         std::find(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(text), '\0') - buffer_.begin());

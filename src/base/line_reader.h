@@ -18,6 +18,8 @@ public:
     bool is_open() const { return file_ != nullptr; }
     // The next piece, valid until the next call. False at the end of the file or when it cannot be read on.
     bool next(std::string_view &line);
+    // Whether the last piece was the end of its line, that is, a line feed followed it.
+    bool line_ended() const { return line_ended_; }
     // Bytes read so far, and of the whole file (0 when that is not known).
     std::int64_t position() const { return position_; }
     std::int64_t size() const { return size_; }
@@ -28,6 +30,7 @@ private:
     };
     std::unique_ptr<std::FILE, Close> file_;
     std::vector<char> buffer_;
+    bool line_ended_ = false;
     std::int64_t position_ = 0;
     std::int64_t size_ = 0;
 };

@@ -29,7 +29,6 @@ void Progress::update(std::int64_t done, std::int64_t part, std::int64_t whole) 
         line += format_line(", %.0f%%, %.0f s left", 100.0 * share, seconds * (1.0 - share) / share);
     }
     line += "\033[K";  // clears the rest of the line
-    if (!on_screen_) std::fputc('\n', stderr);  // what stands on the present line stays
     std::fputs(line.c_str(), stderr);
     on_screen_ = true;
 }

@@ -160,6 +160,12 @@ bool parse_move(Position &pos, std::string_view typed, Move &move) {
     return matches == 1;
 }
 
+std::string_view without_move_number(std::string_view word) {
+    const std::size_t start = word.find_first_not_of("0123456789.");
+    const bool glued = start != std::string_view::npos && start > 0 && word[start - 1] == '.';
+    return glued ? word.substr(start) : word;
+}
+
 Move parse_coordinates(Position &pos, std::string_view text) {
     MoveList list;
     const MoveEntry *end = gen_legal(pos, list.data());

@@ -16,6 +16,7 @@
 #include "board/notation.h"
 #include "board/position.h"
 #include "book/format.h"
+#include "platform/terminal.h"
 
 namespace {
 
@@ -149,7 +150,7 @@ private:
 
     void play(const std::string &text) {
         Move move = NO_MOVE;
-        if (plies_ >= MAX_GAME_MOVES || !parse_move(position_, text, move)) {
+        if (plies_ >= MAX_GAME_MOVES || !parse_move(position_, without_move_number(text), move)) {
             stopped_ = true;
             return;
         }
@@ -217,6 +218,7 @@ bool write_book(const std::vector<MoveRecord> &records) {
 }
 
 void read_games(LineReader &file, BookReader &reader) {
+    if (standard_error_is_terminal()) std::fputc('\n', stderr);  // keeps the line that the dots belong to
     Progress progress("games");
     std::string_view line;
     while (file.next(line)) {

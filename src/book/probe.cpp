@@ -81,6 +81,7 @@ std::int64_t random_point(std::int64_t total) {
 // Prints what can be chosen: one line under UCI, a table at the console.
 void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::int64_t> &shares,
                   std::int64_t total_share) {
+    if (noise >= NO_PROGRESS_LINES) return;
     double total_weight = 0.0;
     for (const BookEntry &entry : entries) total_weight += entry.weight;
     std::string moves;
@@ -88,7 +89,7 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
         if (shares[i] == 0) continue;
         const std::string move = squares(move_from_book(entries[i].move));
         moves += move + ' ';
-        if (uci_mode != 1 && noise < NO_PROGRESS_LINES)
+        if (uci_mode != 1)
             print_format("  %s  cnt= %5d, weight= %5.2f%% -> %5.2f%%", move.c_str(), entries[i].weight,
                          100.0 * entries[i].weight / total_weight,
                          100.0 * static_cast<double>(shares[i]) / static_cast<double>(total_share));

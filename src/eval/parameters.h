@@ -57,7 +57,7 @@ ScorePair scale_pair(WeightPair weight, WeightPair percent);
 struct TunableParam {
     std::array<char, 25> name;  // at most 24 characters
     std::int16_t *target;
-    double start_value;  // value at registration
+    double estimate;     // the value at registration, then a tuner's running estimate
     double accumulator;  // the tuner's own
     std::uint16_t selected;
 

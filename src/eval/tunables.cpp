@@ -54,7 +54,7 @@ void register_tunable(std::string_view name, std::int16_t &target) {
     TunableParam param{};
     std::copy_n(name.begin(), std::min(name.size(), param.name.size() - 1), param.name.begin());
     param.target = &target;
-    param.start_value = target;
+    param.estimate = target;
     tunables.push_back(param);
 }
 

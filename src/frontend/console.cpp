@@ -20,6 +20,7 @@
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "tools/tools.h"
 
 namespace {
 
@@ -168,6 +169,14 @@ void count_paths(const Words &words, std::string_view) {
     print_format("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds, nodes / (seconds + 0.001));
 }
 
+void tune(const Words &words, std::string_view) {
+    stop_and_report();
+    search_request = REQUEST_NONE;
+    const std::string_view percent = word_at(words, 3);
+    tune_one_parameter(word_at(words, 1), word_at(words, 2), percent.empty() ? -1 : clamped_integer(percent, 0, 100),
+                       poll_while_working);
+}
+
 void exchanges(const Words &, std::string_view) {
     Position &pos = game->position;
     for (Square s = 0; s < 64; ++s) {
@@ -310,6 +319,7 @@ constexpr Command COMMANDS[] = {
     {"jump",  "ply",                 "go to the position after so many moves of either side",   jump},
     {"edit",  "",                    "edit the board",                                          edit},
     {"book",  "",                    "list the book's moves and draw one",                      book_moves},
+    {"tune",  "weight [file] [percent]", "find the best value of a weight on scored positions", tune},
     {"perft", "depth",               "count move paths",                                        count_paths},
     {"swap",  "",                    "show the exchange values of all attacked pieces",         exchanges},
     {"set",   "name value",          "change a setting: hash, noise, multipv, depth, level, ponder, debug, ...", set_value},

@@ -11,6 +11,7 @@
 #include "book/probe.h"
 #include "frontend/game_commands.h"
 #include "frontend/input.h"
+#include "platform/interrupt.h"
 #include "search/report.h"
 #include "search/search.h"
 #include "search/threads.h"
@@ -158,6 +159,19 @@ void read_command(int timeout_ms) {
     } else if (!input_queue.empty()) {
         interpret(input_queue.take());
     }
+}
+
+void poll_while_working() {
+    poll_input(0);
+    std::string line;
+    while (input_queue.take_first_of(URGENT_COMMANDS, line)) {
+        if (line.starts_with("quit"))
+            quit_flag = true;
+        else if (uci_mode == 1)
+            print_line("readyok");
+    }
+    if (interrupted()) quit_flag = true;
+    if (quit_flag) stop_flag = STOP_ABANDON;
 }
 
 void stop_and_wait(int reason) {

@@ -3,10 +3,6 @@
 
 #include <string_view>
 
-// Name and author as the protocol shows them.
-constexpr const char *ENGINE_NAME = "Dral 4.0";
-constexpr const char *ENGINE_AUTHOR = "Brellmoor";
-
 // The engine plays both sides of the console's game. Main thread.
 extern bool self_play;
 
@@ -15,6 +11,10 @@ void engine_loop();
 
 // Waits up to `timeout_ms` for input, then interprets at most one complete line. Main thread.
 void read_command(int timeout_ms);
+
+// For work outside the engine loop: reads input without waiting and obeys `quit` (and Ctrl-C where it is caught) and
+// isready; other commands wait in the queue. Main thread.
+void poll_while_working();
 
 // Stops the running search, if any, for a StopReason, and waits until all threads are idle.
 void stop_and_wait(int reason);

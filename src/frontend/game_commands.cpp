@@ -111,9 +111,7 @@ private:
 bool play_words(std::string_view text) {
     constexpr std::size_t LONGEST_WORD = 32;
     for (std::string_view word = next_word(text); !word.empty(); word = next_word(text)) {
-        // A move number may be glued to its move: 1.e4
-        const std::size_t start = word.find_first_not_of("0123456789.");
-        if (start != std::string_view::npos && start > 0 && word[start - 1] == '.') word.remove_prefix(start);
+        word = without_move_number(word);
         if (std::isalpha(static_cast<unsigned char>(word[0])) == 0) continue;
         word = word.substr(0, LONGEST_WORD);
         Move move = NO_MOVE;

@@ -7,6 +7,7 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "base/text.h"
+#include "base/version.h"
 #include "board/notation.h"
 #include "eval/display.h"
 #include "frontend/engine.h"

@@ -328,7 +328,7 @@ TEST_F(Tunables, TargetsAreTheWeights) {
                                         [&c](const TunableParam &param) { return param.name_view() == c.name; });
         ASSERT_NE(found, tunables.end());
         EXPECT_EQ(found->target, c.target);
-        EXPECT_EQ(found->start_value, c.start);
+        EXPECT_EQ(found->estimate, c.start);
         EXPECT_EQ(found->accumulator, 0.0);
         EXPECT_EQ(found->selected, 0);
     }
@@ -340,7 +340,7 @@ TEST_F(Tunables, SelectedByExactName) {
     register_tunable("twin", weights[1]);
     register_tunable("twin", weights[2]);
     register_tunable("a_name_of_24_characters_and_more", weights[3]);
-    EXPECT_EQ(tunables[1].start_value, -2.0);
+    EXPECT_EQ(tunables[1].estimate, -2.0);
     EXPECT_EQ(tunables[3].name_view(), "a_name_of_24_characters_");
 
     const auto selected = [] {

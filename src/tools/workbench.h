@@ -1,0 +1,38 @@
+// What the tools share: running searches, and files that are complete or say so.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "tools/tools.h"
+
+// Searches the game position, for which begin_search has been called, with all threads; keeps the time and reads input
+// meanwhile, in turns of `sleep_ms` milliseconds.
+void search_with_all_threads(PollInput poll_input, int sleep_ms);
+
+// Nodes of all threads in the search that has ended.
+double searched_nodes();
+
+// The nearest value that a weight can have, halves away from zero.
+std::int16_t nearest_weight(double x);
+
+// A file that a tool writes. An error while writing is reported once, when it is closed.
+class OutputFile {
+public:
+    explicit OutputFile(std::string name) : name_(std::move(name)), file_(std::fopen(name_.c_str(), "wb")) {}
+    ~OutputFile() { close(); }
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+
+    bool is_open() const { return file_ != nullptr; }
+    void write(const std::string &text) { std::fwrite(text.data(), 1, text.size(), file_); }
+    void flush() { std::fflush(file_); }
+    // Prints one line when not everything could be written.
+    void close();
+
+private:
+    std::string name_;
+    std::FILE *file_;
+};

@@ -28,7 +28,7 @@ void write_trace(const Position &pos, Move m) {
     }
     const SearchThread &thread = thread_of(pos);
     const int ply = thread.history.ply;
-    if (trace_level < ply) return;
+    if (ply < 1 || trace_level < ply) return;  // a game's moves that were taken back count below the first ply
     const int iteration = thread.iteration;
     const int depth =
         ply < PLY_RECORDS ? thread.plies[static_cast<std::size_t>(ply)].depth : 0;  // beyond: a game's moves

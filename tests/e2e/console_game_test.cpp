@@ -58,6 +58,11 @@ TEST_F(ConsoleGame, MovesAreTypedTakenBackAndPlayedAgain) {
     EXPECT_THAT(run("set debug 1\ne4\n"), ContainsRegex("move e4\n(.*\n)*eval= "));
 }
 
+// A search sets the ply back to the root; taking back moves then leads below it.
+TEST_F(ConsoleGame, MovesTakenBackAfterASearchCanBeTraced) {
+    EXPECT_THAT(run("e4\ne5\ngo 1\n[\n[\ntrace 2\njump 2\n"), HasSubstr(AFTER_E5));
+}
+
 TEST_F(ConsoleGame, GamesAreLoadedAndSaved) {
     directory_.write(
         "games.pgn",

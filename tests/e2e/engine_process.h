@@ -184,6 +184,9 @@ public:
         input_ = -1;
     }
 
+    // What Ctrl-C does.
+    void interrupt() { ::kill(process_, SIGINT); }
+
     // The next line of output, without its end.
     std::string read_line(Milliseconds timeout = DEFAULT_TIMEOUT) {
         const Deadline deadline(timeout);

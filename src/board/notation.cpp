@@ -113,11 +113,11 @@ bool can_match(const Position &pos, Move m, std::string_view text) {
 
 }  // namespace
 
+std::string squares_of(Move m) { return std::string(square_name(from_square(m))).append(square_name(to_square(m))); }
+
 std::string move_to_text(Move m, PromotionStyle style) {
     if (m == NO_MOVE) return "null";
-    std::string text(square_name(from_square(m)));
-    text += square_name(to_square(m));
-    return text + promotion_suffix(m, style);
+    return squares_of(m) + promotion_suffix(m, style);
 }
 
 std::string move_to_text(Move m) {

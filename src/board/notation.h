@@ -14,6 +14,9 @@ enum class PromotionStyle { LOWER_CASE, EQUALS_SIGN };
 // From-square, to-square and promotion suffix; "null" for no move. Any word gives well-formed text.
 std::string move_to_text(Move m, PromotionStyle style);
 
+// From-square and to-square alone.
+std::string squares_of(Move m);
+
 // The style that the running protocol wants.
 std::string move_to_text(Move m);
 

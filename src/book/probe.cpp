@@ -18,10 +18,6 @@ namespace {
 constexpr int NEUTRAL_VARIETY = 25;
 constexpr std::int64_t SHARE_UNITS = 10000;  // shares are in hundredths of a percent
 
-std::string squares(Move m) {
-    return std::string(square_name(from_square(m))) + std::string(square_name(to_square(m)));
-}
-
 bool read_entry_at(std::istream &file, std::int64_t index, BookEntry &entry) {
     file.seekg(index * BOOK_ENTRY_SIZE);
     return read_book_entry(file, entry);
@@ -87,7 +83,7 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
     std::string moves;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (shares[i] == 0) continue;
-        const std::string move = squares(move_from_book(entries[i].move));
+        const std::string move = squares_of(move_from_book(entries[i].move));
         moves += move + ' ';
         if (uci_mode != 1)
             print_format("  %s  cnt= %5d, weight= %5.2f%% -> %5.2f%%", move.c_str(), entries[i].weight,
@@ -126,6 +122,6 @@ Move probe_book(Position &pos) {
 
     const Move move = move_from_book(entries[chosen].move);
     if (move == NO_MOVE || !is_legal_here(pos, move)) return NO_MOVE;
-    if (uci_mode != 1 && noise < NO_PROGRESS_LINES) print_line("selecting " + squares(move));
+    if (uci_mode != 1 && noise < NO_PROGRESS_LINES) print_line("selecting " + squares_of(move));
     return move;
 }

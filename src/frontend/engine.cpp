@@ -64,9 +64,7 @@ bool play_from_book() {
     const bool refused = book_move_refused(pos);
     unmake_move(pos);
     if (refused) return false;
-    print_format("%s book move is %s%s", uci_mode == 1 ? "info string" : "",
-                 std::string(square_name(from_square(move))).c_str(),
-                 std::string(square_name(to_square(move))).c_str());
+    print_format("%s book move is %s", uci_mode == 1 ? "info string" : "", squares_of(move).c_str());
     root_result.pv[1] = move;
     root_result.score = 0;
     stop_flag = STOP_REPORT;

@@ -4,6 +4,7 @@
 
 #include "base/output.h"
 #include "board/attacks.h"
+#include "board/notation.h"
 #include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/picker.h"
@@ -170,9 +171,8 @@ private:
                          elapsed * 1000.0, nodes, nodes / elapsed, hash_fill() * 1000.0);
         }
         if (search_shared.multi_pv == 1)
-            print_format("info currmove %s%s currmovenumber %d",
-                         std::string(square_name(from_square(entry.move))).c_str(),
-                         std::string(square_name(to_square(entry.move))).c_str(), root_.moves_searched + 1);
+            print_format("info currmove %s currmovenumber %d", squares_of(entry.move).c_str(),
+                         root_.moves_searched + 1);
     }
 
     void start_move(MoveEntry &entry) {

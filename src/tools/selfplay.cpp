@@ -53,10 +53,6 @@ struct FinishedGame {
     bool perturbed_is_white;
 };
 
-std::string squares(Move m) {
-    return std::string(square_name(from_square(m))) + std::string(square_name(to_square(m)));
-}
-
 // Whether the position has occurred twice before. At the end of the fifty-move clock the game must not be over otherwise.
 bool drawn_before_search(Position &pos) {
     if (pos.fifty < 4) return false;
@@ -72,11 +68,11 @@ PlayedMove choose_move(Move &move, PollInput poll_input) {
     begin_search();
     move = NO_MOVE;
     if (game->history.undo_count < settings.OwnBook_Depth) move = probe_book(pos);
-    if (move != NO_MOVE) return {squares(move), 0, 0};
+    if (move != NO_MOVE) return {squares_of(move), 0, 0};
     if (drawn_before_search(pos)) return {"", 0, 0};
     search_with_all_threads(poll_input, 1);
     move = root_result.pv[1];
-    return {squares(move), root_result.score, root_result.depth};
+    return {squares_of(move), root_result.score, root_result.depth};
 }
 
 Outcome adjudicate(const Position &pos, Move move, int score) {

@@ -15,7 +15,8 @@
 namespace {
 
 constexpr double LEAST_TIME = 0.002;         // target of any search, seconds
-constexpr double FIRST_CHECK = 0.015;        // no decision before this, seconds
+constexpr double FIRST_CHECK = 0.015;        // no decision before this, seconds,
+constexpr double FIRST_CHECK_SHARE = 32.0;   // or before this part of a clock that is nearly empty
 constexpr double LONGEST_CONTEMPT = 6000.0;  // planned time from which on contempt rests, seconds
 constexpr double LARGEST_SAFETY = 0.025;     // seconds taken off the limit
 constexpr int STRONG_ELO = 2400;
@@ -27,6 +28,7 @@ struct {
     double clock;          // seconds on the side to move's clock; the move's time in fixed-time mode
     double move_overhead;  // seconds
     double safety;         // seconds taken off the limit; none in fixed-time mode
+    double first_check;    // seconds before which no decision is taken
     bool pondering_allowed;
 } plan;
 
@@ -87,6 +89,7 @@ int planned_moves(int game_ply, bool &many) {
 void plan_time(Colour side) {
     plan.move_overhead = settings.MoveOverhead * 0.001;
     plan.safety = tc_mode == 1 ? 0.0 : std::min(plan.move_overhead, LARGEST_SAFETY);
+    plan.first_check = FIRST_CHECK;
     plan.pondering_allowed = settings.Ponder != 0;
     if (tc_mode == 1) {
         plan.clock = time_per_move;
@@ -94,6 +97,7 @@ void plan_time(Colour side) {
         return;
     }
     plan.clock = side == WHITE ? clock_white : clock_black;
+    plan.first_check = std::clamp((plan.clock - plan.move_overhead) / FIRST_CHECK_SHARE, 0.0, FIRST_CHECK);
     bool many = false;
     const int moves = planned_moves(game->history.undo_count, many);
     plan.target = plan.clock / moves;
@@ -195,7 +199,7 @@ void check_time() {
     update_elapsed();
     const int depth = search_shared.iteration;
     const double elapsed = search_shared.elapsed;
-    if (stop_flag != STOP_NONE || search_state == REQUEST_PONDER || depth < 2 || elapsed < FIRST_CHECK) return;
+    if (stop_flag != STOP_NONE || search_state == REQUEST_PONDER || depth < 2 || elapsed < plan.first_check) return;
     const int extension = score_extension(depth, thread_extension(depth, root_result.score));
     time_extension = static_cast<std::int16_t>(extension);
     const double remaining = std::max(0.0, plan.clock - elapsed);

@@ -65,7 +65,11 @@ void show_position() {
         show_board(game->position);
 }
 
-void abandon_search() { stop_flag = STOP_ABANDON; }
+// For commands that change the position or want quiet: the engine's game against itself ends as well.
+void abandon_search() {
+    self_play = false;
+    stop_flag = STOP_ABANDON;
+}
 
 void new_game(const Words &, std::string_view) {
     abandon_search();
@@ -113,7 +117,8 @@ void stop_analysis(const Words &, std::string_view) { abandon_search(); }
 void board(const Words &, std::string_view) { show_position(); }
 
 void get(const Words &words, std::string_view) {
-    stop_and_wait(STOP_ABANDON);
+    abandon_search();
+    wait_until_idle();
     get_test_position(word_at(words, 1));
 }
 

@@ -85,13 +85,13 @@ void start_search() {
     start_search_threads();
 }
 
-// Self-play: the mover's clock runs, the move is made, and the other side searches. Ends without a move, and when the
-// search was abandoned for another command.
+// Self-play: the mover's clock runs, the move is made, and the other side searches. Ends without a move. A command that
+// changes the position has ended it before.
 void continue_self_play(Move best) {
     Position &pos = game->position;
     double &clock = pos.side == WHITE ? clock_white : clock_black;
     clock = clock - search_shared.elapsed + increment;
-    if (best == NO_MOVE || stop_flag == STOP_ABANDON || game->history.undo_count >= MAX_GAME_MOVES) {
+    if (best == NO_MOVE || game->history.undo_count >= MAX_GAME_MOVES) {
         self_play = false;
         return;
     }
@@ -129,7 +129,7 @@ void report_result() {
     } else {
         report_to_console(best);
     }
-    if (self_play) continue_self_play(best);
+    if (self_play && uci_mode == 0) continue_self_play(best);
     search_state = REQUEST_NONE;
 }
 

@@ -176,6 +176,7 @@ void close_editor() {
 bool play_typed_move(std::string_view text) {
     Move move = NO_MOVE;
     if (!parse_move(board(), text, move)) return false;
+    self_play = false;
     stop_and_wait(STOP_ABANDON);
     print_format("%d. move %s", moves_played() / 2 + 1, std::string(text).c_str());
     play(move);

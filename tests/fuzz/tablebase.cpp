@@ -1,0 +1,61 @@
+// A table file; the first byte chooses its name. What is accepted must be readable all over.
+#include <array>
+
+#include "fathom/tbtable.h"
+#include "harness.h"
+#include "platform/mapping.h"
+
+namespace {
+
+constexpr std::string_view NAMES[] = {"KQvK", "KRvKP", "KPvK", "KPPvK", "KPvKP", "KNNvK", "KBNvK", "KRvKR"};
+
+TbMaterial material_of(std::string_view name) {
+    constexpr std::string_view TYPES = " PNBRQK";
+    TbCounts counts{};
+    Colour colour = WHITE;
+    for (const char c : name) {
+        if (c == 'v')
+            colour = BLACK;
+        else
+            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
+    }
+    return tb_material(counts);
+}
+
+void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64_t random) {
+    for (int i = 0; i < 100; ++i) {
+        for (std::size_t s = 0; s < (layout.split ? 2U : 1U); ++s) {
+            std::array<Square, TB_PIECES> squares{};
+            Bitboard used = 0;
+            for (std::size_t p = 0; p < static_cast<std::size_t>(material.num); ++p) {
+                const bool pawn = type_of(layout.sides[0][s].piece_order[p]) == PAWN;
+                do {
+                    random = random * 6364136223846793005U + 1442695040888963407U;
+                    squares[p] = static_cast<Square>(pawn ? 8 + (random >> 33) % 48 : (random >> 33) % 64);
+                } while ((used & bit(squares[p])) != 0);
+                used |= bit(squares[p]);
+            }
+            const int file = material.pawn_table ? tb_leading_file(material, squares) : 0;
+            const TbSide &side = layout.sides[static_cast<std::size_t>(file)][s];
+            const std::int64_t index = tb_index(material, side, squares);
+            if (index >= 0) tb_decode(side.pairs, static_cast<std::uint64_t>(index));
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    fuzz::start();
+    tb_init_indices();
+    if (size < 1) return 0;
+    const TbMaterial material = material_of(NAMES[data[0] % std::size(NAMES)]);
+    std::vector<std::uint8_t> bytes(data + 1, data + size);
+    const std::size_t length = bytes.size();
+    bytes.resize(length + MAPPING_MARGIN);
+    for (const TbKind kind : {TbKind::WDL, TbKind::DTZ}) {
+        const auto layout = parse_tb_file(bytes.data(), length, material, kind);
+        if (layout != nullptr) read_values(material, *layout, size);
+    }
+    return 0;
+}

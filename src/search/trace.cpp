@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <type_traits>
 
 #include "board/notation.h"
@@ -9,8 +10,9 @@
 
 namespace {
 
-// The trace. Meant for one search thread; written without a lock.
+// The trace: the moves of all threads, and of the main thread's game, one after the other.
 Relaxed<int> trace_level(0);
+std::mutex trace_lock;  // guards what follows
 std::FILE *trace_file = nullptr;
 int last_ply = 0;
 int last_iteration = -1;
@@ -22,6 +24,7 @@ static_assert(offsetof(SearchThread, history) == 0);
 const SearchThread &thread_of(const Position &pos) { return *reinterpret_cast<const SearchThread *>(pos.thread); }
 
 void write_trace(const Position &pos, Move m) {
+    const std::lock_guard<std::mutex> guard(trace_lock);
     if (trace_file == nullptr) {
         trace_file = std::fopen("trace.txt", "w");
         if (trace_file == nullptr) std::_Exit(0);  // other threads may still be running

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <string>
 #include <thread>
 
@@ -113,6 +114,36 @@ TEST(Options, ListingShowsTheValuesInForce) {
     for (const Case &c : CASES) {
         engine.send("setoption name " + std::string(c.option) + " value " + c.value);
         EXPECT_EQ(listed_default(engine, c.option), c.shown) << c.option;
+    }
+    quit_and_check(engine);
+}
+
+// Whatever number or text is sent, what is stored lies in the range that is listed, and the engine goes on.
+TEST(Options, NoValueLeavesItsRange) {
+    EngineProcess engine;
+    await_ready(engine);
+    static const std::regex SPIN("option name (\\w+) type spin default -?\\d+ min (-?\\d+) max (-?\\d+)");
+    static const std::regex STORED("info string (\\w+) set to (-?\\d+)");
+    for (const std::string &line : listing(engine)) {
+        std::smatch option;
+        if (!std::regex_match(line, option, SPIN)) continue;
+        const long long low = std::stoll(option[2]);
+        const long long high = std::stoll(option[3]);
+        for (const std::string &value :
+             {std::to_string(low - 1), std::to_string(low), std::to_string(high), std::to_string(high + 1),
+              std::string("2147483648"), std::string("-9223372036854775809"), std::string("1e9"), std::string(""),
+              std::string("many")}) {
+            const std::string text =
+                joined(replies_to(engine, "setoption name " + option[1].str() + " value " + value));
+            std::smatch stored;
+            ASSERT_TRUE(std::regex_search(text, stored, STORED)) << text;
+            EXPECT_EQ(stored[1], option[1]);
+            EXPECT_GE(std::stoll(stored[2]), low) << text;
+            EXPECT_LE(std::stoll(stored[2]), high) << text;
+        }
+        replies_to(engine, "setoption name Threads value 1");
+        replies_to(engine, "setoption name Hash value 1");
+        EXPECT_NE(search(engine, "go depth 2").best, "null") << line;
     }
     quit_and_check(engine);
 }

@@ -136,6 +136,7 @@ private:
     void restart() {
         engine_ = std::make_unique<EngineProcess>();
         outstanding_ = 0;
+        last_line_.clear();
         position_ = "startpos";
         await_ready(*engine_);
     }
@@ -170,7 +171,10 @@ private:
             "bestmove (null|[a-h][1-8][a-h][1-8][qrbn]?)( ponder [a-h][1-8][a-h][1-8][qrbn]?)?");
         static const std::regex SCORE("score (cp|mate) (-?\\d+)");
         if (line.starts_with("bestmove")) {
-            EXPECT_TRUE(std::regex_match(line, BEST)) << line;
+            std::smatch best;
+            ASSERT_TRUE(std::regex_match(line, best, BEST)) << line;
+            EXPECT_TRUE(last_line_.empty() || best[1] == last_line_) << engine_->transcript();
+            last_line_.clear();
             EXPECT_GT(outstanding_--, 0) << line << '\n' << engine_->transcript();
         }
         if (!line.starts_with("info ") || line.find(" pv ") == std::string::npos) return;
@@ -179,6 +183,7 @@ private:
         std::smatch part;
         ASSERT_TRUE(std::regex_search(line, part, SCORE)) << line;
         EXPECT_LE(std::abs(std::stoi(part[2])), 9899) << line;
+        last_line_ = info->pv[0];
         EXPECT_TRUE(playable(info->pv)) << line << '\n' << engine_->transcript();
     }
 
@@ -198,6 +203,7 @@ private:
     EngineProcess referee_;
     int outstanding_ = 0;
     std::string position_;
+    std::string last_line_;  // first move of the last line of play since the last answer
     std::set<std::string> searched_;
 };
 

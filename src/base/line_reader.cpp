@@ -27,3 +27,16 @@ bool LineReader::next(std::string_view &line) {
     line = {buffer_.data(), text};
     return true;
 }
+
+bool LineReader::next_whole(std::string &line) {
+    constexpr std::size_t LONGEST = std::size_t{1} << 20;
+    line.clear();
+    std::string_view piece;
+    bool any = false;
+    while (line.size() < LONGEST && next(piece)) {
+        any = true;
+        line += piece;
+        if (line_ended_) break;
+    }
+    return any;
+}

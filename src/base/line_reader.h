@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,6 +19,10 @@ public:
     bool is_open() const { return file_ != nullptr; }
     // The next piece, valid until the next call. False at the end of the file or when it cannot be read on.
     bool next(std::string_view &line);
+    // The next line, put together from its pieces; one of more than a megabyte comes in parts.
+    bool next_whole(std::string &line);
+    // Whether reading ended with an error instead of the end of the file.
+    bool failed() const { return std::ferror(file_.get()) != 0; }
     // Whether the last piece was the end of its line, that is, a line feed followed it.
     bool line_ended() const { return line_ended_; }
     // Bytes read so far, and of the whole file (0 when that is not known).

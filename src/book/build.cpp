@@ -225,6 +225,8 @@ void read_games(LineReader &file, BookReader &reader) {
         reader.read_line(line);
         progress.update(reader.games(), file.position(), file.size());
     }
+    progress.finish();
+    if (file.failed()) std::printf("\ncannot read the whole file");
 }
 
 }  // namespace
@@ -234,11 +236,13 @@ void build_book(const char *pgn_file) {
     if (!file.is_open()) return;
     std::printf("Creating file %s from games in %s", BOOK_FILE, pgn_file);
     std::fflush(stdout);
+    bool writing = false;
     try {
         BookReader reader;
         read_games(file, reader);
         std::printf("\nwriting book file ...");
         std::fflush(stdout);
+        writing = true;
         const std::size_t distinct_moves = reader.moves().size();
         if (!write_book(reader.moves().take_sorted())) {
             std::printf("\ncannot write %s\n", BOOK_FILE);
@@ -248,5 +252,7 @@ void build_book(const char *pgn_file) {
         std::printf("done\n");
     } catch (const std::bad_alloc &) {
         std::printf("\nnot enough memory\n");
+        std::error_code error;
+        if (writing) std::filesystem::remove(BOOK_FILE, error);
     }
 }

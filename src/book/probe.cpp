@@ -74,6 +74,11 @@ std::int64_t random_point(std::int64_t total) {
     return static_cast<std::int64_t>(mixed % 1000 * 0.001 * static_cast<double>(total));
 }
 
+// From-square and to-square as the book has them: castling is the king's move onto its rook.
+std::string squares_in_book(std::uint16_t book_move) {
+    return std::string(square_name((book_move >> 6) & 63)).append(square_name(book_move & 63));
+}
+
 // Prints what can be chosen: one line under UCI, a table at the console.
 void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::int64_t> &shares,
                   std::int64_t total_share) {
@@ -83,7 +88,7 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
     std::string moves;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (shares[i] == 0) continue;
-        const std::string move = squares_of(move_from_book(entries[i].move));
+        const std::string move = squares_in_book(entries[i].move);
         moves += move + ' ';
         if (uci_mode != 1)
             print_format("  %s  cnt= %5d, weight= %5.2f%% -> %5.2f%%", move.c_str(), entries[i].weight,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
 
 int tb_largest = 0;
@@ -97,6 +98,8 @@ std::string tb_open_file(const std::string &name, const char *suffix) {
     for (const std::string &directory : directories) {
         const std::string path = path_in(directory, name, suffix);
         if (path.empty()) break;
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(path, error)) continue;
         if (std::FILE *file = std::fopen(path.c_str(), "rb"); file != nullptr) {
             std::fclose(file);
             return path;

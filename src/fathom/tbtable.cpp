@@ -108,7 +108,10 @@ private:
                 const int second_order = two_orders ? p[1] >> shift & 15 : NO_SECOND_ORDER;
                 if (!group_pieces(side) || !multiply_groups(side, f, order, second_order)) return false;
             }
-            if (layout_->sides[f][0].piece_order[0] != layout_->sides[0][0].piece_order[0]) return false;
+            // Whichever sub-table and side: the same colour's pawns lead.
+            for (std::size_t s = 0; s < streams_; ++s)
+                if (material_.pawn_table && layout_->sides[f][s].piece_order[0] != layout_->sides[0][0].piece_order[0])
+                    return false;
         }
         return align(2);
     }

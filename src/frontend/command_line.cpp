@@ -61,8 +61,7 @@ void set_nodes(CommandLine &, std::string_view value) {
 }
 
 void set_rate(CommandLine &, std::string_view value) {
-    const double wanted = leading_number(value);
-    target_nps = wanted > 10.0 ? wanted : 30.0;
+    target_nps = usable_rate(leading_number(value));
     settings.UCI_LimitStrength = 1;
     settings.UCI_Elo = static_cast<std::int16_t>(std::clamp(elo_model(target_nps), -32768.0, 32767.0));
     std::printf("Elo= %d\n", settings.UCI_Elo);

@@ -17,6 +17,7 @@
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/search.h"
+#include "search/strength.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
@@ -45,15 +46,14 @@ bool prepare_direct_search() {
 
 // The breakdown of the position's evaluation, from a search of depth 0 in this thread.
 void show_evaluation() {
+    if (!prepare_direct_search()) return;
     const std::uint8_t saved_depth = max_depth;
     const bool saved_display = display_evaluation;
     max_depth = 0;
     display_evaluation = true;
     eval_display = {};
-    if (prepare_direct_search()) {
-        iterate();
-        print_line(evaluation_text(game->position, eval_display, search_thread_at(0).root_eval, root_result.score));
-    }
+    iterate();
+    print_line(evaluation_text(game->position, eval_display, search_thread_at(0).root_eval, root_result.score));
     max_depth = saved_depth;
     display_evaluation = saved_display;
 }
@@ -89,12 +89,19 @@ void quit(const Words &, std::string_view) {
     quit_flag = true;
 }
 
+// A search that runs makes way for the one that is asked for.
+void make_way() {
+    if (search_state != REQUEST_NONE) stop_flag = STOP_ABANDON;
+}
+
 void search_move(const Words &, std::string_view) {
+    make_way();
     search_request = REQUEST_SEARCH;
     endless_search = false;
 }
 
 void self_play_game(const Words &, std::string_view) {
+    make_way();
     settings.Ponder = 0;
     self_play = true;
     search_request = REQUEST_SEARCH;
@@ -103,6 +110,7 @@ void self_play_game(const Words &, std::string_view) {
 
 void analyse(const Words &words, std::string_view) {
     constexpr double ANALYSIS_TIME = 99999.0;
+    make_way();
     tc_mode = 1;
     time_per_move = ANALYSIS_TIME;
     const int depth = integer_at(words, 1);
@@ -283,7 +291,7 @@ void set_value(const Words &words, std::string_view) {
     else if (name == "ss")
         set_selectivity_switch(value);
     else if (name == "target_nps") {
-        target_nps = std::max(leading_number(text), 30.0);
+        target_nps = usable_rate(leading_number(text));
         settings.UCI_LimitStrength = 1;
         print_format("target_nps set to %.0f", target_nps.load());
     }

@@ -60,9 +60,12 @@ bool play_from_book() {
     Position &pos = game->position;
     const Move move = probe_book(pos);
     if (move == NO_MOVE) return false;
+    Move &recorded = game->history.undo[static_cast<std::size_t>(game->history.undo_count)].move;
+    const Move played_here = recorded;
     make_move(pos, move);
     const bool refused = book_move_refused(pos);
     unmake_move(pos);
+    recorded = played_here;
     if (refused) return false;
     print_format("%s book move is %s", uci_mode == 1 ? "info string" : "", squares_of(move).c_str());
     root_result.pv[1] = move;
@@ -95,7 +98,7 @@ void continue_self_play(Move best) {
         self_play = false;
         return;
     }
-    make_move(pos, best);
+    play_game_move(best);
     show_board(pos);
     search_request = REQUEST_SEARCH;
     endless_search = false;
@@ -178,6 +181,7 @@ void stop_and_wait(int reason) {
 }
 
 void stop_and_report() {
+    self_play = false;
     stop_and_wait(STOP_ABANDON);
     if (searching() && search_state != REQUEST_PONDER) report_result();
 }

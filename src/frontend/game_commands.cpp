@@ -33,19 +33,9 @@ bool is_legal_now(Move m) {
                        [m](const MoveEntry &entry) { return entry.move == m; });
 }
 
-// Plays a legal move. What was recorded beyond it stays when it is the recorded move.
-bool play(Move m) {
-    if (moves_played() >= MAX_GAME_MOVES) {
-        print_format("a game has at most %d moves", MAX_GAME_MOVES);
-        return false;
-    }
-    const bool same = recorded_move() == m;
-    make_move(board(), m);
-    if (!same) recorded_move() = NO_MOVE;
-    return true;
+bool replay_one() {
+    return recorded_move() != NO_MOVE && is_legal_now(recorded_move()) && play_game_move(recorded_move());
 }
-
-bool replay_one() { return recorded_move() != NO_MOVE && is_legal_now(recorded_move()) && play(recorded_move()); }
 
 void take_back_all() {
     while (moves_played() > 0) unmake_move(board());
@@ -115,7 +105,7 @@ bool play_words(std::string_view text) {
         if (std::isalpha(static_cast<unsigned char>(word[0])) == 0) continue;
         word = word.substr(0, LONGEST_WORD);
         Move move = NO_MOVE;
-        if (!parse_move(board(), word, move) || !play(move)) {
+        if (!parse_move(board(), word, move) || !play_game_move(move)) {
             print_format("can't parse move '%s'", std::string(word).c_str());
             return false;
         }
@@ -126,8 +116,8 @@ bool play_words(std::string_view text) {
 void play_game_of_file(LineReader &file, std::string_view tag) {
     GameChoice choice(tag);
     CommentFilter comments;
-    std::string_view line;
-    while (file.next(line)) {
+    std::string line;
+    while (file.next_whole(line)) {
         choice.read(line);
         if (choice.passed()) return;
         if (!choice.reached() || (!line.empty() && line[0] == '[')) continue;
@@ -173,13 +163,24 @@ void close_editor() {
 
 }  // namespace
 
+bool play_game_move(Move m) {
+    if (moves_played() >= MAX_GAME_MOVES) {
+        print_format("a game has at most %d moves", MAX_GAME_MOVES);
+        return false;
+    }
+    const bool same = recorded_move() == m;
+    make_move(board(), m);
+    if (!same) recorded_move() = NO_MOVE;
+    return true;
+}
+
 bool play_typed_move(std::string_view text) {
     Move move = NO_MOVE;
     if (!parse_move(board(), text, move)) return false;
     self_play = false;
     stop_and_wait(STOP_ABANDON);
     print_format("%d. move %s", moves_played() / 2 + 1, std::string(text).c_str());
-    play(move);
+    play_game_move(move);
     return true;
 }
 
@@ -194,7 +195,7 @@ bool replay_move() {
     if (move == NO_MOVE || !is_legal_now(move)) return false;
     print_format("%d%s move %s", moves_played() / 2 + 1, board().side == WHITE ? "." : "...",
                  move_to_text(move).c_str());
-    return play(move);
+    return play_game_move(move);
 }
 
 void jump_to_ply(int ply) {
@@ -254,6 +255,7 @@ void save_game() {
 }
 
 void show_hash_line() {
+    const MoveHistory saved = game->history;  // with the moves recorded beyond the position
     std::string text;
     int made = 0;
     for (; made < MAX_PLY - 1 && moves_played() < HISTORY_SIZE - 1; ++made) {
@@ -266,6 +268,7 @@ void show_hash_line() {
     std::fflush(stdout);
     show_board(board());
     for (; made > 0; --made) unmake_move(board());
+    game->history = saved;
 }
 
 void start_editor() {

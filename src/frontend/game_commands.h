@@ -4,8 +4,14 @@
 
 #include <string_view>
 
+#include "board/types.h"
+
 // Plays a move given as text. False, and nothing happens, when it denotes no legal move.
 bool play_typed_move(std::string_view text);
+
+// Plays a legal move of the game. What was played from there before stays recorded only when it is the same move. False
+// after a message when the game is too long.
+bool play_game_move(Move m);
 
 // Takes back one move; plays the move again that was once played from here. False when there is none.
 bool take_back_move();

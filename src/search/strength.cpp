@@ -57,8 +57,10 @@ void calibration_round(SearchThread &thread) {
 
 }  // namespace
 
+double usable_rate(double nodes_per_second) { return nodes_per_second > 10.0 ? nodes_per_second : LOWEST_RATE; }
+
 double elo_model(double nodes_per_second) {
-    const double n = nodes_per_second > 10.0 ? nodes_per_second : LOWEST_RATE;
+    const double n = usable_rate(nodes_per_second);
     return 126.0 * std::log(n) + 1183.0 - 4500.0 / (n - 10.0);
 }
 

@@ -1,6 +1,9 @@
 // Playing strength as a function of the node rate, and the measurement of this machine's own rate.
 #pragma once
 
+// A wanted node rate as it is used: rates of 10 or less, which the model does not know, become 30.
+double usable_rate(double nodes_per_second);
+
 // Elo estimate for a node rate in nodes per second; rates of 10 or less count as 30.
 double elo_model(double nodes_per_second);
 

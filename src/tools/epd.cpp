@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr std::size_t LONGEST_FIELD = 255;
+constexpr std::size_t LONGEST_FEN = 255;
+constexpr std::size_t LONGEST_OPERAND = 511;
 constexpr std::string_view SEPARATORS = " \t;\r\n";
 
 // The next token, taken off the front; empty at the end.
@@ -47,13 +48,13 @@ bool parse_epd_record(std::string_view line, EpdRecord &record) {
         if (i > 0) fen += ' ';
         fen += field;
     }
-    record.fen = fen.substr(0, LONGEST_FIELD);
+    record.fen = fen.substr(0, LONGEST_FEN);
     for (std::string_view token = next_token(line); !token.empty(); token = next_token(line)) {
         if (is_number(token)) continue;  // the counters of a full FEN
         const std::string_view operand = next_operand(line);
         for (const Opcode &opcode : OPCODES)
             if (token == opcode.name && (record.*opcode.field).empty())
-                record.*opcode.field = operand.substr(0, LONGEST_FIELD);
+                record.*opcode.field = operand.substr(0, LONGEST_OPERAND);
     }
     return true;
 }

@@ -5,7 +5,7 @@
 #include <string_view>
 
 // The parts of an EPD line that the program uses; an operation that is not there is empty. Operands are kept whole, quotes
-// included, up to 255 characters.
+// included, up to 511 characters.
 struct EpdRecord {
     std::string fen;  // the four fields, joined by single blanks
     std::string bm;   // best moves

@@ -147,7 +147,7 @@ void print_totals(const Totals &t) {
 
 void analyse_epd_file(const char *file_name, PollInput poll_input) {
     LineReader suite(file_name, LONGEST_LINE);
-    if (!suite.is_open()) return;
+    if (!suite.is_open() || is_same_file(file_name, "unsolved.epd")) return;
     OutputFile unsolved("unsolved.epd");
     if (!unsolved.is_open()) return;
     std::printf("Analyzing %s...\n", file_name);
@@ -170,5 +170,6 @@ void analyse_epd_file(const char *file_name, PollInput poll_input) {
         progress.update(totals.positions, suite.position(), suite.size());
     }
     progress.finish();
+    report_read_error(suite, file_name);
     print_totals(totals);
 }

@@ -205,7 +205,8 @@ private:
 // Reads lines and hands over whole games.
 class GameScanner {
 public:
-    GameScanner(int variant, OutputFile &out, RecordWriter &writer) : variant_(variant), out_(out), writer_(writer) {}
+    GameScanner(int variant, OutputFile &out, RecordWriter &writer, Progress &progress)
+        : variant_(variant), out_(out), writer_(writer), progress_(progress) {}
 
     void read_line(std::string_view line) {
         while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.remove_suffix(1);
@@ -229,6 +230,7 @@ private:
         if (holds("Event ")) {
             game_.result = NO_WINNER;
             if (++games_ % GAMES_PER_LINE == 0) {
+                progress_.finish();
                 std::printf("game %d\n", games_);
                 std::fflush(stdout);
             }
@@ -283,6 +285,7 @@ private:
     int variant_;
     OutputFile &out_;
     RecordWriter &writer_;
+    Progress &progress_;
     Game game_;
     int games_ = 0;
     int comment_depth_ = 0;
@@ -294,7 +297,9 @@ private:
 void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
     LineReader file(file_name, LONGEST_LINE);
     if (!file.is_open()) return;
-    OutputFile out(variant == 1 ? "tmp.pgn" : "tmp.epd");
+    const char *out_name = variant == 1 ? "tmp.pgn" : "tmp.epd";
+    if (is_same_file(file_name, out_name) || is_same_file(file_name, "tmpX.epd")) return;
+    OutputFile out(out_name);
     OutputFile corrections("tmpX.epd");
     if (!out.is_open() || !corrections.is_open()) return;
     derive_eval_tables();
@@ -302,11 +307,11 @@ void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
     enable_logging(false);
 
     RecordWriter writer(variant, out, corrections);
-    GameScanner scanner(variant, out, writer);
     Progress progress("games");
-    std::string_view line;
+    GameScanner scanner(variant, out, writer, progress);
+    std::string line;
     int games = 0;
-    while (!quit_flag && file.next(line)) {
+    while (!quit_flag && file.next_whole(line)) {
         scanner.read_line(line);
         if (scanner.games() == games) continue;
         games = scanner.games();
@@ -314,6 +319,7 @@ void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
         poll_input();
     }
     progress.finish();
+    report_read_error(file, file_name);
     scanner.finish_game();
     out.write("\n");
     out.close();

@@ -102,6 +102,7 @@ FinishedGame play_game(const Settings &perturbed, const Settings &reference, Pol
         settings = perturbed_moves ? perturbed : reference;
         Move move = NO_MOVE;
         const PlayedMove played = choose_move(move, poll_input);
+        if (quit_flag) break;
         finished.outcome = adjudicate(pos, move, played.score);
         if (move == NO_MOVE) continue;
         finished.moves.push_back(played);
@@ -123,7 +124,8 @@ void write_game(OutputFile &file, const FinishedGame &finished, int number) {
         const std::string shown = format_line("%s {%0.2f/%d}", move.text.c_str(), move.score / 100.0, move.depth);
         text += i % 2 == 0 ? shown : "   " + shown + "\n";
     }
-    file.write(text + "\n\n");
+    if (finished.moves.size() % 2 != 0) text += "\n";
+    file.write(text + "\n");
     file.flush();
 }
 

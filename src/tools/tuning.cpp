@@ -93,8 +93,8 @@ double tuning_error(const char *file_name, OutputFile *filtered, PollInput poll_
         TrainingRecord record;
         if (line.empty() || line[0] == ';' || line[0] == '#' || line[0] == ' ' || !read_training_record(line, record))
             continue;
-        set_fen(pos, record.fen);
-        if (!unsearchable_reason(pos).empty()) {
+        if (set_fen(pos, record.fen) != 0 || !unsearchable_reason(pos).empty()) {
+            progress.finish();
             print_line(line);
             break;
         }
@@ -115,14 +115,19 @@ double tuning_error(const char *file_name, OutputFile *filtered, PollInput poll_
         sum += std::fabs(expected_result(q) - r);
         ++counted;
     }
+    report_read_error(file, file_name);
     return counted > 0 ? sum / counted : 0.0;
 }
 
-// Copies each line with a probability of `percent` %. Does nothing when a file cannot be opened.
+// Copies each line with a probability of `percent` %. Without the source there is no copy either, not even an old one.
 void copy_random_subset(const char *source, const char *destination, int percent) {
     constexpr std::size_t LONGEST_LINE = 3899;
     LineReader file(source, LONGEST_LINE);
-    if (!file.is_open()) return;
+    if (!file.is_open()) {
+        std::remove(destination);
+        return;
+    }
+    if (is_same_file(source, destination)) return;
     OutputFile copy(destination);
     if (!copy.is_open()) return;
     std::string_view line;
@@ -298,7 +303,7 @@ void search_best_value(TunableParam &param, PollInput poll_input) {
 
 void make_training_file(const char *file_name, PollInput poll_input) {
     constexpr const char *FILTERED_FILE = "tune_new.epd";
-    if (!LineReader(file_name, 1).is_open()) return;  // and an older result stays
+    if (!LineReader(file_name, 1).is_open() || is_same_file(file_name, FILTERED_FILE)) return;
     noise = NO_PROGRESS_LINES;
     max_depth = 0;
     say(format_line("Creating file %s\n", FILTERED_FILE));

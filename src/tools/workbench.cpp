@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "base/output.h"
 #include "platform/clock.h"
@@ -22,6 +23,17 @@ double searched_nodes() { return static_cast<double>(sum_thread_stats().nodes); 
 
 std::int16_t nearest_weight(double x) {
     return static_cast<std::int16_t>(std::clamp(std::round(x), -32768.0, 32767.0));
+}
+
+bool is_same_file(const char *input, const char *output) {
+    std::error_code error;
+    if (!std::filesystem::equivalent(input, output, error)) return false;
+    print_line(std::string("the input would be overwritten by the output ") + output);
+    return true;
+}
+
+void report_read_error(const LineReader &file, const char *name) {
+    if (file.failed()) print_line(std::string("cannot read all of ") + name);
 }
 
 void OutputFile::close() {

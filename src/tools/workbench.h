@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/line_reader.h"
 #include "tools/tools.h"
 
 // Searches the game position, for which begin_search has been called, with all threads; keeps the time and reads input
@@ -17,6 +18,12 @@ double searched_nodes();
 
 // The nearest value that a weight can have, halves away from zero.
 std::int16_t nearest_weight(double x);
+
+// Whether an output would replace the input; one line says so.
+bool is_same_file(const char *input, const char *output);
+
+// Prints one line when a file could not be read to its end.
+void report_read_error(const LineReader &file, const char *name);
 
 // A file that a tool writes. An error while writing is reported once, when it is closed.
 class OutputFile {

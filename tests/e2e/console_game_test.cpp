@@ -141,6 +141,28 @@ TEST_F(ConsoleGame, TheEnginePlaysItself) {
     quit_and_check(engine);
 }
 
+TEST_F(ConsoleGame, AnotherSearchReplacesTheRunningOne) {
+    EngineProcess engine({"-c"}, directory_.path());
+    engine.send("go");
+    engine.expect_line("00] 03");
+    engine.send("go 4");
+    engine.expect_line("move= ");
+    engine.expect_line("move= ");
+    engine.send("go");
+    engine.send("go");
+    engine.send(".");
+    engine.expect_line("move= ");
+    engine.expect_line("move= ");
+    quit_and_check(engine);
+}
+
+// Neither the hash table's line nor a game that was left behind is replayed.
+TEST_F(ConsoleGame, OnlyMovesOfThisGameAreReplayed) {
+    const std::string text = run("e4\ne5\nNf3\nNc6\nnew\ne4\njump 9\n");
+    EXPECT_TRUE(text.ends_with(START + "1. move e4\n" + AFTER_E4 + AFTER_E4)) << text;
+    EXPECT_THAT(run("e4\ne5\n[\npv\n]\n"), HasSubstr("1... move e7e5\n"));
+}
+
 TEST_F(ConsoleGame, HelpNamesEveryCommand) {
     const std::string help = run("help\n");
     EXPECT_EQ(run("?\n"), help);

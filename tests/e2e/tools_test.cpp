@@ -196,6 +196,22 @@ TEST_F(Tools, MatchesTuneByPlay) {
                       "\\[Result \"(1-0|0-1|1/2-1/2)\"\\]\n[a-h][1-8][a-h][1-8] \\{-?[0-9.]+/[0-9]+\\}   [a-h]"));
 }
 
+// Lines are read whole, however long, and no tool writes over its own input.
+TEST_F(Tools, LongLinesAndOwnOutputs) {
+    std::string one_line = GAME.substr(0, GAME.find("[Event \"short\"]"));
+    for (std::size_t at = one_line.find("1. e4"); (at = one_line.find('\n', at)) != std::string::npos;)
+        one_line[at] = ' ';
+    directory_.write("g.pgn", one_line);
+    EXPECT_THAT(run({"-scan_pgn2", "g.pgn"}), ElementsAre("games= 1, positions= 4"));
+    const std::string records = directory_.read("tmp.epd");
+    EXPECT_THAT(run({"-scan_pgn2", "tmp.epd"}), ElementsAre("the input would be overwritten by the output tmp.epd"));
+    EXPECT_THAT(run({"-mktune", "tmp.epd"}), ElementsAre("Creating file tune_new.epd"));
+    EXPECT_THAT(run({"-mktune", "tune_new.epd"}), testing::SizeIs(1));
+    directory_.write("unsolved.epd", records);
+    EXPECT_THAT(run({"-anepd", "unsolved.epd", "-d", "1"}), testing::SizeIs(1));
+    EXPECT_EQ(directory_.read("unsolved.epd"), records);
+}
+
 TEST_F(Tools, AFullDiskIsReported) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
     directory_.write("g.pgn", GAME);

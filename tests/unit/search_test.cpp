@@ -222,7 +222,7 @@ TEST_F(SearchTest, WidestPositionFitsTheMoveStack) {
          {"qqqqqqqk/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQQQQK w - -", "Q6Q/1Q4Q1/8/1Q4Q1/k1Q2Q2/8/1Q1Q1Q2/K2Q2QQ w - -"}) {
         set_fen(game->position, fen);
         if (!unsearchable_reason(game->position).empty()) continue;
-        node_limit = 30000;
+        node_limit = short_run() ? 3000 : 30000;
         search_to_depth(MAX_DEPTH);
         node_limit = 0;
         EXPECT_NE(root_result.pv[1], NO_MOVE) << fen;

@@ -50,34 +50,6 @@ TEST(SlidingAttacks, StopAtTheFirstBlocker) {
     }
 }
 
-TEST(LeastAttacker, OrderOfPieces) {
-    const struct {
-        const char *what;
-        const char *fen;
-        const char *attacker;
-    } cases[] = {
-        // All attack d4; each case takes away the least valuable piece of the one before.
-        {"pawns: the lower square", "3R3k/8/1B6/8/Q2p4/1NPKP3/8/8 w - -", "c3"},
-        {"pawn", "3R3k/8/1B6/8/Q2p4/1N1KP3/8/8 w - -", "e3"},
-        {"knight", "3R3k/8/1B6/8/Q2p4/1N1K4/8/8 w - -", "b3"},
-        {"bishop", "3R3k/8/1B6/8/Q2p4/3K4/8/8 w - -", "b6"},
-        {"rook", "3R3k/8/8/8/Q2p4/3K4/8/8 w - -", "d8"},
-        {"queen", "7k/8/8/8/Q2p4/3K4/8/8 w - -", "a4"},
-        {"king", "7k/8/8/8/3p4/3K4/8/8 w - -", "d3"},
-        {"none", "7k/8/8/8/3p4/8/3K4/8 w - -", ""},
-        {"a pawn of the other colour", "7k/8/8/2P1P3/3p4/3K4/8/8 w - -", "d3"},
-        {"lower of two knights", "7k/8/1N3N2/8/3p4/8/2N5/4K3 w - -", "c2"},
-        {"blocked rook, clear queen", "7k/8/8/Q7/R1Pp4/8/1Q6/4K3 w - -", "b2"},
-        {"lower queen blocked", "3Q3k/8/8/8/3p4/2p5/1Q6/4K3 w - -", "d8"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
-        const auto board = make_test_position(c.fen);
-        const Square found = least_attacker(board->pos, 27, WHITE, board->pos.occupied());
-        EXPECT_EQ(found == NO_SQUARE ? std::string_view() : square_name(found), c.attacker);
-    }
-}
-
 // A bishop behind the bishop that has left the occupancy and its bitboard is next.
 TEST(LeastAttacker, SeesThroughSquaresOutsideTheOccupancy) {
     const auto board = make_test_position("7k/8/8/8/3p4/2B5/1Q6/4K3 w - -");

@@ -31,7 +31,7 @@ std::string generated(Position &pos, Generator generator, Square target = NO_SQU
 }
 
 TEST(Generators, ExactOrder) {
-    constexpr Square C3 = 18, E4 = 28, F3 = 21, H4 = 31;
+    constexpr Square C3 = 18, F3 = 21, H4 = 31;
     const struct {
         const char *what;
         const char *fen;
@@ -39,46 +39,25 @@ TEST(Generators, ExactOrder) {
         Square target;
         const char *moves;
     } cases[] = {
-        {"start, captures", START_FEN.data(), CAPTURES, NO_SQUARE, ""},
-        {"start, promotions", START_FEN.data(), PROMOTIONS, NO_SQUARE, ""},
-        {"start, quiet moves", START_FEN.data(), QUIETS, NO_SQUARE,
-         "a2a3 b2b3 c2c3 d2d3 e2e3 f2f3 g2g3 h2h3 a2a4 b2b4 c2c4 d2d4 e2e4 f2f4 g2g4 h2h4 b1a3 b1c3 g1f3 g1h3"},
         {"start, quiet moves of black", "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -", QUIETS, NO_SQUARE,
          "a7a6 b7b6 c7c6 d7d6 e7e6 f7f6 g7g6 h7h6 a7a5 b7b5 c7c5 d7d5 e7e5 f7f5 g7g5 h7h5 b8a6 b8c6 g8f6 g8h6"},
         {"white pawns: toward a, then toward h", "4k3/8/8/2p1p1p1/1P1P1P1P/8/8/4K3 w - -", CAPTURES, NO_SQUARE,
          "d4c5 f4e5 h4g5 b4c5 d4e5 f4g5"},
-        {"black pawns: toward a, then toward h", "4k3/8/8/1p1p1p1p/2P1P1P1/8/8/4K3 b - -", CAPTURES, NO_SQUARE,
-         "d5c4 f5e4 h5g4 b5c4 d5e4 f5g4"},
         {"pawns do not capture around the edge", "4k3/8/8/p6p/P6P/p6p/8/4K3 w - -", CAPTURES, NO_SQUARE, ""},
-        {"pieces by kind, from and to ascending", "4k3/8/1p3p2/8/p2p1p2/2N5/1K1RN1BQ/5B2 w - -", CAPTURES, NO_SQUARE,
-         "e2d4 e2f4 c3a4 d2d4 h2f4"},
         {"king last, never limited by a target", "4k3/8/8/8/3p4/2Q5/4p3/4K3 w - -", CAPTURES, C3 + 9, "c3d4 e1e2"},
-        {"captures of the target only", "4k3/8/8/1p5p/8/3Q4/8/4K3 w - -", CAPTURES, 33, "d3b5"},
-        {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", CAPTURES, NO_SQUARE, "e5d6"},
         {"en passant from both sides", "4k3/8/8/8/2pPp3/8/8/4K3 b - d3", CAPTURES, NO_SQUARE, "e4d3 c4d3"},
         {"en passant under a target", "4k3/8/8/3pP3/7b/8/8/4K3 w - d6", CAPTURES, H4, "e5d6"},
-        {"promotions are no captures", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", CAPTURES, NO_SQUARE, ""},
         {"push, toward a, toward h", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", PROMOTIONS, NO_SQUARE,
          "c7c8q c7c8n c7c8b c7c8r c7b8q c7b8n c7b8b c7b8r c7d8q c7d8n c7d8b c7d8r"},
-        {"queens only", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", QUEEN_PROMOTIONS, NO_SQUARE, "c7c8q c7b8q c7d8q"},
         {"black, edges and a blocked pawn", "k7/8/8/8/8/8/pp4pp/R3K2N b - -", QUEEN_PROMOTIONS, NO_SQUARE,
          "b2b1q b2a1q g2g1q g2h1q"},
-        {"the corner square is no en-passant square", "4k3/8/8/8/8/8/1p6/N3K3 b - -", CAPTURES, NO_SQUARE, ""},
         {"single and double steps", "4k3/8/8/8/1p6/p1p5/PPP1P3/4K3 w - -", QUIETS, NO_SQUARE,
          "b2b3 e2e3 e2e4 e1d1 e1f1 e1d2 e1f2"},
-        {"no push to the last rank", "7k/P7/8/8/8/8/8/K7 w - -", QUIETS, NO_SQUARE, "a1b1 a1a2 a1b2"},
         {"castling last", "r3k2r/8/8/8/8/8/P6P/R3K2R w KQkq -", QUIETS, NO_SQUARE,
          "a2a3 h2h3 a2a4 h2h4 a1b1 a1c1 a1d1 h1f1 h1g1 e1d1 e1f1 e1d2 e1e2 e1f2 e1g1 e1c1"},
-        {"castling needs the right", "4k3/8/8/8/8/8/P6P/R3K2R w Q -", QUIETS, E4, "e1d1 e1f1 e1d2 e1e2 e1f2 e1c1"},
         {"castling needs b1, c1, d1 empty", "4k3/8/8/8/8/8/8/RN2K1NR w KQ -", QUIETS, F3, "e1d1 e1f1 e1d2 e1e2 e1f2"},
-        {"castling, black", "r3k2r/p6p/8/8/8/8/8/4K3 b kq -", QUIETS, F3, "e8d7 e8e7 e8f7 e8d8 e8f8 e8g8 e8c8"},
-        {"in check from a knight", "4k3/8/8/8/8/5n2/8/R3K2R w KQ -", QUIETS, F3, "e1d1 e1f1 e1d2 e1e2 e1f2 e1g1 e1c1"},
         {"in check from a slider: between only", "4k3/8/8/8/7b/8/1N1BP1P1/R3K1N1 w Q -", QUIETS, H4,
          "g2g3 e1d1 e1f1 e1f2 e1c1"},
-        {"double step into the line", "4k3/8/8/8/r3K3/8/2P5/8 w - -", QUIETS, 24,
-         "c2c4 e4d3 e4e3 e4f3 e4d4 e4f4 e4d5 e4e5 e4f5"},
-        {"legal: mate", "4k3/8/8/8/8/8/5PPP/r5K1 w - -", LEGAL, NO_SQUARE, ""},
-        {"legal: stalemate", "7k/5Q2/8/8/8/8/8/4K3 b - -", LEGAL, NO_SQUARE, ""},
         {"legal: the king keeps off attacked squares", "8/8/8/3k4/2pP4/1P6/8/4K3 b - d3", LEGAL, NO_SQUARE,
          "c4b3 c4d3 d5d4 c4c3 d5e4 d5c6 d5d6 d5e6"},
     };
@@ -86,26 +65,6 @@ TEST(Generators, ExactOrder) {
         SCOPED_TRACE(c.what);
         const auto board = make_test_position(c.fen);
         EXPECT_EQ(generated(board->pos, c.generator, c.target), c.moves);
-    }
-}
-
-TEST(Generators, EntriesNameThePieces) {
-    const auto board = make_test_position("1n2k3/P7/8/3pP3/8/5r2/6P1/4K3 w - d6");
-    MoveList list;
-    const MoveEntry *end = gen_all(board->pos, list.data());
-    ASSERT_EQ(end->move, END_OF_LIST);
-    const struct {
-        const char *move;
-        int piece;
-        int captured;
-    } expected[] = {{"e5d6", 1, 0}, {"g2f3", 1, 12}, {"a7b8n", 1, 10}, {"a7a8q", 1, 0}, {"e1e2", 6, 0}};
-    for (const auto &e : expected) {
-        SCOPED_TRACE(e.move);
-        const auto found = std::find_if(list.data(), list.data() + (end - list.data()),
-                                        [&e](const MoveEntry &entry) { return coordinates(entry.move) == e.move; });
-        ASSERT_NE(found, end);
-        EXPECT_EQ(found->piece, e.piece);
-        EXPECT_EQ(found->captured, e.captured);
     }
 }
 
@@ -159,23 +118,11 @@ TEST(Legality, WorkedCases) {
         bool legal;
     } cases[] = {
         {"en passant uncovers the rank", "8/8/8/K2pP2r/8/8/8/4k3 w - d6", "e5d6", false},
-        {"en passant, rank still blocked", "8/8/8/K1Pp1P1r/8/8/8/4k3 w - d6", "c5d6", true},
         {"en passant uncovers a diagonal through the taken pawn", "6k1/8/b7/1pP5/8/8/8/5K2 w - b6", "c5b6", false},
-        {"en passant takes the checking pawn", "8/8/8/3k4/2pP4/8/8/4K3 b - d3", "c4d3", true},
-        {"pinned knight", "4k3/8/8/8/4r3/8/4N3/4K3 w - -", "e2c3", false},
-        {"pinned rook along the line", "4k3/8/8/8/4r3/8/4R3/4K3 w - -", "e2e4", true},
         {"king steps back along the line", "4k3/8/8/8/4r3/4K3/8/8 w - -", "e3e2", false},
-        {"king takes a defended piece", "4k3/8/8/8/8/4r3/4q3/4K3 w - -", "e1e2", false},
-        {"king takes an undefended piece", "4k3/8/8/8/8/8/4q3/4K3 w - -", "e1e2", true},
-        {"king next to king", "8/8/8/8/8/4k3/8/4K3 w - -", "e1e2", false},
-        {"castling out of check", "4k3/8/8/8/4r3/8/8/4K2R w K -", "e1g1", false},
         {"castling through check", "4k3/8/8/8/5r2/8/8/4K2R w K -", "e1g1", false},
-        {"castling into check", "4k3/8/8/8/6r1/8/8/4K2R w K -", "e1g1", false},
-        {"castling, rook attacked", "4k3/8/8/8/7r/8/8/4K2R w K -", "e1g1", true},
         {"castling long, b1 attacked", "4k3/8/8/8/1r6/8/8/R3K3 w Q -", "e1c1", true},
-        {"castling long, d1 attacked", "4k3/8/8/8/3r4/8/8/R3K3 w Q -", "e1c1", false},
         {"castling, black, pawn attacks f8", "4k2r/6P1/8/8/8/8/8/4K3 b k -", "e8g8", false},
-        {"double check, capture of one checker", "4k3/8/8/8/4r3/8/3n4/R3K3 w - -", "e1d2", true},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);
@@ -191,11 +138,9 @@ TEST(Legality, WorkedCases) {
 
 TEST(Legality, NoLegalMoves) {
     const std::pair<const char *, bool> cases[] = {
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", false},
         {"4k3/8/8/8/8/8/5PPP/r5K1 w - -", true},
         {"7k/5Q2/8/8/8/8/8/4K3 b - -", true},
         {"7k/5Q2/8/8/8/8/p7/4K3 b - -", false},
-        {"rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq -", true},
         {"8/8/8/8/k2Pp2Q/8/8/3K4 b - d3", false},
     };
     for (const auto &[fen, expected] : cases) {
@@ -297,8 +242,11 @@ TEST(PseudoLegality, AgreesWithTheGeneratorsOnEveryMoveWord) {
             MoveEntry *end = gen_captures(pos, side, list.data(), NO_SQUARE);
             end = gen_promotions(pos, side, true, end);
             end = gen_quiets(pos, side, end, NO_SQUARE);
-            for (const MoveEntry *entry = list.data(); entry != end; ++entry)
+            for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
+                ASSERT_EQ(entry->piece, pos.board[from_square(entry->move)]) << coordinates(entry->move);
+                ASSERT_EQ(entry->captured, pos.board[to_square(entry->move)]) << coordinates(entry->move);
                 if (type_of(entry->captured) != KING) generated_moves.insert(entry->move);
+            }
             for (int word = 0; word < 65536; ++word) {
                 const Move m = static_cast<Move>(word);
                 if (popcount(m & PROMOTE_ANY) > 1) continue;
@@ -314,6 +262,7 @@ TEST(PseudoLegality, AgreesWithTheGeneratorsOnEveryMoveWord) {
     }
 }
 
+// The cases that the comparison below leaves out.
 TEST(GivesCheck, WorkedCases) {
     const struct {
         const char *what;
@@ -321,29 +270,6 @@ TEST(GivesCheck, WorkedCases) {
         const char *move;
         int check;
     } cases[] = {
-        {"none", "4k3/8/8/8/8/8/4P3/4K3 w - -", "e2e4", 0},
-        {"pawn", "4k3/8/3P4/8/8/8/8/4K3 w - -", "d6d7", 1},
-        {"knight", "4k3/8/8/4N3/8/8/8/4K3 w - -", "e5f7", 0},
-        {"knight on c7", "4k3/8/8/1N6/8/8/8/4K3 w - -", "b5c7", 1},
-        {"rook", "4k3/8/8/8/8/8/8/R3K3 w - -", "a1a8", 1},
-        {"rook behind a pawn", "4k3/4p3/8/8/8/8/R7/3K4 w - -", "a2e2", 0},
-        {"queen on the diagonal", "4k3/8/8/8/8/8/8/3QK3 w - -", "d1a4", 1},
-        {"capture", "3rk3/8/8/8/8/8/8/3RK3 w - -", "d1d8", 1},
-        {"promotion to a knight", "8/5P2/3k4/8/8/8/8/4K3 w - -", "f7f8n", 0},
-        {"promotion to a knight with check", "8/4kP1P/8/8/8/8/8/4K3 w - -", "h7h8n", 0},
-        {"knight promotion on g8", "8/4k1P1/8/8/8/8/8/4K3 w - -", "g7g8n", 1},
-        {"queen promotion", "4k3/P7/8/8/8/8/8/4K3 w - -", "a7a8q", 1},
-        {"bishop promotion does not", "4k3/P7/8/8/8/8/8/4K3 w - -", "a7a8b", 0},
-        {"pawn uncovers a bishop", "4k3/8/8/8/B7/8/8/4K3 w - -", "a4d7", 1},
-        {"pawn push opens a diagonal", "7k/8/8/8/3P4/2B5/8/4K3 w - -", "d4d5", 2},
-        {"pawn push keeps the file closed", "4k3/8/8/8/8/4P3/8/K3R3 w - -", "e3e4", 0},
-        {"pawn capture opens the file", "4k3/8/8/8/3p4/4P3/8/K3R3 w - -", "e3d4", 2},
-        {"rook and bishop battery", "4k3/8/8/8/4B3/8/8/K3R3 w - -", "e4b7", 2},
-        {"double check counts as discovered", "4k3/8/8/8/4N3/8/8/K3R3 w - -", "e4f6", 2},
-        {"king uncovers a rook", "4k3/8/8/8/8/8/4K3/4R3 w - -", "e2d2", 2},
-        {"king steps along the file", "4k3/8/8/8/8/8/4K3/4R3 w - -", "e2e3", 0},
-        {"another piece still blocks", "4k3/4p3/8/8/4B3/8/8/K3R3 w - -", "e4b7", 0},
-        {"black", "4r2k/8/8/4n3/8/8/8/4K3 b - -", "e5c4", 2},
         {"the rook of a castling king", "5k2/8/8/8/8/8/8/4K2R w K -", "e1g1", 0},
         {"promotion along the king's file", "8/4P3/8/8/8/8/8/K3k3 w - -", "e7e8q", 0},
         {"promotion along the king's diagonal", "4r3/3P4/8/8/k7/8/8/6K1 w - -", "d7e8q", 0},

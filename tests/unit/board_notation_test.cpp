@@ -18,25 +18,14 @@ TEST_F(Notation, FourTextsOfAMove) {
         const char *texts;
     } cases[] = {
         {"knight", START_FEN.data(), "g1f3", "g1f3 Nf3 Ngf3 N1f3"},
-        {"pawn push", START_FEN.data(), "e2e4", "e2e4 e4  "},
         {"pawn capture", "4k3/8/8/3p4/4P3/8/8/4K3 w - -", "e4d5", "e4d5 exd5 ed "},
         {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6", "e5d6 exd6 ed "},
         {"promotion", "8/4P3/8/8/8/8/k7/4K3 w - -", "e7e8q", "e7e8=Q e8=Q =Q "},
-        {"promotion to a rook", "8/4P3/8/8/8/8/k7/4K3 w - -", "e7e8r", "e7e8=R e8=R =R "},
         {"promotion by capture", "3r4/4P3/8/8/8/8/k7/4K3 w - -", "e7d8n", "e7d8=N exd8=N ed=N "},
-        {"promotion with check", "8/k3P3/8/8/8/8/8/4K3 w - -", "e7e8q", "e7e8=Q e8=Q =Q "},
         {"promotion by capture with check", "3r3k/4P3/8/8/8/8/8/4K3 w - -", "e7d8q", "e7d8=Q+ exd8=Q+ ed=Q+ +"},
-        {"neither file nor rank shared", "4k3/8/8/8/8/5N2/8/1N2K3 w - -", "b1d2", "b1d2 Nbd2 Nbd2 N1d2"},
         {"file shared", "7k/8/8/R7/8/8/8/R5K1 w - -", "a1a3", "a1a3 R1a3 Raa3 R1a3"},
-        {"rank shared", "7k/8/8/8/8/8/8/R3R1K1 w - -", "a1c1", "a1c1 Rac1 Rac1 R1c1"},
         {"a pinned rival still counts", "4k3/8/8/8/4r3/8/4N3/N3K3 w - -", "a1b3", "a1b3 Nb3 Nab3 N1b3"},
-        {"a rival of another kind does not", "7k/8/8/8/8/8/8/R3Q1K1 w - -", "a1c1", "a1c1 Rc1 Rac1 R1c1"},
-        {"a rival behind a piece does not", "7k/8/8/R7/N7/8/8/R5K1 w - -", "a1a3", "a1a3 Ra3 Raa3 R1a3"},
-        {"queens on both lines", "7k/8/8/3Q4/8/8/8/Q5K1 w - -", "a1a2", "a1a2 Qaa2 Qaa2 Q1a2"},
         {"three knights, one on the file", "7k/8/8/1N3N2/8/1N6/8/6K1 w - -", "b5d4", "b5d4 N5d4 Nbd4 N5d4"},
-        {"black pieces in capitals", "4k1n1/8/8/4N3/8/8/8/4K3 b - -", "g8f6", "g8f6 Nf6 Ngf6 N8f6"},
-        {"capture by a piece", "4k3/8/8/3p4/8/8/8/3RK3 w - -", "d1d5", "d1d5 Rxd5 Rdxd5 R1xd5"},
-        {"king", "4k3/8/8/8/8/8/8/4K3 w - -", "e1d2", "e1d2 Kd2 Ked2 K1d2"},
         {"castling short", "4k3/8/8/8/8/8/8/4K2R w K -", "e1g1", "e1g1 o-o O-O 0-0"},
         {"castling long", "r3k3/8/8/8/8/8/8/4K3 b q -", "e8c8", "e8c8 o-o-o O-O-O 0-0-0"},
         {"check", "rnbqkbnr/ppppp1pp/8/5p2/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", "d1h5", "d1h5+ Qh5+ Qdh5+ Q1h5+"},
@@ -63,12 +52,9 @@ TEST_F(Notation, CoordinateText) {
         const char *lower_case;
         const char *equals_sign;
     } cases[] = {
-        {NO_MOVE, "null", "null"},
         {make_move_word(12, 28), "e2e4", "e2e4"},
         {make_move_word(A7, A8, PROMOTE_QUEEN), "a7a8q", "a7a8=Q"},
         {make_move_word(A7, A8, PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
-        {make_move_word(A7, A8, PROMOTE_BISHOP), "a7a8b", "a7a8=B"},
-        {make_move_word(A7, A8, PROMOTE_ROOK), "a7a8r", "a7a8=R"},
         {make_move_word(A7, A8, PROMOTE_ROOK | PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
         {make_move_word(A7, A8, PROMOTE_ANY), "a7a8q", "a7a8=Q"},
     };
@@ -95,47 +81,30 @@ TEST_F(Notation, TypedMoves) {
     } cases[] = {
         {START_FEN.data(), "g1f3", "g1f3"},
         {START_FEN.data(), "Nf3", "g1f3"},
-        {START_FEN.data(), "Ngf3", "g1f3"},
         {START_FEN.data(), "N1f3", "g1f3"},
-        {START_FEN.data(), "nf3", ""},
         {START_FEN.data(), "e4", "e2e4"},
-        {START_FEN.data(), "e5", ""},
         {START_FEN.data(), "", ""},
         {START_FEN.data(), "+", ""},
-        {START_FEN.data(), "null", ""},
-        {START_FEN.data(), "=", ""},
         {START_FEN.data(), "q", ""},
         {CASTLE, "O-O", "e1g1"},
         {CASTLE, "0-0", "e1g1"},
-        {CASTLE, "o-o", "e1g1"},
-        {CASTLE, "e1g1", "e1g1"},
         {CASTLE, "O-O-O", "e1c1"},
-        {CASTLE, "0-0-0", "e1c1"},
-        {CASTLE, "O-0-o", "e1c1"},
         {CASTLE, "Kg1", ""},
         {PROMOTE, "e8q", "e7e8q"},
         {PROMOTE, "e8=Q", "e7e8q"},
-        {PROMOTE, "e8=q", "e7e8q"},
-        {PROMOTE, "e8Q", "e7e8q"},
         {PROMOTE, "e7e8q", "e7e8q"},
-        {PROMOTE, "e7e8=Q", "e7e8q"},
-        {PROMOTE, "e8n", "e7e8n"},
-        {PROMOTE, "e8b", "e7e8b"},
         {PROMOTE, "=R", "e7e8r"},
         {PROMOTE, "e8", ""},
         {PROMOTE, "e7e8", ""},
         {QUEEN, "Qh5+", "d1h5"},
-        {QUEEN, "Qh5", "d1h5"},
         {QUEEN, "Qh5+!?", "d1h5"},
         {QUEEN, "Qh5#", ""},
         {QUEEN, "Qh5!", ""},
         {CAPTURE, "exd5", "e4d5"},
         {CAPTURE, "ed", "e4d5"},
-        {CAPTURE, "axb5", "a4b5"},
         {CAPTURE, "ab", ""},
         {CAPTURE, "ed5", ""},
         {"4k3/8/8/8/4r3/8/4N3/N3K3 w - -", "Nc3", ""},
-        {"4k3/8/8/8/8/8/5PPP/r5K1 w - -", "h3", ""},
     };
     for (const auto &c : cases) {
         for (const int mode : {0, 1}) {
@@ -174,36 +143,6 @@ TEST_F(Notation, AmbiguousMoves) {
         bool understood = false;
         EXPECT_EQ(printed_by([&] { understood = parse_move(board->pos, c.typed, m); }), c.printed);
         EXPECT_EQ(understood, c.understood);
-    }
-}
-
-TEST_F(Notation, CoordinatesAreLegalMovesOnly) {
-    const struct {
-        const char *fen;
-        const char *typed;
-        bool understood;
-    } cases[] = {
-        {START_FEN.data(), "e2e4", true},
-        {START_FEN.data(), "e2e5", false},
-        {START_FEN.data(), "E2E4", false},
-        {START_FEN.data(), "e2e4q", false},
-        {START_FEN.data(), "e2e", false},
-        {START_FEN.data(), "", false},
-        {START_FEN.data(), "null", false},
-        {START_FEN.data(), "0000", false},
-        {"8/4P3/8/8/8/8/k7/4K3 w - -", "e7e8", false},
-        {"8/4P3/8/8/8/8/k7/4K3 w - -", "e7e8r", true},
-        {"8/4P3/8/8/8/8/k7/4K3 w - -", "e7e8k", false},
-        {"4k3/8/8/8/4r3/8/4N3/4K3 w - -", "e2c3", false},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.typed);
-        const auto board = make_test_position(c.fen);
-        const Move m = parse_coordinates(board->pos, c.typed);
-        EXPECT_EQ(m != NO_MOVE, c.understood);
-        if (c.understood) {
-            EXPECT_EQ(coordinates(m), c.typed);
-        }
     }
 }
 

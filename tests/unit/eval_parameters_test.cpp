@@ -125,6 +125,7 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
     EXPECT_EQ(text_of(tables.rook_mobility), text_of(before.rook_mobility));
     EXPECT_EQ(text(tables.hung_pawn), "-8,-56");
     EXPECT_EQ(text(tables.hung_piece), "-13,-50");
+    EXPECT_EQ(text(tables.safe_check), "-8,-10") << "no threat";
     EXPECT_EQ(text(tables.pawn_doubled), "-3,-8");
     EXPECT_EQ(text(tables.pawn_weak), "-4,-9");
     EXPECT_EQ(text(tables.pawn_candidate), "0,50");

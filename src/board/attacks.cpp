@@ -2,7 +2,10 @@
 
 #include <utility>
 
+#include "board/magics.h"
+
 AttackTables attack_tables;
+std::array<SliderTable, 64> rook_table, bishop_table;
 
 namespace {
 
@@ -38,9 +41,52 @@ Bitboard squares_between(Square a, Square b) {
     return set;
 }
 
+// Attacks of all sets of blockers, square after square.
+constexpr std::size_t ROOK_SETS = 102400;
+constexpr std::size_t BISHOP_SETS = 5248;
+std::array<Bitboard, ROOK_SETS> rook_sets;
+std::array<Bitboard, BISHOP_SETS> bishop_sets;
+
+using Directions = std::array<std::pair<int, int>, 4>;
+constexpr Directions ROOK_DIRECTIONS = {{{0, 1}, {0, -1}, {1, 0}, {-1, 0}}};
+constexpr Directions BISHOP_DIRECTIONS = {{{1, 1}, {1, -1}, {-1, 1}, {-1, -1}}};
+
+// Walks the lines from a square to their first blockers. With `inner` the last square of each line stays out: whether it
+// is occupied makes no difference.
+Bitboard walk_lines(Square s, const Directions &directions, Bitboard occupied, bool inner) {
+    Bitboard set = 0;
+    for (const auto &[files, ranks] : directions) {
+        for (Square to = step(s, files, ranks); to != NO_SQUARE; to = step(to, files, ranks)) {
+            if (inner && step(to, files, ranks) == NO_SQUARE) break;
+            set |= bit(to);
+            if ((occupied & bit(to)) != 0) break;
+        }
+    }
+    return set;
+}
+
+void build_slider_tables(std::array<SliderTable, 64> &tables, const std::array<std::uint64_t, 64> &magics,
+                         const Directions &directions, Bitboard *sets) {
+    for (Square s = 0; s < 64; ++s) {
+        SliderTable &table = tables[static_cast<std::size_t>(s)];
+        table.mask = walk_lines(s, directions, 0, true);
+        table.magic = magics[static_cast<std::size_t>(s)];
+        table.attacks = sets;
+        table.shift = 64 - popcount(table.mask);
+        Bitboard blockers = 0;
+        do {
+            sets[table.index(blockers)] = walk_lines(s, directions, blockers, false);
+            blockers = (blockers - table.mask) & table.mask;  // the next subset of the mask
+        } while (blockers != 0);
+        sets += std::size_t{1} << popcount(table.mask);
+    }
+}
+
 }  // namespace
 
 void init_attacks() {
+    build_slider_tables(rook_table, rook_magics, ROOK_DIRECTIONS, rook_sets.data());
+    build_slider_tables(bishop_table, bishop_magics, BISHOP_DIRECTIONS, bishop_sets.data());
     AttackTables &t = attack_tables;
     for (Square s = 0; s < 64; ++s) {
         t.knight[s] = steps(s, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}});

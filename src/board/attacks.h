@@ -2,6 +2,9 @@
 #pragma once
 
 #include <array>
+#ifdef __BMI2__
+#include <immintrin.h>
+#endif
 
 #include "board/position.h"
 #include "board/types.h"
@@ -31,20 +34,32 @@ inline Bitboard rook_span(Square s) { return attack_tables.rook_span[s]; }
 inline Bitboard bishop_span(Square s) { return attack_tables.bishop_span[s]; }
 inline Bitboard between(Square a, Square b) { return attack_tables.between[a][b]; }
 
-// Squares a slider on `s` attacks, up to and including the first occupied square in each direction (classical ray
-// attacks: the ray beyond the first blocker is taken off the empty-board span; h8 and a1 stand in for "no blocker").
+// Squares a slider on `s` attacks, up to and including the first occupied square in each direction: one look-up by the
+// blockers on its lines, whose set is made an index by multiplication (magic bitboards) or, where the build may use it, by
+// the processor's bit extraction.
+struct SliderTable {
+    Bitboard mask;            // squares whose occupation matters
+    std::uint64_t magic;      // see magics.h
+    const Bitboard *attacks;  // [index]
+    int shift;                // 64 less the number of squares in the mask
+
+    std::size_t index(Bitboard occupied) const {
+#ifdef __BMI2__
+        return _pext_u64(occupied, mask);
+#else
+        return ((occupied & mask) * magic) >> shift;
+#endif
+    }
+};
+extern std::array<SliderTable, 64> rook_table, bishop_table;  // built by init_attacks
+
 inline Bitboard rook_attacks(Square s, Bitboard occupied) {
-    const AttackTables &t = attack_tables;
-    return t.rook_span[s] ^ t.north[lsb((t.north[s] & occupied) | bit(H8))] ^
-           t.east[lsb((t.east[s] & occupied) | bit(H8))] ^ t.south[msb((t.south[s] & occupied) | bit(A1))] ^
-           t.west[msb((t.west[s] & occupied) | bit(A1))];
+    const SliderTable &table = rook_table[static_cast<std::size_t>(s)];
+    return table.attacks[table.index(occupied)];
 }
 inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
-    const AttackTables &t = attack_tables;
-    return t.bishop_span[s] ^ t.north_east[lsb((t.north_east[s] & occupied) | bit(H8))] ^
-           t.north_west[lsb((t.north_west[s] & occupied) | bit(H8))] ^
-           t.south_east[msb((t.south_east[s] & occupied) | bit(A1))] ^
-           t.south_west[msb((t.south_west[s] & occupied) | bit(A1))];
+    const SliderTable &table = bishop_table[static_cast<std::size_t>(s)];
+    return table.attacks[table.index(occupied)];
 }
 inline Bitboard queen_attacks(Square s, Bitboard occupied) {
     return rook_attacks(s, occupied) | bishop_attacks(s, occupied);

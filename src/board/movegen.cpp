@@ -255,6 +255,54 @@ bool any_clear_line(Bitboard sliders, Square king, Bitboard occupied) {
 
 }  // namespace
 
+namespace {
+
+// Pieces of `colour` that alone stand between a square and a slider of `slider_side`.
+Bitboard sole_blockers(const Position &pos, Square target, Colour slider_side, Colour colour) {
+    const Bitboard queens = pos.of(slider_side, QUEEN);
+    Bitboard sliders = (bishop_span(target) & (pos.of(slider_side, BISHOP) | queens)) |
+                       (rook_span(target) & (pos.of(slider_side, ROOK) | queens));
+    const Bitboard occupied = pos.occupied();
+    Bitboard sole = 0;
+    while (sliders != 0) {
+        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
+        if ((blockers & (blockers - 1)) == 0) sole |= blockers;
+    }
+    return sole & pos.all(colour);
+}
+
+}  // namespace
+
+Pins::Pins(const Position &pos, Colour side, bool check)
+    : pinned(sole_blockers(pos, pos.king_square[side], 1 - side, side)), in_check(check) {}
+
+bool is_legal(Position &pos, Colour side, Move m, const Pins &pins) {
+    const Square from = from_square(m);
+    const Square king = pos.king_square[side];
+    if (pins.in_check || from == king || is_en_passant_capture(pos, m)) return is_legal(pos, side, m);
+    if ((pins.pinned & bit(from)) == 0) return true;
+    // A pinned piece stays on the line: with king e1, rook e3 and enemy rook e8 it may move to e2 and to e4 ... e8.
+    const Square to = to_square(m);
+    return ((between(king, to) & bit(from)) | (between(king, from) & bit(to))) != 0;
+}
+
+CheckSquares::CheckSquares(const Position &pos, Colour side) {
+    const Square king = pos.king_square[1 - side];
+    const Bitboard occupied = pos.occupied();
+    from[NO_TYPE] = from[KING] = from[7] = 0;
+    from[PAWN] = pawn_attacks(1 - side, king);
+    from[KNIGHT] = knight_attacks(king);
+    from[BISHOP] = bishop_attacks(king, occupied);
+    from[ROOK] = rook_attacks(king, occupied);
+    from[QUEEN] = from[BISHOP] | from[ROOK];
+    discoverers = sole_blockers(pos, king, side, side);
+}
+
+int gives_check(const Position &pos, Colour side, const MoveEntry &entry, const CheckSquares &squares) {
+    if ((squares.discoverers & bit(from_square(entry.move))) != 0) return gives_check(pos, side, entry);
+    return (squares.from[static_cast<std::size_t>(type_after(entry))] & bit(to_square(entry.move))) != 0 ? 1 : 0;
+}
+
 int gives_check(const Position &pos, Colour side, const MoveEntry &entry) {
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);

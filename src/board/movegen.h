@@ -34,6 +34,15 @@ MoveEntry *gen_legal(Position &pos, MoveEntry *list);
 // Whether a pseudo-legal move leaves the own king safe; a castling king may not leave, cross or enter an attacked square.
 bool is_legal(Position &pos, Colour side, Move m);
 
+// The same answers for many moves of one position: what they depend on is worked out once. For positions that can be
+// searched.
+struct Pins {
+    Pins(const Position &pos, Colour side, bool in_check);
+    Bitboard pinned;  // own pieces that alone stand between their king and an enemy slider
+    bool in_check;    // then every move is looked at for itself
+};
+bool is_legal(Position &pos, Colour side, Move m, const Pins &pins);
+
 // Whether the side to move is mated or stalemated.
 bool no_legal_moves(Position &pos);
 
@@ -44,6 +53,14 @@ bool is_pseudo_legal(const Position &pos, Move m, Colour side);
 // the start square still blocks the moved piece's own line (a promotion along the king's line counts as no check), and
 // so does a pawn taken en passant.
 int gives_check(const Position &pos, Colour side, const MoveEntry &entry);
+
+// gives_check for many moves of one position that can be searched.
+struct CheckSquares {
+    CheckSquares(const Position &pos, Colour side);
+    std::array<Bitboard, 8> from;  // [type]: squares from which a piece gives check
+    Bitboard discoverers;          // own pieces that alone stand between an own slider and the enemy king
+};
+int gives_check(const Position &pos, Colour side, const MoveEntry &entry, const CheckSquares &squares);
 
 // Whether the move is an en-passant capture here: a pawn that changes files to the empty en-passant square.
 inline bool is_en_passant_capture(const Position &pos, Move m) {

@@ -149,10 +149,10 @@ void update_ordering(SearchThread &thread, int ply, int depth, bool in_check, co
 
 }  // namespace
 
-std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &entry) {
+std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &entry, const CheckSquares &checks) {
     int flags = 0;
     if (entry.captured != 0 || is_en_passant_capture(pos, entry.move)) flags |= MOVE_CAPTURES;
-    if (const int check = gives_check(pos, side, entry); check != 0)
+    if (const int check = gives_check(pos, side, entry, checks); check != 0)
         flags |= check == 2 ? MOVE_CHECKS | MOVE_DISCOVERS : MOVE_CHECKS;
     if (type_of(entry.piece) == PAWN) {
         const Square to = to_square(entry.move);
@@ -186,6 +186,8 @@ int search_moves(SearchThread &thread, Colour side, int ply, int depth, int alph
     int best = -INFINITE;
     Move best_move = NO_MOVE;
     int hash_move_seen = 0;
+    const Pins pins(pos, side, in_check);
+    const CheckSquares checks(pos, side);
     Line child;
 
     while (const MoveEntry *picked = pick_next(thread)) {
@@ -193,8 +195,8 @@ int search_moves(SearchThread &thread, Colour side, int ply, int depth, int alph
 
         // 2. The hash move comes twice
         if (entry.move == record.hash_move && ++hash_move_seen > 1) continue;
-        if (is_null(&entry) || !is_legal(pos, side, entry.move)) continue;
-        record.move_flags = classify_move(pos, side, entry);
+        if (is_null(&entry) || !is_legal(pos, side, entry.move, pins)) continue;
+        record.move_flags = classify_move(pos, side, entry, checks);
         record.reduction = 0;
 
         // 3. Late-move pruning and reduction; the first legal move is spared

@@ -160,11 +160,12 @@ bool probcut(SearchThread &thread, int ply, int depth, int beta) {
     for (MoveEntry *entry = record.list; entry != end; ++entry) entry->score = capture_score(*entry);
     record.moves_searched = 0;
 
+    const Pins pins(pos, side, false);
     Line child;
     for (record.current = record.list; record.current != end; ++record.current) {
         select_best(record.current);
         const MoveEntry &entry = *record.current;
-        if (!is_legal(pos, side, entry.move) || exchange_value(pos, entry) < PROBCUT_EXCHANGE) continue;
+        if (!is_legal(pos, side, entry.move, pins) || exchange_value(pos, entry) < PROBCUT_EXCHANGE) continue;
         make_move(pos, entry.move);
         const int score =
             -search_node(thread, 1 - side, ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);

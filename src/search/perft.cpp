@@ -1,22 +1,37 @@
 #include "board/attacks.h"
-#include "search/picker.h"
+#include "board/movegen.h"
 #include "search/search.h"
 
-void perft(SearchThread &thread, Colour side, int ply, int depth) {
+namespace {
+
+// The legal moves of the side to move, generated in one go (evasions of the checker when in check), into the list of a ply.
+MoveEntry *legal_moves(SearchThread &thread, Colour side, int ply) {
     Position &pos = thread.position;
-    PlyRecord &record = thread.plies[ply];
-    record.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
-    record.in_check = record.checker != NO_SQUARE;
-    record.hash_move = NO_MOVE;
-    record.pick_stage = PICK_FULL;
-    while (const MoveEntry *entry = pick_next(thread)) {
-        if (is_null(entry) || !is_legal(pos, side, entry->move)) continue;
-        if (depth == 1) {
-            ++thread.nodes;
-            continue;
-        }
-        make_move(pos, entry->move);
+    const auto checker = static_cast<Square>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+    MoveEntry *list = thread.plies[ply].list;
+    MoveEntry *end = gen_captures(pos, side, list, checker);
+    end = gen_promotions(pos, side, true, end);
+    end = gen_quiets(pos, side, end, checker);
+    const Pins pins(pos, side, checker != NO_SQUARE);
+    MoveEntry *kept = list;
+    for (const MoveEntry *entry = list; entry != end; ++entry)
+        if (is_legal(pos, side, entry->move, pins)) *kept++ = *entry;
+    thread.plies[ply + 1].list = kept;
+    return kept;
+}
+
+}  // namespace
+
+void perft(SearchThread &thread, Colour side, int ply, int depth) {
+    const MoveEntry *end = legal_moves(thread, side, ply);
+    const MoveEntry *list = thread.plies[ply].list;
+    if (depth == 1) {
+        thread.nodes += static_cast<std::uint64_t>(end - list);
+        return;
+    }
+    for (const MoveEntry *entry = list; entry != end; ++entry) {
+        make_move(thread.position, entry->move);
         perft(thread, 1 - side, ply + 1, depth - 1);
-        unmake_move(pos);
+        unmake_move(thread.position);
     }
 }

@@ -54,12 +54,13 @@ int quiesce(SearchThread &thread, Colour side, int ply, int depth, int alpha, in
     const int margin = depth >= 1 ? RAZORING_MARGIN : DELTA_MARGIN;
     record.pick_stage = depth >= 0 ? PICK_CHECKS : PICK_START;
     const Square last_target = to_square(thread.history.current_move);
+    const Pins pins(pos, side, false);
     Line child;
     while (const MoveEntry *entry = pick_next(thread)) {
         if (depth < RECAPTURE_DEPTH && to_square(entry->move) != last_target) continue;
         if (stand + delta_value(pos, side, *entry) <= best - margin) continue;
         if (loses_exchange(pos, *entry)) continue;
-        if (is_null(entry) || !is_legal(pos, side, entry->move)) continue;
+        if (is_null(entry) || !is_legal(pos, side, entry->move, pins)) continue;
 
         make_move(pos, entry->move);
         const int score =

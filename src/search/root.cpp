@@ -176,7 +176,7 @@ private:
     }
 
     void start_move(MoveEntry &entry) {
-        root_.move_flags = classify_move(pos_, side_, entry);
+        root_.move_flags = classify_move(pos_, side_, entry, CheckSquares(pos_, side_));
         entry.score = static_cast<std::int16_t>(UNSEARCHED_SCORE - root_.moves_searched);
         root_.search_mode = 0;
         const bool late = depth_ > 5 && root_.moves_searched > 4 && root_.in_check == 0 && best_ > late_threshold_ &&

@@ -170,7 +170,7 @@ enum MoveFlag : std::uint16_t {
     MOVE_ADVANCES = 32,  // a pawn to the 7th or 8th rank, or to the 5th or 6th with no enemy pawn in front
 };
 constexpr std::uint16_t QUIET_MASK = 63;
-std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &entry);
+std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &entry, const CheckSquares &checks);
 
 // Counts the leaf nodes of the legal move tree into the thread's node counter. `depth` at least 1.
 void perft(SearchThread &thread, Colour side, int ply, int depth);

@@ -20,127 +20,108 @@ constexpr DisplayTerm term_of(int type) {
     return static_cast<DisplayTerm>(static_cast<int>(DisplayTerm::KNIGHTS) + type - KNIGHT);
 }
 
-// One evaluated piece, with what every kind needs.
-struct Piece {
-    Colour colour;
-    int type;
-    Square square;
-    bool pinned;
-};
-
+// The pieces of one colour, kind by kind; everything that depends on the colour is known at compile time.
+template <Colour C>
 class PieceEvaluation {
 public:
-    PieceEvaluation(const Position &pos, EvalScratch &scratch) : pos_(pos), scratch_(scratch), tables_(eval_tables) {}
+    PieceEvaluation(const Position &pos, EvalScratch &scratch)
+        : pos_(pos),
+          scratch_(scratch),
+          own_(scratch.side[C]),
+          tables_(eval_tables),
+          enemy_zone_(scratch.side[1 - C].king_zone) {}
 
     void run() {
-        for (const int type : {KNIGHT, BISHOP, ROOK, QUEEN}) {
-            Bitboard pieces = pos_.of(WHITE, type) | pos_.of(BLACK, type);
-            while (pieces != 0) {
-                const Square s = pop_lsb(pieces);
-                const Piece piece{colour_of(pos_.board[s]), type, s, (scratch_.pinned & bit(s)) != 0};
-                scratch_.add(piece.colour, s, term_of(type), score(piece));
-            }
-        }
+        each(KNIGHT, [this](Square s, bool pinned) { return knight(s, pinned); });
+        each(BISHOP, [this](Square s, bool pinned) { return bishop(s, pinned); });
+        each(ROOK, [this](Square s, bool pinned) { return rook(s, pinned); });
+        each(QUEEN, [this](Square s, bool pinned) { return queen(s, pinned); });
     }
 
 private:
-    SideScratch &own(const Piece &piece) { return scratch_.side[piece.colour]; }
-
-    ScorePair score(const Piece &piece) {
-        switch (piece.type) {
-        case KNIGHT: return knight(piece);
-        case BISHOP: return bishop(piece);
-        case ROOK: return rook(piece);
-        default: return queen(piece);
+    template <typename Score>
+    void each(int type, Score score) {
+        for (Bitboard pieces = pos_.of(C, type); pieces != 0;) {
+            const Square s = pop_lsb(pieces);
+            scratch_.add(C, s, term_of(type), score(s, (scratch_.pinned & bit(s)) != 0));
         }
     }
 
-    void record_attacks(const Piece &piece, Bitboard attacks) {
-        SideScratch &side = own(piece);
-        side.double_attacks |= attacks & side.attacks[0];
-        side.attacks[0] |= attacks;
-        side.attacks[piece.type] |= attacks;
-        if ((attacks & scratch_.side[1 - piece.colour].king_zone) != 0) side.attack_units += ATTACK_UNIT[piece.type];
+    void record_attacks(int type, Bitboard attacks) {
+        own_.double_attacks |= attacks & own_.attacks[0];
+        own_.attacks[0] |= attacks;
+        own_.attacks[type] |= attacks;
+        if ((attacks & enemy_zone_) != 0) own_.attack_units += ATTACK_UNIT[static_cast<std::size_t>(type)];
     }
 
     // A minor piece on its last rank that can hardly move is about to be lost.
-    void note_cornered(const Piece &piece, int area_count) {
-        if (area_count < 2 && relative_rank(piece.colour, piece.square) == 7)
-            own(piece).threat_level += CORNERED_PIECE_THREAT;
+    void note_cornered(Square s, int area_count) {
+        if (area_count < 2 && relative_rank(C, s) == 7) own_.threat_level += CORNERED_PIECE_THREAT;
     }
 
-    ScorePair knight(const Piece &piece) {
-        SideScratch &side = own(piece);
-        const Bitboard attacks = knight_attacks(piece.square);
-        record_attacks(piece, attacks);
-        const int count = piece.pinned ? 0 : popcount(attacks & side.mobility_area);
-        ScorePair score = tables_.knight_squares[from_white_side(piece.colour, piece.square)];
+    ScorePair knight(Square s, bool pinned) {
+        const Bitboard attacks = knight_attacks(s);
+        record_attacks(KNIGHT, attacks);
+        const int count = pinned ? 0 : popcount(attacks & own_.mobility_area);
+        ScorePair score = tables_.knight_squares[from_white_side(C, s)];
         score += tables_.knight_mobility[count];
         if ((attacks & scratch_.flank_files) == 0) score += ScorePair(-8, 0);
-        if ((side.outposts & bit(piece.square)) != 0) {
+        if ((own_.outposts & bit(s)) != 0) {
             score += tables_.knight_outpost;
-            if ((side.attacks[PAWN] & bit(piece.square)) != 0) score += tables_.knight_half_outpost;
-        } else if ((attacks & side.outposts) != 0) {
+            if ((own_.attacks[PAWN] & bit(s)) != 0) score += tables_.knight_half_outpost;
+        } else if ((attacks & own_.outposts) != 0) {
             score += tables_.knight_half_outpost;
         }
-        note_cornered(piece, count);
+        note_cornered(s, count);
         return score;
     }
 
-    ScorePair bishop(const Piece &piece) {
-        SideScratch &side = own(piece);
+    ScorePair bishop(Square s, bool pinned) {
         // The bishop sees through its own queens.
-        const Bitboard attacks = bishop_attacks(piece.square, scratch_.occupied & ~pos_.of(piece.colour, QUEEN));
-        record_attacks(piece, attacks);
-        const int area_count = piece.pinned ? 0 : popcount(attacks & side.mobility_area);
+        const Bitboard attacks = bishop_attacks(s, scratch_.occupied & ~pos_.of(C, QUEEN));
+        record_attacks(BISHOP, attacks);
+        const int area_count = pinned ? 0 : popcount(attacks & own_.mobility_area);
         // Central squares count twice.
-        const int count = piece.pinned ? 0 : area_count + popcount(attacks & CENTRE_BLOCK);
-        ScorePair score = tables_.bishop_squares[from_white_side(piece.colour, piece.square)];
+        const int count = pinned ? 0 : area_count + popcount(attacks & CENTRE_BLOCK);
+        ScorePair score = tables_.bishop_squares[from_white_side(C, s)];
         score += tables_.bishop_mobility[count];
-        if ((side.outposts & bit(piece.square)) != 0)
+        if ((own_.outposts & bit(s)) != 0)
             score += tables_.bishop_outpost;
-        else if ((attacks & side.outposts) != 0)
+        else if ((attacks & own_.outposts) != 0)
             score += tables_.bishop_half_outpost;
-        const Bitboard same_colour = is_light(piece.square) ? LIGHT_SQUARES : ~LIGHT_SQUARES;
-        score += popcount(side.blocked_pawns & same_colour) * tables_.bad_bishop;
-        note_cornered(piece, area_count);
+        const Bitboard same_colour = is_light(s) ? LIGHT_SQUARES : ~LIGHT_SQUARES;
+        score += popcount(own_.blocked_pawns & same_colour) * tables_.bad_bishop;
+        note_cornered(s, area_count);
         return score;
     }
 
-    ScorePair rook(const Piece &piece) {
-        SideScratch &side = own(piece);
-        const Colour c = piece.colour;
-        const Bitboard see_through = pos_.of(c, ROOK) | pos_.of(c, QUEEN);
-        const Bitboard attacks = rook_attacks(piece.square, scratch_.occupied & ~see_through);
-        record_attacks(piece, attacks);
-        const Bitboard file = file_mask(file_of(piece.square));
-        const Bitboard enemy_half = own_half(1 - c);
-        const int area_count = piece.pinned ? 0 : popcount(attacks & side.mobility_area);
-        const int count = piece.pinned ? 0 : area_count + popcount(attacks & file & enemy_half);
-        ScorePair score = tables_.rook_squares[from_white_side(c, piece.square)];
+    ScorePair rook(Square s, bool pinned) {
+        const Bitboard see_through = pos_.of(C, ROOK) | pos_.of(C, QUEEN);
+        const Bitboard attacks = rook_attacks(s, scratch_.occupied & ~see_through);
+        record_attacks(ROOK, attacks);
+        const Bitboard file = file_mask(file_of(s));
+        const int area_count = pinned ? 0 : popcount(attacks & own_.mobility_area);
+        const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(1 - C));
+        ScorePair score = tables_.rook_squares[from_white_side(C, s)];
         score += tables_.rook_mobility[count];
-        if ((pos_.of(c, PAWN) & file) == 0)
-            score += (pos_.of(1 - c, PAWN) & file) != 0 ? tables_.rook_half_open_file : tables_.rook_open_file;
-        const Bitboard own_rank = rank_mask(rank_of(piece.square));
-        if (area_count < 5 &&
-            ((pos_.of(c, PAWN) | pos_.of(c, KING)) & own_rank & TRAPPING_FILES[file_of(piece.square)]) != 0)
+        if ((pos_.of(C, PAWN) & file) == 0)
+            score += (pos_.of(1 - C, PAWN) & file) != 0 ? tables_.rook_half_open_file : tables_.rook_open_file;
+        const Bitboard own_rank = rank_mask(rank_of(s));
+        if (area_count < 5 && ((pos_.of(C, PAWN) | pos_.of(C, KING)) & own_rank & TRAPPING_FILES[file_of(s)]) != 0)
             score += tables_.rook_trapped;
-        const Bitboard last_ranks = relative_rank_mask(c, 6) | relative_rank_mask(c, 7);
-        if (relative_rank(c, piece.square) == 6 && ((pos_.of(1 - c, PAWN) | pos_.of(1 - c, KING)) & last_ranks) != 0)
+        const Bitboard last_ranks = relative_rank_mask(C, 6) | relative_rank_mask(C, 7);
+        if (relative_rank(C, s) == 6 && ((pos_.of(1 - C, PAWN) | pos_.of(1 - C, KING)) & last_ranks) != 0)
             score += tables_.rook_rank7;
         return score;
     }
 
-    ScorePair queen(const Piece &piece) {
-        SideScratch &side = own(piece);
-        const Bitboard own_bishops = pos_.of(piece.colour, BISHOP);
-        const Bitboard own_rooks = pos_.of(piece.colour, ROOK);
+    ScorePair queen(Square s, bool pinned) {
         // The queen sees through its own bishops on diagonals and its own rooks on lines.
-        const Bitboard attacks = bishop_attacks(piece.square, scratch_.occupied & ~own_bishops) |
-                                 rook_attacks(piece.square, scratch_.occupied & ~own_rooks);
-        record_attacks(piece, attacks);
-        const int count = piece.pinned ? 0 : popcount(attacks & side.mobility_area);
-        ScorePair score = tables_.queen_squares[from_white_side(piece.colour, piece.square)];
+        const Bitboard attacks = bishop_attacks(s, scratch_.occupied & ~pos_.of(C, BISHOP)) |
+                                 rook_attacks(s, scratch_.occupied & ~pos_.of(C, ROOK));
+        record_attacks(QUEEN, attacks);
+        const int count = pinned ? 0 : popcount(attacks & own_.mobility_area);
+        ScorePair score = tables_.queen_squares[from_white_side(C, s)];
         score += tables_.queen_mobility[count];
         if ((attacks & scratch_.flank_files) == 0) score += ScorePair(-10, -10);
         return score;
@@ -148,9 +129,14 @@ private:
 
     const Position &pos_;
     EvalScratch &scratch_;
+    SideScratch &own_;
     const EvalTables &tables_;
+    const Bitboard enemy_zone_;
 };
 
 }  // namespace
 
-void evaluate_pieces(const Position &pos, EvalScratch &scratch) { PieceEvaluation(pos, scratch).run(); }
+void evaluate_pieces(const Position &pos, EvalScratch &scratch) {
+    PieceEvaluation<WHITE>(pos, scratch).run();
+    PieceEvaluation<BLACK>(pos, scratch).run();
+}

@@ -145,19 +145,6 @@ bool tb_load_table(TbTable &table) {
     return true;
 }
 
-TbCounts count_pieces(std::string_view name) {
-    constexpr std::string_view TYPES = " PNBRQK";
-    TbCounts counts{};
-    Colour colour = WHITE;
-    for (const char c : name) {
-        if (c == 'v')
-            colour = BLACK;
-        else
-            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
-    }
-    return counts;
-}
-
 void enter_key(std::uint64_t key, TbTable *table) {
     for (HashSlot &slot : bucket_of(key)) {
         if (slot.table != nullptr) continue;
@@ -169,7 +156,7 @@ void enter_key(std::uint64_t key, TbTable *table) {
 }
 
 void register_table(const std::string &name) {
-    const TbCounts counts = count_pieces(name);
+    const TbCounts counts = tb_counts(name);
     auto table = std::make_unique<TbTable>();
     table->key = tb_material_key(counts, false);
     table->mirror_key = tb_material_key(counts, true);

@@ -364,6 +364,19 @@ private:
 
 }  // namespace
 
+TbCounts tb_counts(std::string_view name) {
+    constexpr std::string_view TYPES = " PNBRQK";
+    TbCounts counts{};
+    Colour colour = WHITE;
+    for (const char c : name) {
+        if (c == 'v')
+            colour = BLACK;
+        else
+            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
+    }
+    return counts;
+}
+
 TbMaterial tb_material(const TbCounts &counts) {
     TbMaterial material{};
     material.counts = counts;

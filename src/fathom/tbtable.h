@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "board/types.h"
@@ -15,6 +16,9 @@ constexpr int TB_PIECES = 6;
 
 // Number of each kind of piece: [piece code].
 using TbCounts = std::array<std::uint8_t, 16>;
+
+// The pieces that a table's name ("KQvKR") lists; only letters of pieces and one 'v' are expected.
+TbCounts tb_counts(std::string_view name);
 
 // What the name of a table says.
 struct TbMaterial {

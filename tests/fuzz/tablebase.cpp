@@ -9,19 +9,6 @@ namespace {
 
 constexpr std::string_view NAMES[] = {"KQvK", "KRvKP", "KPvK", "KPPvK", "KPvKP", "KNNvK", "KBNvK", "KRvKR"};
 
-TbMaterial material_of(std::string_view name) {
-    constexpr std::string_view TYPES = " PNBRQK";
-    TbCounts counts{};
-    Colour colour = WHITE;
-    for (const char c : name) {
-        if (c == 'v')
-            colour = BLACK;
-        else
-            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
-    }
-    return tb_material(counts);
-}
-
 void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64_t random) {
     for (int i = 0; i < 100; ++i) {
         for (std::size_t s = 0; s < (layout.split ? 2U : 1U); ++s) {
@@ -49,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     fuzz::start();
     tb_init_indices();
     if (size < 1) return 0;
-    const TbMaterial material = material_of(NAMES[data[0] % std::size(NAMES)]);
+    const TbMaterial material = tb_material(tb_counts(NAMES[data[0] % std::size(NAMES)]));
     std::vector<std::uint8_t> bytes(data + 1, data + size);
     const std::size_t length = bytes.size();
     bytes.resize(length + MAPPING_MARGIN);

@@ -316,17 +316,9 @@ struct FileBytes {
 };
 
 FileBytes read_table(const fs::path &path) {
-    constexpr std::string_view TYPES = " PNBRQK";
-    TbCounts counts{};
-    Colour colour = WHITE;
-    for (const char c : path.stem().string()) {
-        if (c == 'v')
-            colour = BLACK;
-        else
-            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
-    }
     std::ifstream in(path, std::ios::binary);
-    FileBytes file{tb_material(counts), path.extension() == ".rtbw" ? TbKind::WDL : TbKind::DTZ, 0, {}};
+    FileBytes file{
+        tb_material(tb_counts(path.stem().string())), path.extension() == ".rtbw" ? TbKind::WDL : TbKind::DTZ, 0, {}};
     file.bytes.assign(std::istreambuf_iterator<char>(in), {});
     file.size = file.bytes.size();
     file.bytes.resize(file.size + MAPPING_MARGIN);

@@ -95,14 +95,8 @@ void init_attacks() {
         t.pawn[BLACK][s] = steps(s, {{-1, -1}, {1, -1}});
         t.north[s] = ray_from(s, 0, 1);
         t.south[s] = ray_from(s, 0, -1);
-        t.east[s] = ray_from(s, 1, 0);
-        t.west[s] = ray_from(s, -1, 0);
-        t.north_east[s] = ray_from(s, 1, 1);
-        t.north_west[s] = ray_from(s, -1, 1);
-        t.south_east[s] = ray_from(s, 1, -1);
-        t.south_west[s] = ray_from(s, -1, -1);
-        t.rook_span[s] = t.north[s] | t.south[s] | t.east[s] | t.west[s];
-        t.bishop_span[s] = t.north_east[s] | t.north_west[s] | t.south_east[s] | t.south_west[s];
+        t.rook_span[s] = walk_lines(s, ROOK_DIRECTIONS, 0, false);
+        t.bishop_span[s] = walk_lines(s, BISHOP_DIRECTIONS, 0, false);
         for (Square other = 0; other < 64; ++other) t.between[s][other] = squares_between(s, other);
     }
     for (Square s = 0; s < 64; ++s) {

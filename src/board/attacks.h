@@ -15,8 +15,8 @@ using SquareTable = std::array<Bitboard, 64>;
 struct AttackTables {
     SquareTable knight;
     SquareTable king;
-    std::array<SquareTable, 2> pawn;  // [colour][square]: squares a pawn of the colour captures to
-    SquareTable north, south, east, west, north_east, north_west, south_east, south_west;  // rays, origin excluded
+    std::array<SquareTable, 2> pawn;         // [colour][square]: squares a pawn of the colour captures to
+    SquareTable north, south;                // rays, origin excluded
     SquareTable rook_span;                   // rook attacks on an empty board
     SquareTable bishop_span;                 // bishop attacks on an empty board
     std::array<SquareTable, 64> between;     // [a][b]: strictly between two squares of a common line, else empty

@@ -1,5 +1,7 @@
 #include "board/movegen.h"
 
+#include <algorithm>
+
 #include "board/attacks.h"
 
 namespace {
@@ -272,6 +274,13 @@ Bitboard sole_blockers(const Position &pos, Square target, Colour slider_side, C
 }
 
 }  // namespace
+
+bool is_legal_move(Position &pos, Move m) {
+    MoveList list;
+    const MoveEntry *end = gen_legal(pos, list.data());
+    return std::any_of(static_cast<const MoveEntry *>(list.data()), end,
+                       [m](const MoveEntry &entry) { return entry.move == m; });
+}
 
 Pins::Pins(const Position &pos, Colour side, bool check)
     : pinned(sole_blockers(pos, pos.king_square[side], 1 - side, side)), in_check(check) {}

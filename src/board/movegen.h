@@ -31,6 +31,9 @@ MoveEntry *gen_all(const Position &pos, MoveEntry *list);
 // All legal moves of the side to move, in the order of gen_all, terminated. Returns the end.
 MoveEntry *gen_legal(Position &pos, MoveEntry *list);
 
+// Whether a move word of any origin is a legal move of the side to move.
+bool is_legal_move(Position &pos, Move m);
+
 // Whether a pseudo-legal move leaves the own king safe; a castling king may not leave, cross or enter an attacked square.
 bool is_legal(Position &pos, Colour side, Move m);
 

@@ -98,14 +98,6 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
     if (uci_mode == 1) print_line("info string ( book moves are: " + moves + " )");
 }
 
-bool is_legal_here(Position &pos, Move m) {
-    MoveList list;
-    const MoveEntry *end = gen_legal(pos, list.data());
-    for (const MoveEntry *entry = list.data(); entry != end; ++entry)
-        if (entry->move == m) return true;
-    return false;
-}
-
 }  // namespace
 
 Move probe_book(Position &pos) {
@@ -126,7 +118,7 @@ Move probe_book(Position &pos) {
     list_entries(entries, shares, total);
 
     const Move move = move_from_book(entries[chosen].move);
-    if (move == NO_MOVE || !is_legal_here(pos, move)) return NO_MOVE;
+    if (move == NO_MOVE || !is_legal_move(pos, move)) return NO_MOVE;
     if (uci_mode != 1 && noise < NO_PROGRESS_LINES) print_line("selecting " + squares_of(move));
     return move;
 }

@@ -26,15 +26,8 @@ int moves_played() { return game->history.undo_count; }
 // The move recorded as played from the present position.
 Move &recorded_move() { return game->history.undo[static_cast<std::size_t>(moves_played())].move; }
 
-bool is_legal_now(Move m) {
-    MoveList list;
-    const MoveEntry *end = gen_legal(board(), list.data());
-    return std::any_of(static_cast<const MoveEntry *>(list.data()), end,
-                       [m](const MoveEntry &entry) { return entry.move == m; });
-}
-
 bool replay_one() {
-    return recorded_move() != NO_MOVE && is_legal_now(recorded_move()) && play_game_move(recorded_move());
+    return recorded_move() != NO_MOVE && is_legal_move(board(), recorded_move()) && play_game_move(recorded_move());
 }
 
 void take_back_all() {
@@ -192,7 +185,7 @@ bool take_back_move() {
 
 bool replay_move() {
     const Move move = recorded_move();
-    if (move == NO_MOVE || !is_legal_now(move)) return false;
+    if (move == NO_MOVE || !is_legal_move(board(), move)) return false;
     print_format("%d%s move %s", moves_played() / 2 + 1, board().side == WHITE ? "." : "...",
                  move_to_text(move).c_str());
     return play_game_move(move);
@@ -260,7 +253,7 @@ void show_hash_line() {
     int made = 0;
     for (; made < MAX_PLY - 1 && moves_played() < HISTORY_SIZE - 1; ++made) {
         const Move move = tt_probe(board()).move;
-        if (move == NO_MOVE || !is_legal_now(move) || count_repetitions(board()) >= 2) break;
+        if (move == NO_MOVE || !is_legal_move(board(), move) || count_repetitions(board()) >= 2) break;
         text += (made > 0 ? " " : "") + move_to_san(board(), move)[1];
         make_move(board(), move);
     }

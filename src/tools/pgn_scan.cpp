@@ -38,7 +38,6 @@ struct ScoredMove {
 
 struct Game {
     std::vector<ScoredMove> moves;
-    std::string white, black;
     int result = NO_WINNER;
 
     int count() const { return static_cast<int>(moves.size()); }
@@ -239,8 +238,6 @@ private:
             out_.write(std::string(line) + "\n");
             if (holds("Round ")) out_.write(format_line("[Tag \"game_%d\"]\n", games_));
         }
-        if (holds("White ")) game_.white = quoted_value(line);
-        if (holds("Black ")) game_.black = quoted_value(line);
         if (holds("Result ")) {
             const std::string result = quoted_value(line);
             game_.result = result == "1-0" ? WHITE_WINS : result == "0-1" ? BLACK_WINS : NO_WINNER;

@@ -1,10 +1,10 @@
 #include "search/tt.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "base/output.h"
 #include "base/settings.h"
+#include "platform/pages.h"
 #include "search/search.h"
 #include "search/threads.h"
 
@@ -25,6 +25,9 @@ TtEntry *table = nullptr;
 std::size_t entry_count = 0;  // without the slack
 std::uint64_t index_mask = 0;
 int allocated_mb = 0;
+bool table_is_fresh = false;  // straight from the system: all 0, but without memory behind it
+
+std::size_t table_bytes() { return (entry_count + SLACK_ENTRIES) * sizeof(TtEntry); }
 
 // White's positions (even keys) fill the table from its start, Black's (odd keys) from its end, so that a size that is
 // no power of two is still used whole.
@@ -69,20 +72,21 @@ bool tt_allocate() {
     tt_free();
     const int megabytes = settings.Hash;
     entry_count = static_cast<std::size_t>(megabytes) * ENTRIES_PER_MB;
-    const std::size_t bytes = (entry_count + SLACK_ENTRIES) * sizeof(TtEntry);
-    table = static_cast<TtEntry *>(std::aligned_alloc(64, bytes));
+    table = static_cast<TtEntry *>(allocate_pages(table_bytes()));
     if (table == nullptr) return false;
     allocated_mb = megabytes;
     std::uint64_t size = 1;
     while (2 * size <= entry_count) size *= 2;
     index_mask = size - 1;
     print_format("info string allocated %d Mbytes for hash table\n", megabytes);
+    table_is_fresh = true;
     if (busy_threads() == 0) tt_clear();
+    table_is_fresh = false;
     return true;
 }
 
 void tt_free() {
-    std::free(table);
+    free_pages(table, table_bytes());
     table = nullptr;
     entry_count = 0;
     index_mask = 0;
@@ -102,7 +106,11 @@ void tt_clear_slice(int index, int count) {
     const std::size_t slice = total / static_cast<std::size_t>(count);
     const std::size_t first = static_cast<std::size_t>(index) * slice;
     const std::size_t last = index == count - 1 ? total : first + slice;
-    std::memset(static_cast<void *>(table + first), 0, (last - first) * sizeof(TtEntry));
+    const std::size_t bytes = (last - first) * sizeof(TtEntry);
+    if (table_is_fresh)
+        touch_fresh_pages(table + first, bytes);
+    else
+        std::memset(static_cast<void *>(table + first), 0, bytes);
 }
 
 TtHit tt_probe(const Position &pos) {

@@ -104,6 +104,18 @@ bool is_consistent(const Position &pos);
 // or last rank, a king that could be captured), or an empty text when it can.
 std::string_view unsearchable_reason(const Position &pos);
 
+// Key of the position after a move. Castling, promotions, en-passant captures and lost castling rights are not looked at:
+// a guess, for prefetching.
+inline std::uint64_t likely_key_after(const Position &pos, Move m) {
+    const Square from = from_square(m);
+    const Square to = to_square(m);
+    const auto &codes = hash_codes[pos.board[from]];
+    std::uint64_t key = pos.key ^ 1 ^ ((codes[from] ^ codes[to]) & ~std::uint64_t{1});
+    if (pos.board[to] != 0) key ^= hash_codes[pos.board[to]][to] & ~std::uint64_t{1};
+    if (pos.ep_square != NO_SQUARE) key ^= hash_codes[0][pos.ep_square] & ~std::uint64_t{1};
+    return key;
+}
+
 // Plays a pseudo-legal move; anything else corrupts the position. Needs room in the history.
 void make_move(Position &pos, Move m);
 // Takes back the last move made.

@@ -48,6 +48,10 @@ struct EvalThread {
     Relaxed<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
 };
 
+inline void prefetch_evaluation(const EvalThread &thread, std::uint64_t key) {
+    __builtin_prefetch(&thread.cache[key % EVAL_CACHE_SIZE]);
+}
+
 // Clears cache and pawn hash when the derived tables have changed since they were filled.
 void refresh_eval_caches(EvalThread &thread);
 

@@ -195,6 +195,7 @@ int search_moves(SearchThread &thread, Colour side, int ply, int depth, int alph
 
         // 2. The hash move comes twice
         if (entry.move == record.hash_move && ++hash_move_seen > 1) continue;
+        prefetch_child(thread, entry.move, depth - 1);
         if (is_null(&entry) || !is_legal(pos, side, entry.move, pins)) continue;
         record.move_flags = classify_move(pos, side, entry, checks);
         record.reduction = 0;

@@ -166,6 +166,7 @@ bool probcut(SearchThread &thread, int ply, int depth, int beta) {
         select_best(record.current);
         const MoveEntry &entry = *record.current;
         if (!is_legal(pos, side, entry.move, pins) || exchange_value(pos, entry) < PROBCUT_EXCHANGE) continue;
+        prefetch_child(thread, entry.move, reduced_depth - 1);
         make_move(pos, entry.move);
         const int score =
             -search_node(thread, 1 - side, ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);
@@ -192,6 +193,7 @@ int search_null_move(SearchThread &thread, Colour side, int ply, int depth, int 
     terminate_list(record.list + 1);
     close_list(thread, ply, record.list + 1);
     make_null_move(thread.position);
+    if (depth >= 0) tt_prefetch(thread.position.key);
     const int score = -search_node(thread, 1 - side, ply + 1, depth, -beta, -alpha, CUT_NODE, pv);
     unmake_null_move(thread.position);
     --thread.null_depth;
@@ -218,7 +220,6 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
     if (alpha >= beta) return alpha;
 
     // 3. Record and check detection
-    if (depth >= 0) tt_prefetch(pos);
     initialise_record(thread, ply, alpha, beta, type, pv);
     record.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
     const bool in_check = record.checker != NO_SQUARE;

@@ -62,6 +62,7 @@ int quiesce(SearchThread &thread, Colour side, int ply, int depth, int alpha, in
         if (loses_exchange(pos, *entry)) continue;
         if (is_null(entry) || !is_legal(pos, side, entry->move, pins)) continue;
 
+        prefetch_child(thread, entry->move, depth - 1);
         make_move(pos, entry->move);
         const int score =
             -search_node(thread, 1 - side, ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);

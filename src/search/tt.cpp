@@ -155,9 +155,9 @@ void tt_store(const Position &pos, int ply, int depth, Move move, int score, int
 
 void tt_refresh_age(TtEntry &entry) { entry.data_word = (entry.data_word & ~AGE_MASK) | age_bits(); }
 
-void tt_prefetch(const Position &pos) {
+void tt_prefetch(std::uint64_t key) {
     // A bucket is not aligned to its 64 bytes: two cache lines.
-    const TtEntry *start = bucket(pos.key);
+    const TtEntry *start = bucket(key);
     __builtin_prefetch(start);
     __builtin_prefetch(start + BUCKET_SIZE - 1);
 }

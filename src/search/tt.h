@@ -6,6 +6,7 @@
 
 #include "base/relaxed.h"
 #include "board/position.h"
+#include "search/search.h"
 
 enum Bound : std::uint8_t { BOUND_UPPER = 1, BOUND_LOWER = 2, BOUND_EXACT = 3 };
 
@@ -51,7 +52,15 @@ TtHit tt_probe(const Position &pos);
 void tt_store(const Position &pos, int ply, int depth, Move move, int score, int alpha, int beta);
 // Marks an entry as used by the running search.
 void tt_refresh_age(TtEntry &entry);
-void tt_prefetch(const Position &pos);
+// Brings the entries of a position into the cache.
+void tt_prefetch(std::uint64_t key);
+
+// Brings into the cache what a search of the node after `m` to `depth` will read first.
+inline void prefetch_child(const SearchThread &thread, Move m, int depth) {
+    const std::uint64_t key = likely_key_after(thread.position, m);
+    prefetch_evaluation(thread.eval, key);
+    if (depth >= 0) tt_prefetch(key);
+}
 
 // Share of a sample of entries that this search wrote, 0..1.
 double hash_fill();

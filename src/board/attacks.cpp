@@ -131,15 +131,17 @@ bool square_attacked(const Position &pos, Square s, Colour c) {
            first_with_clear_path(s, rook_span(s) & (pos.of(c, ROOK) | queens), occupied) != NO_SQUARE;
 }
 
-Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied) {
-    if (const Bitboard pawns = pawn_attacks(1 - c, s) & pos.of(c, PAWN); pawns != 0) return lsb(pawns);
-    if (const Bitboard knights = knight_attacks(s) & pos.of(c, KNIGHT); knights != 0) return lsb(knights);
-    if (const Square from = first_with_clear_path(s, bishop_span(s) & pos.of(c, BISHOP), occupied); from != NO_SQUARE)
+Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied, Bitboard among) {
+    if (const Bitboard pawns = pawn_attacks(1 - c, s) & pos.of(c, PAWN) & among; pawns != 0) return lsb(pawns);
+    if (const Bitboard knights = knight_attacks(s) & pos.of(c, KNIGHT) & among; knights != 0) return lsb(knights);
+    const Bitboard diagonals = bishop_span(s) & among;
+    const Bitboard straights = rook_span(s) & among;
+    if (const Square from = first_with_clear_path(s, diagonals & pos.of(c, BISHOP), occupied); from != NO_SQUARE)
         return from;
-    if (const Square from = first_with_clear_path(s, rook_span(s) & pos.of(c, ROOK), occupied); from != NO_SQUARE)
+    if (const Square from = first_with_clear_path(s, straights & pos.of(c, ROOK), occupied); from != NO_SQUARE)
         return from;
-    const Bitboard queens = (bishop_span(s) | rook_span(s)) & pos.of(c, QUEEN);
+    const Bitboard queens = (diagonals | straights) & pos.of(c, QUEEN);
     if (const Square from = first_with_clear_path(s, queens, occupied); from != NO_SQUARE) return from;
-    if ((king_attacks(s) & pos.of(c, KING)) != 0) return pos.king_square[c];
+    if ((king_attacks(s) & pos.of(c, KING) & among) != 0) return pos.king_square[c];
     return NO_SQUARE;
 }

@@ -68,7 +68,6 @@ inline Bitboard queen_attacks(Square s, Bitboard occupied) {
 // Whether any piece of `c` attacks `s` in the position as it stands.
 bool square_attacked(const Position &pos, Square s, Colour c);
 
-// Square of the least valuable piece of `c` that attacks `s`, or NO_SQUARE. Sliders see through every square outside
-// `occupied`; the piece bitboards are read as they are, so a caller that simulates an exchange takes used pieces off
-// both.
-Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied);
+// Square of the least valuable piece of `c`, one of `among`, that attacks `s`, or NO_SQUARE. Sliders see through every
+// square outside `occupied`.
+Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied, Bitboard among = ~Bitboard{0});

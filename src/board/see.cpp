@@ -1,50 +1,48 @@
 #include "board/see.h"
 
 #include <algorithm>
+#include <array>
 
 #include "board/attacks.h"
 
 namespace {
 
-// Puts the capturing piece on `to` for as long as it lives: the board entries change and the piece leaves its type
-// bitboard; what it captured stays in its bitboards, since nothing on `to` attacks `to`.
-class SimulatedCapture {
-public:
-    SimulatedCapture(Position &pos, Square from, Square to)
-        : pos_(pos), from_(from), to_(to), mover_(pos.board[from]), victim_(pos.board[to]) {
-        pos_.board[to] = mover_;
-        pos_.board[from] = 0;
-        pos_.pieces[colour_of(mover_)][type_of(mover_)] ^= bit(from);
-    }
-    ~SimulatedCapture() {
-        pos_.board[to_] = victim_;
-        pos_.board[from_] = mover_;
-        pos_.pieces[colour_of(mover_)][type_of(mover_)] ^= bit(from_);
-    }
-    SimulatedCapture(const SimulatedCapture &) = delete;
-    SimulatedCapture &operator=(const SimulatedCapture &) = delete;
-
-private:
-    Position &pos_;
-    Square from_, to_;
-    std::uint8_t mover_, victim_;
-};
+constexpr int LONGEST_EXCHANGE = 64;  // any set-up may be asked about
 
 }  // namespace
 
-int see_value(Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop) {
-    if (from == NO_SQUARE) {
-        from = least_attacker(pos, to, side, occupied);
-        if (from == NO_SQUARE) return 0;
+int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop) {
+    std::array<int, LONGEST_EXCHANGE> gains;
+    int captures = 0;
+    int victim = pos.type_on(to);
+    Bitboard unused = ~Bitboard{0};  // all but the pieces that have captured; the last of these stands on `to`
+    int value = 0;
+
+    // Forward: who captures what
+    if (from == NO_SQUARE) from = least_attacker(pos, to, side, occupied);
+    while (from != NO_SQUARE) {
+        if (victim == KING) {
+            value = SEE_KING_TAKEN;
+            break;
+        }
+        gains[static_cast<std::size_t>(captures++)] = SEE_VALUES[victim];
+        victim = pos.type_on(from);
+        unused &= ~bit(from);
+        occupied &= ~bit(from);
+        side = 1 - side;
+        from = least_attacker(pos, to, side, occupied, unused);
     }
-    if (pos.type_on(to) == KING) return SEE_KING_TAKEN;
-    const int gain = SEE_VALUES[pos.type_on(to)];
-    const SimulatedCapture capture(pos, from, to);
-    const int value = gain - see_value(pos, 1 - side, NO_SQUARE, to, occupied & ~bit(from), true);
-    return may_stop ? std::max(value, 0) : value;
+
+    // Backward: what each side gains when it may stop before a loss
+    while (captures > 0) {
+        --captures;
+        value = gains[static_cast<std::size_t>(captures)] - value;
+        if (captures > 0 || may_stop) value = std::max(value, 0);
+    }
+    return value;
 }
 
-bool see_ok(Position &pos, Move m) {
+bool see_ok(const Position &pos, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
     const int mover = pos.type_on(from);

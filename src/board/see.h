@@ -17,9 +17,9 @@ constexpr int SEE_TOLERANCE = 69;
 
 // Exchange value, in centipawns, of `side` capturing on `to`, starting with the piece on `from` (NO_SQUARE: the least
 // valuable attacker; 0 when there is none). `occupied` blocks sliders. `may_stop`: the side may decline, so the result
-// is never negative. The position is modified while this runs and is unchanged when it returns.
-int see_value(Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop);
+// is never negative.
+int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop);
 
 // Whether the move of the side to move loses no more than SEE_TOLERANCE by exchange on its target square. A promotion is
 // exchanged as the pawn it was.
-bool see_ok(Position &pos, Move m);
+bool see_ok(const Position &pos, Move m);

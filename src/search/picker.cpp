@@ -1,5 +1,6 @@
 #include "search/picker.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "board/attacks.h"
@@ -173,10 +174,12 @@ int exchange_value(Position &pos, const MoveEntry &entry) {
 }
 
 void select_best(MoveEntry *first) {
-    MoveEntry *best = first;
-    for (MoveEntry *entry = first + 1; entry->move != END_OF_LIST; ++entry)
-        if (entry->score > best->score) best = entry;
-    std::swap(*first, *best);
+    // Score and place of the first of the best in one number, so that the loop has no branch to guess.
+    constexpr int LAST_PLACE = 0xFFFF;
+    int best = first->score * (LAST_PLACE + 1) + LAST_PLACE;
+    for (int place = 1; first[place].move != END_OF_LIST; ++place)
+        best = std::max(best, first[place].score * (LAST_PLACE + 1) + LAST_PLACE - place);
+    std::swap(*first, first[LAST_PLACE - (best & LAST_PLACE)]);
 }
 
 MoveEntry *pick_next(SearchThread &thread) {

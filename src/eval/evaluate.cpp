@@ -191,8 +191,7 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     set_material(pos, scratch);
     evaluate_pawns(pos, thread, scratch);
     evaluate_pieces(pos, scratch);
-    evaluate_king(pos, scratch, WHITE);
-    evaluate_king(pos, scratch, BLACK);
+    evaluate_kings(pos, scratch);
     evaluate_passers(pos, scratch);
     evaluate_threats(pos, scratch);
     scratch.side[side].positional += TEMPO;

@@ -1,4 +1,5 @@
 // One king: shelter and danger in the opening half, activity in the endgame half.
+#include <bit>
 #include <cstdio>
 
 #include "board/attacks.h"
@@ -16,26 +17,26 @@ constexpr Bitboard INNER_BLOCK = 0x007E7E7E7E7E7E00;  // b2-g7
 constexpr std::array<int, 8> FILE_WEIGHT = {4, 4, 3, 2, 2, 3, 4, 4};
 constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 0, 0};
 
+// The king of one colour, which is known at compile time.
+template <Colour C>
 class KingEvaluation {
 public:
-    KingEvaluation(const Position &pos, EvalScratch &scratch, Colour own)
+    KingEvaluation(const Position &pos, EvalScratch &scratch)
         : pos_(pos),
           scratch_(scratch),
-          c_(own),
-          king_(pos.king_square[own]),
-          own_(scratch.side[own]),
-          enemy_(scratch.side[1 - own]),
+          king_(pos.king_square[C]),
+          own_(scratch.side[C]),
+          enemy_(scratch.side[1 - C]),
           file_(CLAMPED_COORDINATE[file_of(king_)]) {}
 
     void run() {
-        const ScorePair table = eval_tables.king_squares[from_white_side(c_, king_)];
+        const ScorePair table = eval_tables.king_squares[from_white_side(C, king_)];
         int opening = table.op();
         if (enemy_.piece_count > FEW_PIECES) opening += safety();
-        if (pos_.of(1 - c_, QUEEN) == 0) opening /= 2;
+        if (pos_.of(1 - C, QUEEN) == 0) opening /= 2;
         int endgame = table.en();
         if (own_.piece_count + enemy_.piece_count < ENDGAME_PIECES) endgame -= passivity();
-        scratch_.add(c_, king_, DisplayTerm::KINGS,
-                     ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
+        scratch_.add(C, king_, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
     }
 
 private:
@@ -45,27 +46,29 @@ private:
         return set;
     }
 
+    // The three files around the king, in the lowest bits, of one rank of a set.
+    unsigned around_king(Bitboard set, int rank) const {
+        return static_cast<unsigned>(set >> (8 * rank + file_ - 1)) & 7;
+    }
+
     // Points for own pawns on the three files around the king: 3 for one on relative rank 2, 2 on rank 3, 1 on rank 4.
     int shield_index(int rank) const {
         if (rank > SHELTER_RANKS) return 0;
-        int index = 0;
-        const Bitboard pawns = pos_.of(c_, PAWN) & own_half(c_) & ~enemy_.attacks[PAWN];
-        for (int file = file_ - 1; file <= file_ + 1; ++file)
-            for (int points = 3; points >= 1; --points)
-                if ((pawns & file_mask(file) & relative_rank_mask(c_, 4 - points)) != 0) {
-                    index += points;
-                    break;
-                }
-        return index;
+        const Bitboard pawns = pos_.of(C, PAWN) & ~enemy_.attacks[PAWN];
+        const unsigned second = around_king(pawns, C == WHITE ? 1 : 6);
+        const unsigned third = around_king(pawns, C == WHITE ? 2 : 5) & ~second;
+        const unsigned fourth = around_king(pawns, C == WHITE ? 3 : 4) & ~(second | third);
+        return 3 * std::popcount(second) + 2 * std::popcount(third) + std::popcount(fourth);
     }
 
     // Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
     int storm_files() const {
-        if (std::abs(file_ - file_of(pos_.king_square[1 - c_])) <= 2) return 0;
-        int files = 0;
-        for (int file = file_ - 1; file <= file_ + 1; ++file)
-            files += (pos_.of(1 - c_, PAWN) & file_mask(file) & own_half(1 - c_)) == 0;
-        return files;
+        if (std::abs(file_ - file_of(pos_.king_square[1 - C])) <= 2) return 0;
+        Bitboard files = pos_.of(1 - C, PAWN) & own_half(1 - C);
+        files |= files >> 32;
+        files |= files >> 16;
+        files |= files >> 8;
+        return 3 - std::popcount(around_king(files, 0));
     }
 
     int count_safe_checks(Bitboard safe) const {
@@ -87,28 +90,27 @@ private:
     }
 
     int safety() {
-        const int rank = relative_rank(c_, king_);
+        const int rank = relative_rank(C, king_);
         const int shield_points = shield_index(rank);
         const int shield =
             rank > SHELTER_RANKS
                 ? 0
                 : FILE_WEIGHT[file_of(king_)] * eval_tables.pawn_shield[shield_points] * (4 - rank) / 16 + NO_SHELTER;
         const int storm = storm_files() * eval_tables.pawn_storm.op();
-        const Bitboard defenders = pos_.of(c_, PAWN) | pos_.of(c_, KNIGHT) | pos_.of(c_, BISHOP);
+        const Bitboard defenders = pos_.of(C, PAWN) | pos_.of(C, KNIGHT) | pos_.of(C, BISHOP);
         const int defence = DEFENDERS_BONUS[popcount(defenders & own_.king_zone)];
 
         // Squares from which an enemy piece may check without being taken.
         const Bitboard covered = own_attacks({PAWN, KNIGHT, BISHOP, ROOK, QUEEN});
         const Bitboard beside = king_attacks(king_);
-        const Bitboard safe = ~(pos_.all(1 - c_) | covered | (beside & ~enemy_.double_attacks));
+        const Bitboard safe = ~(pos_.all(1 - C) | covered | (beside & ~enemy_.double_attacks));
         safe_checks_ = count_safe_checks(safe);
         if ((beside & safe & enemy_.attacks[QUEEN]) != 0) own_.threat_level += CONTACT_CHECK_THREAT;
 
         const unsigned units = enemy_.attack_units;
         const auto attackers = [units](int field) { return static_cast<int>(units >> (3 * field) & 7); };
         const int danger_index = 4 * attackers(0) + 3 * attackers(1) + 4 * attackers(2) + 5 * attackers(3) +
-                                 4 * safe_checks_ + 4 * count_zone_attacks() - shield_points -
-                                 (pos_.side == c_ ? 1 : 0);
+                                 4 * safe_checks_ + 4 * count_zone_attacks() - shield_points - (pos_.side == C ? 1 : 0);
         const int danger = danger_index > 0 ? eval_tables.king_danger[std::min(danger_index, 63)] : 0;
         const int value = defence + shield + storm - danger;
         if (scratch_.display != nullptr) {
@@ -121,7 +123,7 @@ private:
     // A king that cannot move towards the middle or is far from all pawns: on the a-file with all pawns on the g-file
     // 8 + 10 + 12 + 14 + 16.
     int passivity() const {
-        const Bitboard moves = king_attacks(king_) & ~pos_.all(c_) & ~enemy_.attacks[0];
+        const Bitboard moves = king_attacks(king_) & ~pos_.all(C) & ~enemy_.attacks[0];
         int loss = (moves & INNER_BLOCK) == 0 ? 10 : 0;
         const Bitboard pawns = pos_.of(WHITE, PAWN) | pos_.of(BLACK, PAWN);
         Bitboard region = file_mask(file_of(king_));
@@ -135,7 +137,6 @@ private:
 
     const Position &pos_;
     EvalScratch &scratch_;
-    Colour c_;
     Square king_;
     SideScratch &own_;
     const SideScratch &enemy_;
@@ -145,4 +146,7 @@ private:
 
 }  // namespace
 
-void evaluate_king(const Position &pos, EvalScratch &scratch, Colour own) { KingEvaluation(pos, scratch, own).run(); }
+void evaluate_kings(const Position &pos, EvalScratch &scratch) {
+    KingEvaluation<WHITE>(pos, scratch).run();
+    KingEvaluation<BLACK>(pos, scratch).run();
+}

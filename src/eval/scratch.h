@@ -84,8 +84,8 @@ void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratc
 // pieces.cpp: knights, bishops, rooks and queens of both sides.
 void evaluate_pieces(const Position &pos, EvalScratch &scratch);
 
-// king.cpp: shelter, danger and activity of one side's king. All attack maps are complete.
-void evaluate_king(const Position &pos, EvalScratch &scratch, Colour own);
+// king.cpp: shelter, danger and activity of both kings. All attack maps are complete.
+void evaluate_kings(const Position &pos, EvalScratch &scratch);
 
 // passers.cpp: passed pawns of both sides, then candidates.
 void evaluate_passers(Position &pos, EvalScratch &scratch);

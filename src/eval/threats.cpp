@@ -3,22 +3,23 @@
 
 namespace {
 
-void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch, Colour victim) {
+template <Colour VICTIM>
+void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
     const EvalTables &t = eval_tables;
-    SideScratch &own = scratch.side[victim];
-    const SideScratch &enemy = scratch.side[1 - victim];
-    if ((enemy.attacks[0] & pos.all(victim)) == 0) return;
+    SideScratch &own = scratch.side[VICTIM];
+    const SideScratch &enemy = scratch.side[1 - VICTIM];
+    if ((enemy.attacks[0] & pos.all(VICTIM)) == 0) return;
 
     const Bitboard by_pawn = enemy.attacks[PAWN];
     const Bitboard by_minor = by_pawn | enemy.attacks[KNIGHT] | enemy.attacks[BISHOP];
     const Bitboard weak =
         (enemy.attacks[0] & ~own.attacks[0]) | (enemy.double_attacks & ~own.double_attacks & ~own.attacks[PAWN]);
-    const Bitboard minors = pos.of(victim, KNIGHT) | pos.of(victim, BISHOP);
-    const Bitboard hung_pawns = pos.of(victim, PAWN) & weak & ~by_pawn;
-    const Bitboard hung_pieces = (minors & (weak | by_pawn)) | (pos.of(victim, ROOK) & (weak | by_minor)) |
-                                 (pos.of(victim, QUEEN) & (by_minor | enemy.attacks[ROOK]));
+    const Bitboard minors = pos.of(VICTIM, KNIGHT) | pos.of(VICTIM, BISHOP);
+    const Bitboard hung_pawns = pos.of(VICTIM, PAWN) & weak & ~by_pawn;
+    const Bitboard hung_pieces = (minors & (weak | by_pawn)) | (pos.of(VICTIM, ROOK) & (weak | by_minor)) |
+                                 (pos.of(VICTIM, QUEEN) & (by_minor | enemy.attacks[ROOK]));
     const Bitboard attacked =
-        ((pos.of(victim, PAWN) & enemy.attacks[0] & ~by_pawn) | ((minors | pos.of(victim, ROOK)) & enemy.attacks[0])) &
+        ((pos.of(VICTIM, PAWN) & enemy.attacks[0] & ~by_pawn) | ((minors | pos.of(VICTIM, ROOK)) & enemy.attacks[0])) &
         ~own.attacks[PAWN] & ~hung_pawns & ~hung_pieces;
 
     const int pawns = popcount(hung_pawns);
@@ -29,25 +30,26 @@ void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch, Colour vict
     own.threat_level += (pawns + 4 * pieces) * 64;
 }
 
-void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch, Colour victim) {
-    const Colour pusher = 1 - victim;
-    SideScratch &own = scratch.side[victim];
-    const SideScratch &enemy = scratch.side[pusher];
+template <Colour VICTIM>
+void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch) {
+    constexpr Colour PUSHER = 1 - VICTIM;
+    SideScratch &own = scratch.side[VICTIM];
+    const SideScratch &enemy = scratch.side[PUSHER];
     const Bitboard empty = ~scratch.occupied;
-    const Bitboard pawns = pos.of(pusher, PAWN);
-    const Bitboard single = shift_forward(pusher, pawns) & empty;
-    const Bitboard from_second = shift_forward(pusher, pawns & relative_rank_mask(pusher, 1)) & empty;
-    const Bitboard pushes = single | (shift_forward(pusher, from_second) & empty);
+    const Bitboard pawns = pos.of(PUSHER, PAWN);
+    const Bitboard single = shift_forward(PUSHER, pawns) & empty;
+    const Bitboard from_second = shift_forward(PUSHER, pawns & relative_rank_mask(PUSHER, 1)) & empty;
+    const Bitboard pushes = single | (shift_forward(PUSHER, from_second) & empty);
     const Bitboard kept = pushes & (~own.attacks[0] | enemy.attacks[PAWN] | enemy.double_attacks);
-    const Bitboard attacked = pawn_attack_set(pusher, kept) & pos.all(victim) & ~pos.of(victim, PAWN);
+    const Bitboard attacked = pawn_attack_set(PUSHER, kept) & pos.all(VICTIM) & ~pos.of(VICTIM, PAWN);
     own.positional += popcount(attacked) * eval_tables.threat_ppush;
 }
 
 }  // namespace
 
 void evaluate_threats(const Position &pos, EvalScratch &scratch) {
-    evaluate_hung_pieces(pos, scratch, WHITE);
-    evaluate_hung_pieces(pos, scratch, BLACK);
-    evaluate_pawn_pushes(pos, scratch, WHITE);
-    evaluate_pawn_pushes(pos, scratch, BLACK);
+    evaluate_hung_pieces<WHITE>(pos, scratch);
+    evaluate_hung_pieces<BLACK>(pos, scratch);
+    evaluate_pawn_pushes<WHITE>(pos, scratch);
+    evaluate_pawn_pushes<BLACK>(pos, scratch);
 }

@@ -176,9 +176,10 @@ int exchange_value(Position &pos, const MoveEntry &entry) {
 void select_best(MoveEntry *first) {
     // Score and place of the first of the best in one number, so that the loop has no branch to guess.
     constexpr int LAST_PLACE = 0xFFFF;
-    int best = first->score * (LAST_PLACE + 1) + LAST_PLACE;
-    for (int place = 1; first[place].move != END_OF_LIST; ++place)
-        best = std::max(best, first[place].score * (LAST_PLACE + 1) + LAST_PLACE - place);
+    int place = LAST_PLACE;
+    int best = first->score * (LAST_PLACE + 1) + place;
+    for (const MoveEntry *entry = first + 1; entry->move != END_OF_LIST; ++entry)
+        best = std::max(best, entry->score * (LAST_PLACE + 1) + --place);
     std::swap(*first, first[LAST_PLACE - (best & LAST_PLACE)]);
 }
 

@@ -36,12 +36,10 @@ void set_king_zones(const Position &pos, EvalScratch &scratch) {
 void set_attack_maps(const Position &pos, EvalScratch &scratch) {
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        own.attacks[KNIGHT] = own.attacks[BISHOP] = own.attacks[ROOK] = own.attacks[QUEEN] = 0;
         own.attacks[KING] = king_attacks(pos.king_square[c]);
         own.attacks[0] = own.attacks[PAWN] | own.attacks[KING];
         own.double_attacks |= own.attacks[PAWN] & own.attacks[KING];
         own.threat_level = 0;
-        own.attack_units = 0;
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];

@@ -29,29 +29,39 @@ public:
           scratch_(scratch),
           own_(scratch.side[C]),
           tables_(eval_tables),
-          enemy_zone_(scratch.side[1 - C].king_zone) {}
+          enemy_zone_(scratch.side[1 - C].king_zone),
+          attacks_(own_.attacks[0]),
+          double_attacks_(own_.double_attacks) {}
 
     void run() {
         each(KNIGHT, [this](Square s, bool pinned) { return knight(s, pinned); });
         each(BISHOP, [this](Square s, bool pinned) { return bishop(s, pinned); });
         each(ROOK, [this](Square s, bool pinned) { return rook(s, pinned); });
         each(QUEEN, [this](Square s, bool pinned) { return queen(s, pinned); });
+        own_.attacks[0] = attacks_;
+        own_.double_attacks = double_attacks_;
+        own_.attack_units = attack_units_;
+        own_.positional += positional_;
     }
 
 private:
     template <typename Score>
     void each(int type, Score score) {
+        type_attacks_ = 0;
         for (Bitboard pieces = pos_.of(C, type); pieces != 0;) {
             const Square s = pop_lsb(pieces);
-            scratch_.add(C, s, term_of(type), score(s, (scratch_.pinned & bit(s)) != 0));
+            const ScorePair pair = score(s, (scratch_.pinned & bit(s)) != 0);
+            positional_ += pair;
+            if (scratch_.display != nullptr) scratch_.show(C, s, term_of(type), pair);
         }
+        own_.attacks[static_cast<std::size_t>(type)] = type_attacks_;
     }
 
     void record_attacks(int type, Bitboard attacks) {
-        own_.double_attacks |= attacks & own_.attacks[0];
-        own_.attacks[0] |= attacks;
-        own_.attacks[type] |= attacks;
-        if ((attacks & enemy_zone_) != 0) own_.attack_units += ATTACK_UNIT[static_cast<std::size_t>(type)];
+        double_attacks_ |= attacks & attacks_;
+        attacks_ |= attacks;
+        type_attacks_ |= attacks;
+        attack_units_ += (attacks & enemy_zone_) != 0 ? ATTACK_UNIT[static_cast<std::size_t>(type)] : 0;
     }
 
     // A minor piece on its last rank that can hardly move is about to be lost.
@@ -132,6 +142,12 @@ private:
     SideScratch &own_;
     const EvalTables &tables_;
     const Bitboard enemy_zone_;
+    // What run() hands over at its end; close at hand in between.
+    Bitboard attacks_;
+    Bitboard double_attacks_;
+    Bitboard type_attacks_ = 0;
+    unsigned attack_units_ = 0;
+    ScorePair positional_;
 };
 
 }  // namespace

@@ -41,8 +41,9 @@ struct EvalScratch {
     // Adds a term of the piece on `s` to its side's positional score.
     void add(Colour c, Square s, DisplayTerm term, ScorePair pair) {
         side[c].positional += pair;
-        if (display != nullptr) display->add(c, s, term, taper(pair, stage));
+        if (display != nullptr) show(c, s, term, pair);
     }
+    void show(Colour c, Square s, DisplayTerm term, ScorePair pair) { display->add(c, s, term, taper(pair, stage)); }
 };
 
 // Counts of one piece type in a packed material word.

@@ -42,6 +42,39 @@ int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard
     return value;
 }
 
+bool see_at_least(const Position &pos, Square from, Square to, int threshold) {
+    Colour side = colour_of(pos.board[from]);
+    int victim = pos.type_on(to);
+    if (victim == KING) return SEE_KING_TAKEN >= threshold;
+    // The side that answers may win at most `limit` in the rest of the exchange, which can be less than all of it; the other
+    // one must win at least `needed` in its turn.
+    int limit = SEE_VALUES[victim] - threshold;
+    if (limit < 0) return false;
+    Bitboard unused = ~Bitboard{0};
+    Bitboard occupied = pos.occupied();
+    const auto capture = [&] {
+        victim = pos.type_on(from);
+        unused &= ~bit(from);
+        occupied &= ~bit(from);
+        side = 1 - side;
+    };
+    while (true) {
+        capture();
+        const int needed = SEE_VALUES[victim] - limit;
+        if (needed <= 0) return true;
+        from = least_attacker(pos, to, side, occupied, unused);
+        if (from == NO_SQUARE) return true;
+        if (victim == KING) return SEE_KING_TAKEN <= limit;
+
+        capture();
+        limit = SEE_VALUES[victim] - needed;
+        if (limit < 0) return false;
+        from = least_attacker(pos, to, side, occupied, unused);
+        if (from == NO_SQUARE) return false;
+        if (victim == KING) return SEE_KING_TAKEN >= needed;
+    }
+}
+
 bool see_ok(const Position &pos, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
@@ -49,5 +82,5 @@ bool see_ok(const Position &pos, Move m) {
     const int captured = pos.type_on(to);
     if (PIECE_RANK[mover] <= PIECE_RANK[captured]) return true;
     if ((to == pos.ep_square && mover == PAWN) || captured == KING) return true;
-    return see_value(pos, pos.side, from, to, pos.occupied(), false) >= -SEE_TOLERANCE;
+    return see_at_least(pos, from, to, -SEE_TOLERANCE);
 }

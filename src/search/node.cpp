@@ -165,7 +165,9 @@ bool probcut(SearchThread &thread, int ply, int depth, int beta) {
     for (record.current = record.list; record.current != end; ++record.current) {
         select_best(record.current);
         const MoveEntry &entry = *record.current;
-        if (!is_legal(pos, side, entry.move, pins) || exchange_value(pos, entry) < PROBCUT_EXCHANGE) continue;
+        if (!is_legal(pos, side, entry.move, pins) ||
+            !see_at_least(pos, from_square(entry.move), to_square(entry.move), PROBCUT_EXCHANGE))
+            continue;
         prefetch_child(thread, entry.move, reduced_depth - 1);
         make_move(pos, entry.move);
         const int score =

@@ -89,9 +89,10 @@ void score_quiets(const SearchThread &thread, int ply, MoveEntry *first) {
 // Captures and promotions of a full search by exchange class: losing ones fall far behind the quiet moves.
 std::int16_t exchange_class(Position &pos, const MoveEntry &entry) {
     if ((entry.move & UNDER_PROMOTE) != 0) return UNDERPROMOTION_SCORE;
-    const int exchange = exchange_value(pos, entry);
-    if (exchange < -49) return static_cast<std::int16_t>(type_of(entry.captured) + 4);
-    return static_cast<std::int16_t>(capture_score(entry) - (exchange < 50 ? 6 : 0));
+    const Square from = from_square(entry.move);
+    const Square to = to_square(entry.move);
+    if (!see_at_least(pos, from, to, -49)) return static_cast<std::int16_t>(type_of(entry.captured) + 4);
+    return static_cast<std::int16_t>(capture_score(entry) - (see_at_least(pos, from, to, 50) ? 0 : 6));
 }
 
 // Adds quiet checking moves and pawn pushes to the 7th rank. With a white knight on f3, an empty g5 and the black king on
@@ -166,11 +167,6 @@ MoveEntry *pick_checks(SearchThread &thread, PlyRecord &record, int ply) {
 void close_list(SearchThread &thread, int ply, MoveEntry *terminator) {
     thread.plies[ply + 1].list = terminator + 1;
     thread.plies[ply + 2].list = terminator + 3;
-}
-
-int exchange_value(Position &pos, const MoveEntry &entry) {
-    return see_value(pos, colour_of(entry.piece), from_square(entry.move), to_square(entry.move), pos.occupied(),
-                     false);
 }
 
 void select_best(MoveEntry *first) {
@@ -256,7 +252,8 @@ void score_root_moves(SearchThread &thread, MoveEntry *list) {
                 score += 50;
         } else {
             score = capture_score(*entry);
-            if (exchange_value(thread.position, *entry) < -50) score = type_of(entry->captured) + 4;
+            if (!see_at_least(thread.position, from_square(entry->move), to_square(entry->move), -50))
+                score = type_of(entry->captured) + 4;
         }
         entry->score = static_cast<std::int16_t>(score);
     }

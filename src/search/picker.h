@@ -34,6 +34,3 @@ void select_best(MoveEntry *first);
 
 // Ordering scores of the root moves before the first iteration.
 void score_root_moves(SearchThread &thread, MoveEntry *list);
-
-// Exchange value of a move in centipawns; negative when it loses.
-int exchange_value(Position &pos, const MoveEntry &entry);

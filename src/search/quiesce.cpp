@@ -16,9 +16,8 @@ constexpr int RAZORING_MARGIN = 450;
 constexpr int DELTA_MARGIN = 150;
 constexpr int RECAPTURE_DEPTH = -3;  // below this depth only recaptures
 
-// What a move could win at most, in centipawns, before the margin.
+// What a move that gives no check could win at most, in centipawns, before the margin.
 int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
-    if (gives_check(pos, side, entry) != 0) return DELTA_NEVER_PRUNED;
     const int captured = type_of(entry.captured);
     if (captured != NO_TYPE) {
         const Colour enemy = 1 - side;
@@ -29,12 +28,18 @@ int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
     return DELTA_VALUE[captured];
 }
 
+// Whether a move cannot lift the score above `limit`. Checks are looked for only where it matters.
+bool is_futile(const Position &pos, Colour side, const MoveEntry &entry, int stand, int limit) {
+    if (stand + delta_value(pos, side, entry) > limit) return false;
+    return gives_check(pos, side, entry) == 0 || stand + DELTA_NEVER_PRUNED <= limit;
+}
+
 bool loses_exchange(Position &pos, const MoveEntry &entry) {
     const int mover = type_of(entry.piece);
     if (PIECE_RANK[mover] <= PIECE_RANK[type_of(entry.captured)] || mover == KING ||
         is_en_passant_capture(pos, entry.move))
         return false;
-    return exchange_value(pos, entry) < -SEE_TOLERANCE;
+    return !see_at_least(pos, from_square(entry.move), to_square(entry.move), -SEE_TOLERANCE);
 }
 
 }  // namespace
@@ -58,7 +63,7 @@ int quiesce(SearchThread &thread, Colour side, int ply, int depth, int alpha, in
     Line child;
     while (const MoveEntry *entry = pick_next(thread)) {
         if (depth < RECAPTURE_DEPTH && to_square(entry->move) != last_target) continue;
-        if (stand + delta_value(pos, side, *entry) <= best - margin) continue;
+        if (is_futile(pos, side, *entry, stand, best - margin)) continue;
         if (loses_exchange(pos, *entry)) continue;
         if (is_null(entry) || !is_legal(pos, side, entry->move, pins)) continue;
 

@@ -34,6 +34,8 @@ TEST(Exchange, WorkedCases) {
         const Square to = named_square(c.move + 2);
         EXPECT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), false), c.value);
         EXPECT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), true), std::max(c.value, 0));
+        EXPECT_TRUE(see_at_least(pos, from, to, c.value));
+        EXPECT_FALSE(see_at_least(pos, from, to, c.value + 1));
         EXPECT_EQ(see_ok(pos, make_move_word(from, to)), c.ok);
         EXPECT_EQ(differing_fields(before, pos), "");
     }
@@ -91,6 +93,8 @@ TEST(Exchange, AgreesWithAListOfCaptures) {
             const Square to = to_square(entry->move);
             const int value = listed_exchange(pos, pos.side, from, to, false);
             ASSERT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), false), value);
+            for (const int threshold : {-69, -49, 1, 50, 75, value, value + 1})
+                ASSERT_EQ(see_at_least(pos, from, to, threshold), value >= threshold) << threshold;
             constexpr int RANKS[] = {0, 1, 3, 3, 5, 10, 99};
             const bool ok = RANKS[pos.board[from] % 8] <= RANKS[pos.board[to] % 8] ||
                             (pos.board[from] % 8 == PAWN && to == pos.ep_square) || value >= -69;

@@ -124,9 +124,10 @@ void update_ordering(SearchThread &thread, int ply, int depth, bool in_check, co
     const int weight = std::min(depth, 8);
 
     // Without a previous move both entries are the same one, updated twice.
-    for (std::int16_t *value : {&tables.history[0][entry.piece][to], &tables.history[previous_type][entry.piece][to]}) {
+    for (std::uint16_t *value :
+         {&tables.history[0][entry.piece][to], &tables.history[previous_type][entry.piece][to]}) {
         const int change = failed_low ? *value * (-8 * weight) / 2048 : (HISTORY_MAX - *value) * 16 * weight / 2048;
-        *value = static_cast<std::int16_t>(*value + change);
+        *value = static_cast<std::uint16_t>(*value + change);
     }
     if (failed_low) return;
     if (in_check) {

@@ -135,12 +135,15 @@ int random_depth_reduction(const SearchThread &thread, int depth, bool in_check,
 }
 
 // Whether no piece of `side` but its king stands to lose so much by exchange that the evaluation would fall to beta.
-bool threats_safe(Position &pos, Colour side, int eval, int beta) {
-    Bitboard pieces = pos.all(side) & ~pos.of(side, KING);
+bool threats_safe(const Position &pos, Colour side, int eval, int beta) {
+    const int harmless = eval - beta - SAFE_THREAT_MARGIN;  // no piece worth less can matter
+    Bitboard pieces = 0;
+    for (int type = PAWN; type <= QUEEN; ++type)
+        if (SEE_VALUES[type] >= harmless) pieces |= pos.of(side, type);
     while (pieces != 0) {
         const Square s = pop_lsb(pieces);
         const int loss = see_value(pos, 1 - side, NO_SQUARE, s, pos.occupied(), true);
-        if (loss > 0 && eval - loss <= beta + SAFE_THREAT_MARGIN) return false;
+        if (loss > 0 && loss >= harmless) return false;
     }
     return true;
 }

@@ -46,7 +46,7 @@ void set_line(SearchThread &thread, Move first, const Line &rest, int score) {
 void reset_ordering(SearchThread &thread) {
     for (auto &by_type : thread.ordering.history)
         for (auto &by_piece : by_type)
-            std::fill(std::begin(by_piece), std::end(by_piece), static_cast<std::int16_t>(HISTORY_START));
+            std::fill(std::begin(by_piece), std::end(by_piece), static_cast<std::uint16_t>(HISTORY_START));
     std::fill_n(&thread.ordering.countermove[0][0][0], 2 * 16 * 64, NO_MOVE);
     std::fill_n(&thread.ordering.followup[0][0], 16 * 64, NO_MOVE);
     for (PlyRecord &record : thread.plies)

@@ -63,9 +63,10 @@ constexpr int MOVE_STACK_SIZE = PLY_RECORDS * 896;
 
 // Move-ordering tables of one thread.
 struct OrderingTables {
-    std::int16_t history[8][16][64];  // [0][piece][to]: plain; [previous type][piece][to]: continuation
-    Move countermove[2][16][64];      // [slot][piece][to] of the previous move
-    Move followup[16][64];            // [piece][to] of the move two plies back
+    std::uint16_t history[8][16]
+                         [64];    // 0..HISTORY_MAX; [0][piece][to]: plain; [previous type][piece][to]: continuation
+    Move countermove[2][16][64];  // [slot][piece][to] of the previous move
+    Move followup[16][64];        // [piece][to] of the move two plies back
 };
 constexpr int HISTORY_START = 2048;
 constexpr int HISTORY_MAX = 16384;

@@ -77,22 +77,24 @@ inline Bitboard pawn_attack_set(Colour c, Bitboard pawns) { return shift_sideway
 
 struct EvalThread;
 
+// The terms. Each stays a function of its own: one body of them all would run out of registers.
+
 // pawns.cpp: pawn attacks, spans, passed, candidate and blocked pawns of both sides; then their structure, from the pawn
 // hash where it is known, which starts the positional scores.
 void set_pawn_bitboards(const Position &pos, EvalScratch &scratch);
-void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratch);
 
 // pieces.cpp: knights, bishops, rooks and queens of both sides.
-void evaluate_pieces(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_pieces(const Position &pos, EvalScratch &scratch);
 
 // king.cpp: shelter, danger and activity of both kings. All attack maps are complete.
-void evaluate_kings(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_kings(const Position &pos, EvalScratch &scratch);
 
 // passers.cpp: passed pawns of both sides, then candidates.
-void evaluate_passers(Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_passers(Position &pos, EvalScratch &scratch);
 
 // threats.cpp: hung and attacked pieces, then pawn pushes that attack something.
-void evaluate_threats(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_threats(const Position &pos, EvalScratch &scratch);
 
 // endgames.cpp: whether the material can win for nobody; the score of the strong side when the other one has only its king
 // and a recogniser knows the material; and the share, in 256ths, that a score keeps.

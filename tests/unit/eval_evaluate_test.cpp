@@ -36,11 +36,6 @@ std::vector<std::string> data_positions() {
 
 }  // namespace
 
-TEST_F(EvaluateTest, StartPositionIsTheTempo) {
-    EXPECT_EQ(score("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"), 16);
-    EXPECT_EQ(score("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -"), 16);
-}
-
 TEST_F(EvaluateTest, InCheckIsNotEvaluated) { EXPECT_EQ(score("k7/8/8/8/8/8/8/K6r w - -"), IN_CHECK_SCORE); }
 
 TEST_F(EvaluateTest, ColoursAreSymmetric) {

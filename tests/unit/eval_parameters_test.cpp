@@ -73,7 +73,6 @@ TEST_F(EvalParameters, PercentagesRoundHalvesAwayFromZero) {
 }
 
 TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
-    const SquareScores defaults = tables.pawn_squares;
     const EvalTables before = tables;
     const struct {
         const char *name;
@@ -117,7 +116,6 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
     settings.Pawn_Structure = {50, 150};
     settings.PST_Pawn = {50, 100};
     settings.knight_outpost.op = -5;
-    settings.queen_value = {900, 1000};
     settings.Contempt = -12;
     derive_eval_tables();
     EXPECT_EQ(text_of(tables.knight_mobility), "-36,-12 -12,-4 0,0 10,3 18,6 26,9 34,11 42,13 48,15 54,17 60,19 ");
@@ -132,9 +130,7 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
     EXPECT_EQ(text(tables.pawn_squares[28]), "3,3") << "5 of 10, then 2.5; 2 of 2 at 150 %";
     EXPECT_EQ(text(tables.knight_outpost), "-5,0");
     EXPECT_EQ(text(tables.knight_half_outpost), "-2,0");
-    EXPECT_EQ(text(tables.queen), "900,1000");
     EXPECT_EQ(tables.contempt, -12);
-    EXPECT_NE(text_of(defaults), text_of(tables.pawn_squares));
 }
 
 TEST_F(EvalParameters, DerivingMakesCachesStale) {
@@ -174,16 +170,10 @@ TEST_F(Tunables, TargetsAreTheWeights) {
         double start;
     } cases[] = {
         {"pawn_value_op", &settings.pawn_value.op, 90},
-        {"queen_mobility_en", &settings.queen_mobility.en, 84},
         {"rook_trapped_op", &settings.rook_trapped.op, -25},
-        {"bishop_outpost", &settings.bishop_outpost.op, 13},
         {"pawnstruct", &settings.Pawn_Structure.op, 100},
-        {"king_safety", &settings.King_Safety.op, 100},
         {"ppawns", &settings.Passed_Pawns.en, 100},
-        {"threats", &settings.Threats.en, 100},
-        {"pst_b1", &settings.pst_scratch[1], 4},
         {"pst_d3", &settings.pst_scratch[11], -19},
-        {"p9", &settings.p_scratch[8], 512},
         {"p15", &settings.p_scratch[14], 4},
     };
     for (const auto &c : cases) {

@@ -169,12 +169,9 @@ TEST_F(Tunables, TargetsAreTheWeights) {
         std::int16_t *target;
         double start;
     } cases[] = {
-        {"pawn_value_op", &settings.pawn_value.op, 90},
-        {"rook_trapped_op", &settings.rook_trapped.op, -25},
-        {"pawnstruct", &settings.Pawn_Structure.op, 100},
-        {"ppawns", &settings.Passed_Pawns.en, 100},
-        {"pst_d3", &settings.pst_scratch[11], -19},
-        {"p15", &settings.p_scratch[14], 4},
+        {"pawn_value_op", &settings.pawn_value.op, 90},   {"rook_trapped_op", &settings.rook_trapped.op, -25},
+        {"pawnstruct", &settings.Pawn_Structure.op, 100}, {"ppawns", &settings.Passed_Pawns.en, 100},
+        {"pst_d3", &settings.pst_scratch[11], -19},       {"p15", &settings.p_scratch[14], 4},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);

@@ -37,6 +37,14 @@ protected:
         EngineTest::TearDown();
     }
 
+    static int wdl(const std::string &fen) {
+        const auto board = make_test_position(fen);
+        TbSuccess success = TB_FAILED;
+        const int value = tb_wdl(tb_position(board->pos, 0), success);
+        EXPECT_NE(success, TB_FAILED) << fen;
+        return value;
+    }
+
     // A legal position with the given pieces ("KBNk"), White to move.
     static std::string random_fen(std::string_view pieces, Random &random) {
         while (true) {
@@ -109,6 +117,20 @@ TEST_F(EndgameTables, AgreesWithTheBitbaseOnKingAndPawnAgainstKing) {
     }
     EXPECT_EQ(differences, 0);
     EXPECT_EQ(positions, 331'352);
+}
+
+TEST_F(EndgameTables, SpecialPositions) {
+    const struct {
+        const char *fen;
+        int value;
+    } CASES[] = {
+        {"8/8/4k3/8/8/4K3/8/8 w - -", 0},                                       // bare kings
+        {"4k3/8/8/8/8/8/4q3/4K3 w - -", 0},                                     // takes the queen
+        {"8/8/8/8/8/5K2/4Q3/7k w - -", 2},                                      // mates
+        {"8/8/8/8/8/5k2/4q3/7K b - -", 2},                                      // the same with the colours exchanged
+        {"8/8/8/8/8/5K2/4Q3/7k b - -", -2}, {"7k/5Q2/6K1/8/8/8/8/8 b - -", 0},  // stalemate
+    };
+    for (const auto &c : CASES) EXPECT_EQ(wdl(c.fen), c.value) << c.fen;
 }
 
 TEST_F(EndgameTables, SearchProbesKeepTheirConditions) {

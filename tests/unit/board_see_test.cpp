@@ -6,6 +6,41 @@
 
 namespace {
 
+Square named_square(const char *name) { return (name[0] - 'a') + (name[1] - '1') * 8; }
+
+TEST(Exchange, WorkedCases) {
+    const struct {
+        const char *what;
+        const char *fen;
+        const char *move;
+        int value;
+        bool ok;
+    } cases[] = {
+        {"queen takes a defended pawn", "4k3/8/4p3/3p4/8/8/8/3QK3 w - -", "d1d5", -900, false},
+        {"bishop takes a pawn defended by a pawn", "4k3/8/4p3/3p4/8/8/6B1/4K3 w - -", "g2d5", -230, false},
+        {"king takes a defended rook", "4k3/8/4p3/3r4/4K3/8/8/8 w - -", "e4d5", 530 - 9999, false},
+        {"the king cannot take back", "8/4k3/3p4/8/8/8/3R4/3R2K1 w - -", "d2d6", 100, true},
+        {"en passant starts from an empty square", "4k3/2p5/8/3pP3/8/8/8/4K3 w - d6", "e5d6", -100, true},
+        {"bishop behind a pawn that takes", "4k3/8/2p5/3p4/4P3/5B2/8/4K3 w - -", "e4d5", 100, true},
+        {"pawn takes a king", "8/8/8/3k4/4P3/8/8/4K3 w - -", "e4d5", 9999, true},
+        {"promotion counts as a pawn", "4r2k/3P4/8/8/8/8/8/4K3 w - -", "d7d8", -100, false},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto board = make_test_position(c.fen);
+        Position &pos = board->pos;
+        const Position before = pos;
+        const Square from = named_square(c.move);
+        const Square to = named_square(c.move + 2);
+        EXPECT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), false), c.value);
+        EXPECT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), true), std::max(c.value, 0));
+        EXPECT_TRUE(see_at_least(pos, from, to, c.value));
+        EXPECT_FALSE(see_at_least(pos, from, to, c.value + 1));
+        EXPECT_EQ(see_ok(pos, make_move_word(from, to)), c.ok);
+        EXPECT_EQ(differing_fields(before, pos), "");
+    }
+}
+
 // The same exchange written out as a list of captures on a copied board, folded from its end.
 int listed_exchange(const Position &pos, Colour side, Square from, Square to, bool may_stop) {
     constexpr int VALUES[] = {0, 100, 330, 330, 530, 1000, 10000};

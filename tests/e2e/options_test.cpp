@@ -11,7 +11,9 @@ namespace {
 
 using namespace e2e;
 
-TEST(Options, RepliesWithWhatIsStored) {
+class Options : public EngineTest {};
+
+TEST_F(Options, RepliesWithWhatIsStored) {
     struct Case {
         const char *setting;  // after "setoption "
         const char *reply;    // after "info string "; nullptr: silence
@@ -48,16 +50,14 @@ TEST(Options, RepliesWithWhatIsStored) {
         {"name  value 5", nullptr},
         {"", nullptr},
     };
-    EngineProcess engine;
-    await_ready(engine);
     for (const Case &c : CASES) {
         const Lines expected = c.reply == nullptr ? Lines{} : Lines{"info string " + std::string(c.reply)};
-        EXPECT_EQ(replies_to(engine, "setoption " + std::string(c.setting)), expected) << c.setting;
+        EXPECT_EQ(replies_to(engine_, "setoption " + std::string(c.setting)), expected) << c.setting;
     }
     // Long texts are cut.
     for (const std::size_t length : {143, 144, 145, 200, 100'000}) {
         const std::string text(length, 'b');
-        EXPECT_EQ(replies_to(engine, "setoption name OwnBook_File value " + text),
+        EXPECT_EQ(replies_to(engine_, "setoption name OwnBook_File value " + text),
                   Lines{"info string OwnBook_File set to '" + text.substr(0, 143) + "'"})
             << length;
     }
@@ -68,19 +68,16 @@ TEST(Options, RepliesWithWhatIsStored) {
                                     {"PST_Pawn", "120", "120,100"},
                                     {"OwnBook_File", "x y.bin", "x y.bin"}};
     for (const auto &[option, value, shown] : SHOWN) {
-        engine.send("setoption name " + std::string(option) + " value " + value);
-        EXPECT_EQ(listed_default(engine, option), shown) << option;
+        engine_.send("setoption name " + std::string(option) + " value " + value);
+        EXPECT_EQ(listed_default(engine_, option), shown) << option;
     }
-    quit_and_check(engine);
 }
 
 // Whatever number or text is sent, what is stored lies in the range that is listed, and the engine goes on.
-TEST(Options, NoValueLeavesItsRange) {
-    EngineProcess engine;
-    await_ready(engine);
+TEST_F(Options, NoValueLeavesItsRange) {
     static const std::regex SPIN("option name (\\w+) type spin default -?\\d+ min (-?\\d+) max (-?\\d+)");
     static const std::regex STORED("info string (\\w+) set to (-?\\d+)");
-    for (const std::string &line : listing(engine)) {
+    for (const std::string &line : listing(engine_)) {
         std::smatch option;
         if (!std::regex_match(line, option, SPIN)) continue;
         const long long low = std::stoll(option[2]);
@@ -89,60 +86,53 @@ TEST(Options, NoValueLeavesItsRange) {
              Lines{std::to_string(low - 1), std::to_string(low), std::to_string(high), std::to_string(high + 1),
                    "2147483648", "-9223372036854775809", "1e9", "", "many"}) {
             const std::string text =
-                joined(replies_to(engine, "setoption name " + option[1].str() + " value " + value));
+                joined(replies_to(engine_, "setoption name " + option[1].str() + " value " + value));
             std::smatch stored;
             ASSERT_TRUE(std::regex_search(text, stored, STORED)) << text;
             EXPECT_EQ(stored[1], option[1]);
             EXPECT_GE(std::stoll(stored[2]), low) << text;
             EXPECT_LE(std::stoll(stored[2]), high) << text;
         }
-        replies_to(engine, "setoption name Threads value 1");
-        replies_to(engine, "setoption name Hash value 1");
-        EXPECT_NE(search(engine, "go depth 2").best, "null") << line;
+        replies_to(engine_, "setoption name Threads value 1");
+        replies_to(engine_, "setoption name Hash value 1");
+        EXPECT_NE(search(engine_, "go depth 2").best, "null") << line;
     }
-    quit_and_check(engine);
 }
 
 // A position in which the evaluation weighs pieces against each other: an option must reach the search.
-TEST(Options, ChangedWeightsReachTheNextSearch) {
-    EngineProcess engine;
-    await_ready(engine);
-    engine.send("position fen 4k3/pppp4/8/8/8/8/PPPP4/3QK3 w - -");
-    const std::string before = search(engine, "go depth 1").last().score;
-    engine.send("setoption name Mtl_Queen value 300,300");
-    const SearchReport after = search(engine, "go depth 1");
+TEST_F(Options, ChangedWeightsReachTheNextSearch) {
+    engine_.send("position fen 4k3/pppp4/8/8/8/8/PPPP4/3QK3 w - -");
+    const std::string before = search(engine_, "go depth 1").last().score;
+    engine_.send("setoption name Mtl_Queen value 300,300");
+    const SearchReport after = search(engine_, "go depth 1");
     EXPECT_NE(after.last().score, before);
     EXPECT_EQ(std::count(after.strings.begin(), after.strings.end(), "info string setting search and eval params..."),
               1)
         << joined(after.lines);
     // Nothing changed since, so nothing is rebuilt.
-    EXPECT_EQ(search(engine, "go depth 1").strings, Lines{});
-    quit_and_check(engine);
+    EXPECT_EQ(search(engine_, "go depth 1").strings, Lines{});
 }
 
-TEST(Options, HashIsResizedAtTheNextSearch) {
-    EngineProcess engine;
-    await_ready(engine);
+TEST_F(Options, HashIsResizedAtTheNextSearch) {
     for (const char *size : {"0", "1", "3", "0", "64", "1"}) {
         SCOPED_TRACE(size);
-        engine.send("setoption name Hash value " + std::string(size));
-        const SearchReport report = search(engine, "go depth 7");
+        engine_.send("setoption name Hash value " + std::string(size));
+        const SearchReport report = search(engine_, "go depth 7");
         const std::string line = "info string allocated " + std::string(size) + " Mbytes for hash table";
         const auto place = std::find(report.lines.begin(), report.lines.end(), line);
         ASSERT_NE(place, report.lines.end()) << joined(report.lines);
         EXPECT_EQ(*(place + 1), "");
         EXPECT_EQ(report.last().depth, 7);
         // The same size once more: the table stays.
-        engine.send("setoption name Hash value " + std::string(size));
-        const SearchReport again = search(engine, "go depth 2");
+        engine_.send("setoption name Hash value " + std::string(size));
+        const SearchReport again = search(engine_, "go depth 2");
         EXPECT_EQ(std::count(again.lines.begin(), again.lines.end(), line), 0);
     }
-    quit_and_check(engine);
 }
 
 // The limit is on address space, of which sanitizers reserve terabytes.
 #ifndef DRAL_TEST_SANITIZED
-TEST(Options, HashThatDoesNotFitEndsTheProgram) {
+TEST(HashTable, ThatDoesNotFitEndsTheProgram) {
     const auto limited = [](const std::string &arguments) {
         return std::vector<std::string>{"-c",
                                         "ulimit -v 1000000; exec '" + engine_binary().string() + "' " + arguments};
@@ -158,10 +148,8 @@ TEST(Options, HashThatDoesNotFitEndsTheProgram) {
 }
 #endif
 
-class ConfigurationFile : public testing::Test {
+class ConfigurationFile : public EngineTest {
 protected:
-    ConfigurationFile() { await_ready(engine_); }
-    ~ConfigurationFile() override { quit_and_check(engine_); }
     // The lines that loading prints.
     Lines load(const std::string &name) { return replies_to(engine_, "setoption name ConfigFilePath value " + name); }
     static Lines loaded(const std::string &name, Lines replies) {
@@ -169,8 +157,6 @@ protected:
                                          "info string loading parameters from " + name});
         return replies;
     }
-    TemporaryDirectory directory_;
-    EngineProcess engine_{{}, directory_.path()};
 };
 
 TEST_F(ConfigurationFile, SetsWhatItsLinesName) {

@@ -18,10 +18,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char *MIDDLE_GAME = "fen r1bq1rk1/pp2bppp/2n1pn2/3p4/3P1B2/2NBPN2/PP3PPP/R2Q1RK1 w - -";
 
-class SearchCommands : public testing::Test {
+class SearchCommands : public EngineTest {
 protected:
-    SearchCommands() { await_ready(engine_); }
-
     // Whether the moves can be played one after another from the position ("startpos" or "fen ...").
     bool playable(const std::string &position, const std::vector<std::string> &moves) {
         std::string line = "position " + position;
@@ -34,8 +32,6 @@ protected:
         engine_.send(go);
         engine_.expect_line("info depth 3 ");
     }
-
-    EngineProcess engine_;
 };
 
 TEST_F(SearchCommands, ProgressNeverGoesBackAndItsLinesCanBePlayed) {
@@ -65,7 +61,6 @@ TEST_F(SearchCommands, ProgressNeverGoesBackAndItsLinesCanBePlayed) {
     EXPECT_TRUE(std::regex_match(line, std::regex("info currmove ([a-h][1-8]){2} currmovenumber [1-9]\\d?"))) << line;
     engine_.send("stop");
     read_search(engine_);
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, LimitsHoldUntilTheyAreReplaced) {
@@ -87,7 +82,6 @@ TEST_F(SearchCommands, LimitsHoldUntilTheyAreReplaced) {
         EXPECT_GE(nodes, 96'100);
         EXPECT_LE(nodes, 104'000 + 100);
     }
-    quit_and_check(engine_);
 }
 
 // Times are kept; clocks that are short, gone or below zero are all answered, and never so late that the game is lost.
@@ -114,11 +108,15 @@ TEST_F(SearchCommands, TimesAndShortClocks) {
         EXPECT_GE(taken, Milliseconds(c.least)) << c.go;
         EXPECT_LE(taken, Milliseconds(c.most) + scaled(Milliseconds(300))) << c.go;
     }
-    quit_and_check(engine_);
 }
 
 // The plan is written into the log. It is 15 % shorter at a playing strength below 2400, which depends on the machine.
-TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
+class TimePlan : public EngineTest {
+protected:
+    TimePlan() : EngineTest({"-log"}) {}
+};
+
+TEST_F(TimePlan, FollowsTheClockOfTheSideToMove) {
     struct Case {
         const char *position, *go;
         double seconds;
@@ -131,16 +129,13 @@ TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
         {"startpos", "go wtime 10000 btime 1000 movestogo 9", 1.3, true},
         {"startpos", "go movetime 2500", 2.5, false},
     };
-    TemporaryDirectory directory;
-    EngineProcess engine({"-log"}, directory.path());
-    await_ready(engine);
     const auto planned_for = [&](const std::string &position, const std::string &go) {
-        engine.send("position " + position);
-        engine.send(go);
-        engine.send("isready");
-        engine.send("stop");
-        engine.expect_line("bestmove ");
-        const std::string log = directory.read("dral.log");
+        engine_.send("position " + position);
+        engine_.send(go);
+        engine_.send("isready");
+        engine_.send("stop");
+        engine_.expect_line("bestmove ");
+        const std::string log = directory_.read("dral.log");
         static const std::string WORD = "trg_time= ";
         return std::stod(log.substr(log.rfind(WORD) + WORD.size()));
     };
@@ -150,10 +145,9 @@ TEST(TimePlan, FollowsTheClockOfTheSideToMove) {
         EXPECT_NEAR(planned, expected, 0.0006) << c.go;
     }
     // An increment adds to the plan, and counts for its own side only.
-    engine.send("ucinewgame");
+    engine_.send("ucinewgame");
     const double plain = planned_for("startpos", "go wtime 60000 btime 60000 binc 5000");
     EXPECT_NEAR(planned_for("startpos", "go wtime 60000 btime 60000 winc 1000") - plain, 60.0 / 62, 0.002);
-    quit_and_check(engine);
 }
 
 TEST_F(SearchCommands, PonderingEndsWithStopOrPonderhit) {
@@ -173,7 +167,6 @@ TEST_F(SearchCommands, PonderingEndsWithStopOrPonderhit) {
         engine_.send(end);
         EXPECT_NE(read_search(engine_, Milliseconds(3000)).best, "null") << go;
     }
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, AnotherGoReplacesTheRunningSearch) {
@@ -205,7 +198,6 @@ TEST_F(SearchCommands, AnotherGoReplacesTheRunningSearch) {
     engine_.send_raw("go ponder wtime 1000 btime 1000\nponderhit\n");
     for (int i = 0; i < 2; ++i) read_search(engine_);
     EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
-    quit_and_check(engine_);
 }
 
 // The position of a search is the one that held when it began.
@@ -217,7 +209,6 @@ TEST_F(SearchCommands, PositionDuringASearchCountsForTheNext) {
     const SearchReport first = read_search(engine_);
     EXPECT_EQ(search(engine_, "go depth 3").best, "h8g8");
     EXPECT_TRUE(playable("startpos", {first.best}));
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, MultiPvShowsDifferentMoves) {
@@ -249,7 +240,6 @@ TEST_F(SearchCommands, MultiPvShowsDifferentMoves) {
     }
     engine_.send("setoption name MultiPV value 1");
     EXPECT_EQ(search(engine_, "go depth 3").last().multipv, 0);
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
@@ -277,7 +267,6 @@ TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
     const auto start = Clock::now();
     EXPECT_EQ(search(engine_, "go wtime 600000 btime 600000").best, "a1b1");
     EXPECT_LT(Clock::now() - start, scaled(Milliseconds(3000)));
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, TheSameSearchGivesTheSameLines) {
@@ -313,7 +302,6 @@ TEST_F(SearchCommands, ThreadsChangeBetweenAndDuringSearches) {
         EXPECT_EQ(report.last().depth, 7);
         EXPECT_TRUE(playable("startpos moves e2e4", report.last().pv));
     }
-    quit_and_check(engine_);
 }
 
 TEST_F(SearchCommands, OptionsAndNewGamesDuringASearch) {
@@ -332,7 +320,6 @@ TEST_F(SearchCommands, OptionsAndNewGamesDuringASearch) {
         EXPECT_NE(search(engine_, "go depth 5").best, "null");
         EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
     }
-    quit_and_check(engine_);
 }
 
 }  // namespace

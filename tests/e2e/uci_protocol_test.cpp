@@ -13,7 +13,9 @@ namespace {
 
 using namespace e2e;
 
-TEST(UciProtocol, ListsEveryOptionInOrder) {
+class UciProtocol : public EngineTest {};
+
+TEST_F(UciProtocol, ListsEveryOptionInOrder) {
     std::string expected =
         "id name Dral 4.0\n"
         "id author Brellmoor\n"
@@ -45,16 +47,11 @@ TEST(UciProtocol, ListsEveryOptionInOrder) {
                              "Mobility_Knight", "Mobility_Bishop", "Mobility_Rook", "Mobility_Queen", "Pawn_Structure",
                              "Passed_Pawns", "King_Safety", "Threats"})
         expected += "option name " + std::string(name) + " type string default 100,100\n";
-    EngineProcess engine;
-    await_ready(engine);
     const std::regex elo("(name UCI_Elo .* max )\\d+\n");
-    EXPECT_EQ(std::regex_replace(joined(listing(engine)), elo, "$1#\n"), expected + "uciok\n");
-    quit_and_check(engine);
+    EXPECT_EQ(std::regex_replace(joined(listing(engine_)), elo, "$1#\n"), expected + "uciok\n");
 }
 
-TEST(UciProtocol, IgnoresWhatIsNoCommandAndJoinsPieces) {
-    EngineProcess engine;
-    await_ready(engine);
+TEST_F(UciProtocol, IgnoresWhatIsNoCommandAndJoinsPieces) {
     for (const char *line : {
              "",
              "   ",
@@ -75,18 +72,17 @@ TEST(UciProtocol, IgnoresWhatIsNoCommandAndJoinsPieces) {
              "setoption",
              "setoption Hash 5",
          })
-        EXPECT_EQ(replies_to(engine, line), Lines{}) << "'" << line << "'";
+        EXPECT_EQ(replies_to(engine_, line), Lines{}) << "'" << line << "'";
     // A line may arrive in pieces.
     for (const char byte : std::string_view("setoption name Contempt value 12\nisready\n")) {
-        engine.send_raw(std::string_view(&byte, 1));
+        engine_.send_raw(std::string_view(&byte, 1));
         std::this_thread::sleep_for(Milliseconds(1));
     }
-    EXPECT_EQ(engine.read_line(), "info string Contempt set to 12");
-    EXPECT_EQ(engine.read_line(), "readyok");
-    quit_and_check(engine);
+    EXPECT_EQ(engine_.read_line(), "info string Contempt set to 12");
+    EXPECT_EQ(engine_.read_line(), "readyok");
 }
 
-TEST(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
+TEST_F(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
     using namespace std::string_literals;
     const std::pair<std::string, Lines> CASES[] = {
         {"isready\nsetoption name Contempt value 7\nisready\n",
@@ -101,46 +97,38 @@ TEST(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
         {"\xff\xfe\x80\nsetoption name OwnBook_File value \xc3\xa9.bin\n",
          {"info string OwnBook_File set to '\xc3\xa9.bin'"}},
     };
-    EngineProcess engine;
-    await_ready(engine);
     for (const auto &[bytes, replies] : CASES) {
-        engine.send_raw(bytes);
-        for (const std::string &reply : replies) EXPECT_EQ(engine.read_line(), reply) << bytes;
-        EXPECT_EQ(replies_to(engine, ""), Lines{}) << bytes;
+        engine_.send_raw(bytes);
+        for (const std::string &reply : replies) EXPECT_EQ(engine_.read_line(), reply) << bytes;
+        EXPECT_EQ(replies_to(engine_, ""), Lines{}) << bytes;
     }
-    quit_and_check(engine);
 }
 
-TEST(UciProtocol, SurvivesLongLinesAndManyLines) {
-    EngineProcess engine;
-    await_ready(engine);
+TEST_F(UciProtocol, SurvivesLongLinesAndManyLines) {
     for (const std::size_t length : {127, 128, 4999, 5000, 200'000, 1'000'000}) {
-        EXPECT_EQ(replies_to(engine, std::string(length, 'x')), Lines{}) << length;
+        EXPECT_EQ(replies_to(engine_, std::string(length, 'x')), Lines{}) << length;
         // The command word stands, whatever becomes of the tail.
-        EXPECT_EQ(replies_to(engine, "isready " + std::string(length, ' ')), Lines{}) << length;
-        EXPECT_EQ(engine.read_line(), "readyok") << length;
-        EXPECT_EQ(replies_to(engine, "setoption name " + std::string(length, 'n') + " value 1"), Lines{}) << length;
+        EXPECT_EQ(replies_to(engine_, "isready " + std::string(length, ' ')), Lines{}) << length;
+        EXPECT_EQ(engine_.read_line(), "readyok") << length;
+        EXPECT_EQ(replies_to(engine_, "setoption name " + std::string(length, 'n') + " value 1"), Lines{}) << length;
     }
     // Beyond a megabyte a line is cut, and that is said.
-    engine.send(std::string(3'000'000, 'x'));
-    const Lines cut = replies_to(engine, "");
+    engine_.send(std::string(3'000'000, 'x'));
+    const Lines cut = replies_to(engine_, "");
     ASSERT_EQ(cut.size(), 1U);
     EXPECT_TRUE(cut[0].starts_with("info string ")) << cut[0];
 
     constexpr int MANY = 500;
     std::string flood;
     for (int i = 0; i < MANY; ++i) flood += "setoption name Contempt value " + std::to_string(i % 100) + "\n";
-    engine.send_raw(flood);
+    engine_.send_raw(flood);
     for (int i = 0; i < MANY; ++i)
-        ASSERT_EQ(engine.read_line(), "info string Contempt set to " + std::to_string(i % 100)) << i;
-    quit_and_check(engine);
+        ASSERT_EQ(engine_.read_line(), "info string Contempt set to " + std::to_string(i % 100)) << i;
 }
 
-TEST(UciProtocol, AnswersPromptlyWhileSearching) {
-    EngineProcess engine;
-    await_ready(engine);
-    engine.send("go infinite");
-    engine.expect_line("info depth 4 ");
+TEST_F(UciProtocol, AnswersPromptlyWhileSearching) {
+    engine_.send("go infinite");
+    engine_.expect_line("info depth 4 ");
 
     // The quickest of several tries: a loaded machine may delay any single one.
     const auto quickest = [&](int tries, const auto &ask) {
@@ -153,21 +141,20 @@ TEST(UciProtocol, AnswersPromptlyWhileSearching) {
         }
         return best;
     };
-    EXPECT_LT(quickest(10, [&] { await_ready(engine); }), scaled(Milliseconds(50)));
-    engine.send("stop");
-    read_search(engine);
+    EXPECT_LT(quickest(10, [&] { await_ready(engine_); }), scaled(Milliseconds(50)));
+    engine_.send("stop");
+    read_search(engine_);
     EXPECT_LT(quickest(5,
                        [&] {
-                           engine.send("go infinite");
-                           engine.expect_line("info depth 3 ");
-                           engine.send("stop");
-                           read_search(engine);
+                           engine_.send("go infinite");
+                           engine_.expect_line("info depth 3 ");
+                           engine_.send("stop");
+                           read_search(engine_);
                        }),
               scaled(Milliseconds(250)));
-    quit_and_check(engine);
 }
 
-TEST(UciProtocol, EndsOnQuitWhateverItIsDoing) {
+TEST(UciQuit, EndsTheProgramWhateverItIsDoing) {
     for (const char *before : {"isready", "go infinite", "go ponder", "go depth 60", "go wtime 600000 btime 600000"}) {
         SCOPED_TRACE(before);
         EngineProcess engine;

@@ -146,4 +146,16 @@ inline void quit_and_check(EngineProcess &engine) {
     EXPECT_EQ(report.errors, "");
 }
 
+// A test with an engine of its own, which must end well after it.
+class EngineTest : public testing::Test {
+protected:
+    explicit EngineTest(const std::vector<std::string> &arguments = {}) : engine_(arguments, directory_.path()) {
+        await_ready(engine_);
+    }
+    void TearDown() override { quit_and_check(engine_); }
+
+    TemporaryDirectory directory_;
+    EngineProcess engine_;
+};
+
 }  // namespace e2e

@@ -18,11 +18,10 @@ int count_lines(const Lines &lines, std::string_view beginning) {
 }
 
 TEST(EndOfInput, WhatWasAskedIsDone) {
-    struct Case {
+    const struct {
         const char *input, *wanted;  // what the lines begin with
         int times;
-    };
-    const Case CASES[] = {
+    } CASES[] = {
         {"", "bestmove", 0},
         {"isready", "readyok", 1},  // the last line may lack its end
         {"position startpos\ngo depth 9\n", "bestmove", 1},
@@ -35,7 +34,7 @@ TEST(EndOfInput, WhatWasAskedIsDone) {
         {"go depth 3\nquit\nisready\n", "readyok", 0},
         {"position fen 8/8/8/8/8/8/8/8 w - -\ngo infinite\n", "bestmove null", 1},
     };
-    for (const Case &c : CASES) {
+    for (const auto &c : CASES) {
         SCOPED_TRACE(c.input);
         EngineProcess engine;
         engine.send_raw(c.input);
@@ -44,8 +43,9 @@ TEST(EndOfInput, WhatWasAskedIsDone) {
         EXPECT_EQ(report.status, 0) << report.signal;
         EXPECT_EQ(report.errors, "");
         EXPECT_EQ(count_lines(report.lines, c.wanted), c.times) << joined(report.lines);
-        if (std::string_view(c.input).ends_with("go depth 9\n"))  // limits are still reached
+        if (std::string_view(c.input).ends_with("go depth 9\n")) {  // limits are still reached
             EXPECT_GT(count_lines(report.lines, "info depth 9 seldepth"), 0) << joined(report.lines);
+        }
     }
 }
 

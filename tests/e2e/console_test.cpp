@@ -4,7 +4,6 @@
 #include <regex>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "uci_session.h"
 
@@ -187,7 +186,7 @@ TEST_F(ConsoleSearch, AnalysesToADepthOrUntilStopped) {
         engine_.send(std::string(command) + " 5");
         EXPECT_EQ(last_depth(summary()), 5);
         engine_.send(command);
-        engine_.expect_line([](std::string_view line) { return line.find("] 06") != line.npos; });
+        engine_.expect_line("00] 06");
         engine_.send(".");
         EXPECT_GE(last_depth(summary()), 6);
     }
@@ -217,7 +216,7 @@ TEST_F(ConsoleSearch, SearchesWithTheLimitsThatAreSet) {
 TEST_F(ConsoleSearch, ANewPositionAbandonsTheSearch) {
     for (const char *command : {"new", "fen 4k3/8/8/8/8/8/8/4K2R w K -"}) {
         engine_.send("go");
-        engine_.expect_line([](std::string_view line) { return line.find("] 05") != line.npos; });
+        engine_.expect_line("00] 05");
         engine_.send(command);
         summary();
         engine_.send("go 3");

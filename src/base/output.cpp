@@ -16,9 +16,8 @@ std::mutex print_lock;                 // held while a line is written to standa
 std::FILE *log_file = nullptr;         // main thread, under print_lock
 Relaxed<bool> logging_enabled(false);  // main thread
 
-void write_line(std::FILE *file, std::string_view text) {
+void write_text(std::FILE *file, std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), file);
-    std::fputc('\n', file);
     std::fflush(file);
 }
 
@@ -41,9 +40,16 @@ std::string format_arguments(const char *format, std::va_list arguments) {
 }  // namespace
 
 void print_line(std::string_view text) {
+    // One write a line: displays that are written without the lock cannot come between a line and its end.
+    const std::string line = std::string(text) + '\n';
     const std::lock_guard<std::mutex> guard(print_lock);
-    write_line(stdout, text);
-    if (logging_enabled && log_file != nullptr) write_line(log_file, text);
+    write_text(stdout, line);
+    if (logging_enabled && log_file != nullptr) write_text(log_file, line);
+}
+
+void print_display(std::string_view text) {
+    const std::lock_guard<std::mutex> guard(print_lock);
+    write_text(stdout, text);
 }
 
 std::string format_line(const char *format, ...) {
@@ -65,7 +71,7 @@ void print_format(const char *format, ...) {
 void log_line(std::string_view text) {
     if (!logging_enabled) return;
     const std::lock_guard<std::mutex> guard(print_lock);
-    if (log_file != nullptr) write_line(log_file, text);
+    if (log_file != nullptr) write_text(log_file, std::string(text) + '\n');
 }
 
 bool set_logging(bool on) {

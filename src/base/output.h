@@ -14,6 +14,9 @@
 // never mix, and both copies keep the same order.
 void print_line(std::string_view text);
 
+// Writes a display of several lines, as it stands, to standard output only. Any thread; no line comes between its own.
+void print_display(std::string_view text);
+
 // printf into a string.
 std::string format_line(const char *format, ...) DRAL_PRINTF_FORMAT(1, 2);
 

@@ -1,7 +1,5 @@
 #include "eval/display.h"
 
-#include <cstdio>
-
 #include "base/output.h"
 #include "eval/scratch.h"
 
@@ -62,25 +60,29 @@ std::string board_rows(const Position &pos, const EvalDisplay &display) {
     return text;
 }
 
-void print_pair(const char *format, ScorePair pair) { std::printf(format, pair.op(), pair.en()); }
+std::string pair_text(const char *label, ScorePair pair, const char *separator = "/") {
+    return format_line("%s %d%s%d\n", label, pair.op(), separator, pair.en());
+}
 
 template <std::size_t N>
 ScorePair entry_or_zero(const std::array<ScorePair, N> &curve, std::size_t n) {
     return n < N ? curve[n] : ScorePair{};
 }
 
-void show_square_table(const SquareScores &table, const char *title) {
+std::string square_table_text(const SquareScores &table, const char *title) {
+    std::string text;
     for (const bool opening : {true, false}) {
-        std::printf("%s\n", title);
+        text.append(title) += '\n';
         for (int rank = 7; rank >= 0; --rank) {
             for (int file = 0; file < 8; ++file) {
                 const ScorePair pair = table[static_cast<std::size_t>(make_square(file, rank))];
-                std::printf("  %3d ", opening ? pair.op() : pair.en());
+                text += format_line("  %3d ", opening ? pair.op() : pair.en());
             }
-            std::printf("\n");
+            text += '\n';
         }
-        std::printf("\n");
+        text += '\n';
     }
+    return text;
 }
 
 }  // namespace
@@ -102,47 +104,47 @@ std::string evaluation_text(const Position &pos, const EvalDisplay &display, int
     return text + (pos.side == WHITE ? "white" : "black");
 }
 
-void show_eval_params() {
+std::string eval_params_text() {
     const EvalTables &t = eval_tables;
-    std::printf("piece values=");
-    for (const ScorePair pair : {t.pawn, t.knight, t.bishop, t.rook, t.queen}) print_pair("  %d/%d", pair);
-    print_pair("\nbishop_pair= %d , %d\n\n", t.bishop_pair);
+    std::string text = "piece values=";
+    for (const ScorePair pair : {t.pawn, t.knight, t.bishop, t.rook, t.queen})
+        text += format_line("  %d/%d", pair.op(), pair.en());
+    text += pair_text("\nbishop_pair=", t.bishop_pair, " , ");
 
-    std::printf("KingDanger[]=");
+    text += "\nKingDanger[]=";
     for (std::size_t i = 0; i < t.king_danger.size(); ++i) {
-        if (i % 10 == 0) std::printf("\n%2zu:  ", i);
-        std::printf("  %3d ", t.king_danger[i]);
+        if (i % 10 == 0) text += format_line("\n%2zu:  ", i);
+        text += format_line("  %3d ", t.king_danger[i]);
     }
-    std::printf("\n\nPawnShield[]=");
-    for (std::size_t i = 0; i <= 22; ++i) std::printf(" %d", t.pawn_shield[i]);
-    std::printf("\n\n");
+    text += "\n\nPawnShield[]=";
+    for (std::size_t i = 0; i <= 22; ++i) text += format_line(" %d", t.pawn_shield[i]);
+    text += "\n\n";
 
     for (std::size_t n = 0; n <= 18; ++n) {
         const ScorePair knight = entry_or_zero(t.knight_mobility, n);
         const ScorePair bishop = t.bishop_mobility[n];
         const ScorePair rook = t.rook_mobility[n];
         const ScorePair queen = t.queen_mobility[n];
-        std::printf("%3zu  nmob= %3d/%3d  bmob=%3d/%3d  rmob=%3d/%3d  qmob= %3d/%3d\n", n, knight.op(), knight.en(),
-                    bishop.op(), bishop.en(), rook.op(), rook.en(), queen.op(), queen.en());
+        text += format_line("%3zu  nmob= %3d/%3d  bmob=%3d/%3d  rmob=%3d/%3d  qmob= %3d/%3d\n", n, knight.op(),
+                            knight.en(), bishop.op(), bishop.en(), rook.op(), rook.en(), queen.op(), queen.en());
     }
-    print_pair("queen_mob[28] = %d/%d\n", t.queen_mobility[28]);
+    text += pair_text("queen_mob[28] =", t.queen_mobility[28]);
     for (std::size_t rank = 1; rank < 8; ++rank)
-        std::printf("rank=%zu,  ppawn= %3d , %3d\n", rank + 1, t.passed_unsafe[rank], t.passed_safe[rank]);
-    print_pair("pawn_storm= %d/%d\n", t.pawn_storm);
-    print_pair("hung_pawn= %d/%d\n", t.hung_pawn);
-    print_pair("hung_piece= %d/%d\n", t.hung_piece);
-    print_pair("attacked_piece= %d/%d\n", t.attacked_piece);
-    print_pair("knight_outpost= %d/%d\n", t.knight_outpost);
-    print_pair("bishop_outpost= %d/%d\n", t.bishop_outpost);
+        text += format_line("rank=%zu,  ppawn= %3d , %3d\n", rank + 1, t.passed_unsafe[rank], t.passed_safe[rank]);
+    text += pair_text("pawn_storm=", t.pawn_storm);
+    text += pair_text("hung_pawn=", t.hung_pawn);
+    text += pair_text("hung_piece=", t.hung_piece);
+    text += pair_text("attacked_piece=", t.attacked_piece);
+    text += pair_text("knight_outpost=", t.knight_outpost);
+    text += pair_text("bishop_outpost=", t.bishop_outpost);
 
-    show_square_table(t.pawn_squares, "Pawn");
-    show_square_table(t.knight_squares, "Knight");
-    show_square_table(t.bishop_squares, "Bishop");
-    show_square_table(t.rook_squares, "Rook");
-    show_square_table(t.queen_squares, "Queen");
-    show_square_table(t.king_squares, "King");
-    show_square_table(t.connected_squares, "Connected Pawn");
-    show_square_table(t.defended_squares, "Defended Pawn");
-    std::printf("\n");
-    std::fflush(stdout);
+    text += square_table_text(t.pawn_squares, "Pawn");
+    text += square_table_text(t.knight_squares, "Knight");
+    text += square_table_text(t.bishop_squares, "Bishop");
+    text += square_table_text(t.rook_squares, "Rook");
+    text += square_table_text(t.queen_squares, "Queen");
+    text += square_table_text(t.king_squares, "King");
+    text += square_table_text(t.connected_squares, "Connected Pawn");
+    text += square_table_text(t.defended_squares, "Defended Pawn");
+    return text + '\n';
 }

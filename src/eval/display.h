@@ -31,5 +31,5 @@ extern EvalDisplay eval_display;
 // The `ev` view as one text. `eval` and `quiescence` are from the side to move's view.
 std::string evaluation_text(const Position &pos, const EvalDisplay &display, int eval, int quiescence);
 
-// Prints the derived tables to standard output.
-void show_eval_params();
+// The derived tables, for a person to read.
+std::string eval_params_text();

@@ -212,12 +212,12 @@ void reductions(const Words &, std::string_view) {
         derive_search_params();
     else
         settings.settings_changed = 1;  // not under a running search
-    show_search_params();
+    print_display(search_params_text());
 }
 
 void evaluation(const Words &, std::string_view) { show_evaluation(); }
 
-void evaluation_parameters(const Words &, std::string_view) { show_eval_params(); }
+void evaluation_parameters(const Words &, std::string_view) { print_display(eval_params_text()); }
 
 void trace(const Words &words, std::string_view) { set_trace_level(std::clamp(integer_at(words, 1), 0, 65535)); }
 

@@ -35,8 +35,7 @@ void isready(std::string_view) { print_line("readyok"); }
 void debug(std::string_view) { debug_echo = true; }
 
 void show_parameters(std::string_view) {
-    show_search_params();
-    show_eval_params();
+    print_display(search_params_text() + eval_params_text());
 }
 
 void setoption(std::string_view rest) {

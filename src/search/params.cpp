@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 #include "base/control.h"
+#include "base/output.h"
 
 SearchParams search_params;
 
@@ -32,19 +32,21 @@ void build_reductions(int selectivity) {
     }
 }
 
-void show_reductions(const std::array<std::array<std::uint8_t, 32>, 32> &table) {
+std::string reductions_text(const std::array<std::array<std::uint8_t, 32>, 32> &table) {
+    std::string text;
     for (std::size_t d = 1; d < 32; ++d) {
-        std::printf("%2zu  ", d);
-        for (const std::uint8_t reduction : table[d]) std::printf("%d ", reduction);
-        std::printf("\n");
+        text += format_line("%2zu  ", d);
+        for (const std::uint8_t reduction : table[d]) text += format_line("%d ", reduction);
+        text += '\n';
     }
+    return text;
 }
 
-void show_by_depth(const char *title, int depth, const char *label,
-                   const std::array<std::int16_t, MAX_MARGIN_DEPTH + 1> &values) {
-    std::printf("%s= %d, %s=", title, depth, label);
-    for (int d = 1; d <= depth; ++d) std::printf(" %d", values[static_cast<std::size_t>(d)]);
-    std::printf("\n");
+std::string depths_text(const char *title, int depth, const char *label,
+                        const std::array<std::int16_t, MAX_MARGIN_DEPTH + 1> &values) {
+    std::string text = format_line("%s= %d, %s=", title, depth, label);
+    for (int d = 1; d <= depth; ++d) text += format_line(" %d", values[static_cast<std::size_t>(d)]);
+    return text + '\n';
 }
 
 }  // namespace
@@ -78,18 +80,14 @@ void derive_search_params() {
         p.random_reduction_rate = static_cast<std::int32_t>(std::min(4500.0 / (target_nps - 10.0), 1e6));
 }
 
-void show_search_params() {
+std::string search_params_text() {
     const SearchParams &p = search_params;
-    std::printf("BP_margin= %d\n", p.BP_margin);
-    show_by_depth("FP_depth", p.FP_depth, "margins", p.FP_margin);
-    show_by_depth("SEP_depth", p.SEP_depth, "margins", p.SEP_margin);
-    std::printf("PC: depth= %d, Red= %d, Margin= %d\n", p.ProbCut_depth, p.ProbCut_reduction, p.ProbCut_margin);
-    std::printf("NMP_depth= %d\n", p.NMP_depth);
-    show_by_depth("LMP_depth", p.LMP_depth, "count", p.LMP_count);
-    std::printf("LMR_depth= %d\n", p.LMR_depth);
-    std::printf("LMR table:\n");
-    show_reductions(p.LMR_pv);
-    std::printf("\n\n");
-    show_reductions(p.LMR_nonpv);
-    std::fflush(stdout);
+    std::string text = format_line("BP_margin= %d\n", p.BP_margin);
+    text += depths_text("FP_depth", p.FP_depth, "margins", p.FP_margin);
+    text += depths_text("SEP_depth", p.SEP_depth, "margins", p.SEP_margin);
+    text += format_line("PC: depth= %d, Red= %d, Margin= %d\n", p.ProbCut_depth, p.ProbCut_reduction, p.ProbCut_margin);
+    text += format_line("NMP_depth= %d\n", p.NMP_depth);
+    text += depths_text("LMP_depth", p.LMP_depth, "count", p.LMP_count);
+    text += format_line("LMR_depth= %d\n", p.LMR_depth);
+    return text + "LMR table:\n" + reductions_text(p.LMR_pv) + "\n\n" + reductions_text(p.LMR_nonpv);
 }

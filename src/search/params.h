@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 
 #include "base/settings.h"
 
@@ -23,5 +24,5 @@ extern SearchParams search_params;
 
 void derive_search_params();
 
-// Prints the derived values to standard output.
-void show_search_params();
+// The derived values, for a person to read.
+std::string search_params_text();

@@ -113,8 +113,7 @@ private:
         engine_->send("isready");
         const Clock::time_point start = Clock::now();
         const Lines lines = engine_->expect_line([](std::string_view line) { return line == "readyok"; });
-        // Options that were sent before may resize the table or start threads first.
-        EXPECT_LT(Clock::now() - start, scaled(Milliseconds(500))) << engine_->transcript();
+        EXPECT_LT(Clock::now() - start, scaled(Milliseconds(50))) << engine_->transcript();
         for (const std::string &line : lines) look_at(line);
         if (outstanding_ == 0) {
             searched_.clear();

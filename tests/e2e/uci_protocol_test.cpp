@@ -127,6 +127,26 @@ TEST_F(UciProtocol, AnswersPromptlyWhileSearching) {
               scaled(Milliseconds(250)));
 }
 
+TEST_F(UciProtocol, DisplaysAndProgressLinesDoNotMix) {
+    constexpr int DISPLAYS = 20;
+    const Lines display = replies_to(engine_, "_show");
+    Lines expected;
+    std::string commands = "go depth 8\n";
+    for (int i = 0; i < DISPLAYS; ++i) {
+        commands += "_show\n";
+        expected.insert(expected.end(), display.begin(), display.end());
+    }
+    for (int round = 0; round < 15; ++round) {
+        engine_.send_raw("ucinewgame\n" + commands);
+        Lines shown;
+        for (const std::string &line : read_search(engine_).lines)
+            if (!line.starts_with("info ") && !line.starts_with("bestmove ")) shown.push_back(line);
+        const Lines rest = replies_to(engine_, "");
+        shown.insert(shown.end(), rest.begin(), rest.end());
+        ASSERT_EQ(shown, expected) << round;
+    }
+}
+
 TEST(UciQuit, EndsTheProgramWhateverItIsDoing) {
     for (const char *before : {"isready", "go infinite", "go ponder"}) {
         SCOPED_TRACE(before);

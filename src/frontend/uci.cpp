@@ -34,9 +34,7 @@ void isready(std::string_view) { print_line("readyok"); }
 
 void debug(std::string_view) { debug_echo = true; }
 
-void show_parameters(std::string_view) {
-    print_display(search_params_text() + eval_params_text());
-}
+void show_parameters(std::string_view) { print_display(search_params_text() + eval_params_text()); }
 
 void setoption(std::string_view rest) {
     constexpr std::string_view NAME = "name";

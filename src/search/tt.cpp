@@ -153,7 +153,11 @@ void tt_store(const Position &pos, int ply, int depth, Move move, int score, int
                        static_cast<std::uint64_t>(pos.fifty) << 56;
 }
 
-void tt_refresh_age(TtEntry &entry) { entry.data_word = (entry.data_word & ~AGE_MASK) | age_bits(); }
+void tt_refresh_age(TtEntry &entry) {
+    // Most hits are of this search: not writing them leaves their cache lines to be shared by all threads.
+    const std::uint64_t data = entry.data_word;
+    if ((data & AGE_MASK) != age_bits()) entry.data_word = (data & ~AGE_MASK) | age_bits();
+}
 
 void tt_prefetch(std::uint64_t key) {
     // A bucket is not aligned to its 64 bytes: two cache lines.

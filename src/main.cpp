@@ -8,7 +8,6 @@
 #include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
-#include "fathom/tbcore.h"
 #include "frontend/command_line.h"
 #include "frontend/engine.h"
 #include "frontend/options.h"
@@ -18,6 +17,7 @@
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 #include "tools/tools.h"
 
 namespace {

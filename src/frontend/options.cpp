@@ -11,11 +11,11 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "base/text.h"
-#include "fathom/tbcore.h"
 #include "frontend/engine.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 

@@ -3,13 +3,13 @@
 
 #include "board/attacks.h"
 #include "board/see.h"
-#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/picker.h"
 #include "search/search.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 

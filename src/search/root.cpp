@@ -5,7 +5,6 @@
 #include "base/output.h"
 #include "board/attacks.h"
 #include "board/notation.h"
-#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/picker.h"
 #include "search/report.h"
@@ -13,6 +12,7 @@
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // A table file; the first byte chooses its name. What is accepted must be readable all over.
 #include <array>
 
-#include "fathom/tbtable.h"
 #include "harness.h"
 #include "platform/mapping.h"
+#include "tablebase/table_file.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "board/attacks.h"
-#include "fathom/tbindex.h"
-#include "fathom/tbtable.h"
+#include "tablebase/index.h"
+#include "tablebase/table_file.h"
 
 TbIndexTables tb_tables;
 

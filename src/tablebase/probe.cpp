@@ -1,4 +1,4 @@
-#include "fathom/tbprobe.h"
+#include "tablebase/probe.h"
 
 #include <algorithm>
 #include <cassert>
@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "board/attacks.h"
-#include "fathom/tbcore.h"
+#include "tablebase/registry.h"
 
 namespace {
 

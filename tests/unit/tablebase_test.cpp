@@ -11,8 +11,8 @@
 
 #include "engine_fixture.h"
 #include "eval/kpk.h"
-#include "fathom/tbcore.h"
-#include "fathom/tbprobe.h"
+#include "tablebase/probe.h"
+#include "tablebase/registry.h"
 #include "test_support.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "board/position.h"
-#include "fathom/tbposition.h"
+#include "tablebase/board.h"
 
 // How a probe went.
 enum TbSuccess : int {

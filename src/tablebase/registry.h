@@ -1,7 +1,7 @@
 // Endgame tablebases in the Syzygy format.
 //
-// This folder finds, maps and reads table files (this header: the registry; tbtable.h: layout, index, decoding of one
-// file) and answers for whole positions (tbprobe.h), on a small board of its own (tbposition.h). It owns the registry and
+// This folder finds, maps and reads table files (this header: the registry; table_file.h: layout, index, decoding of one
+// file) and answers for whole positions (probe.h), on a small board of its own (board.h). It owns the registry and
 // the mappings. Tables are parsed at their first probe and stay mapped until the next tb_setup.
 #pragma once
 
@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "fathom/tbposition.h"
-#include "fathom/tbtable.h"
 #include "platform/mapping.h"
+#include "tablebase/board.h"
+#include "tablebase/table_file.h"
 
 // Key of a set of pieces: a sum over the pieces other than kings, modulo 2^64; 0 for bare kings. The mirrored key is
 // that of the same pieces with the colours exchanged.

@@ -1,4 +1,4 @@
-#include "fathom/tbposition.h"
+#include "tablebase/board.h"
 
 #include "board/attacks.h"
 

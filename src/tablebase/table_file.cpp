@@ -1,10 +1,10 @@
-#include "fathom/tbtable.h"
+#include "tablebase/table_file.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstring>
 
-#include "fathom/tbindex.h"
+#include "tablebase/index.h"
 
 namespace {
 

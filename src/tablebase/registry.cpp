@@ -1,4 +1,4 @@
-#include "fathom/tbcore.h"
+#include "tablebase/registry.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,11 +1,6 @@
-// The index of a position in a table.
-#include <algorithm>
-
-#include "board/attacks.h"
 #include "tablebase/index.h"
-#include "tablebase/table_file.h"
 
-TbIndexTables tb_tables;
+#include <algorithm>
 
 namespace {
 
@@ -73,47 +68,85 @@ constexpr std::array<int, 8> file_fold = {0, 1, 2, 3, 3, 2, 1, 0};
 constexpr int TRIANGLE_SQUARES = 10;
 constexpr Square TRIANGLE[TRIANGLE_SQUARES] = {1, 2, 3, 10, 11, 19, 0, 9, 18, 27};  // b1 c1 d1 c2 d2 d3 a1 b2 c3 d4
 
-std::array<std::array<std::int16_t, 64>, TRIANGLE_SQUARES> king_pair_code;  // -1: impossible
-
 // +1 above the diagonal a1-h8, -1 below it, 0 on it.
 constexpr int diag_side(Square s) { return rank_of(s) > file_of(s) ? 1 : rank_of(s) < file_of(s) ? -1 : 0; }
 constexpr Square transpose_square(Square s) { return make_square(rank_of(s), file_of(s)); }
 
-void number_king_pairs() {
-    std::int16_t code = 0;
-    std::vector<std::int16_t *> deferred;  // both kings on the diagonal
-    for (std::size_t t = 0; t < TRIANGLE_SQUARES; ++t) {
-        const Square first = TRIANGLE[t];
-        for (Square second = 0; second < 64; ++second) {
-            std::int16_t &entry = king_pair_code[t][static_cast<std::size_t>(second)];
-            entry = -1;
-            if (((king_attacks(first) | bit(first)) & bit(second)) != 0) continue;
-            if (diag_side(first) == 0 && diag_side(second) > 0) continue;
-            if (diag_side(first) == 0 && diag_side(second) == 0)
-                deferred.push_back(&entry);
-            else
-                entry = code++;
-        }
-    }
-    for (std::int16_t *entry : deferred) *entry = code++;
+constexpr bool touch(Square a, Square b) {
+    const int files = file_of(a) - file_of(b);
+    const int ranks = rank_of(a) - rank_of(b);
+    return -1 <= files && files <= 1 && -1 <= ranks && ranks <= 1;
 }
 
-void number_pawns() {
-    std::array<Square, 24> square_of;  // [leading pawn's index]
-    for (Square s = 8; s < 56; ++s)
-        if (file_of(s) < 4) square_of[static_cast<std::size_t>(pawn_file_index[static_cast<std::size_t>(s)])] = s;
-    for (std::size_t k = 0; k < 5; ++k) {
-        for (std::size_t file = 0; file < 4; ++file) {
-            std::uint64_t sum = 0;
-            for (std::size_t j = 6 * file; j < 6 * file + 6; ++j) {
-                tb_tables.lead_pawn_base[k][j] = sum;
-                const auto order = static_cast<std::size_t>(pawn_order[static_cast<std::size_t>(square_of[j])]);
-                sum += k == 0 ? 1 : tb_tables.choose[k - 1][order];
+// Pairs with both kings on the diagonal come last; -1: impossible, or the mirror image of another pair.
+using KingPairs = std::array<std::array<std::int16_t, 64>, TRIANGLE_SQUARES>;  // [place in the triangle][other king]
+
+constexpr KingPairs number_king_pairs() {
+    KingPairs pairs{};
+    std::int16_t code = 0;
+    for (const bool both_on_diagonal : {false, true}) {
+        for (int t = 0; t < TRIANGLE_SQUARES; ++t) {
+            for (Square second = 0; second < 64; ++second) {
+                const Square first = TRIANGLE[t];
+                const bool on_diagonal = diag_side(first) == 0 && diag_side(second) == 0;
+                const bool possible = !touch(first, second) && (diag_side(first) != 0 || diag_side(second) <= 0);
+                if (!possible)
+                    pairs[t][second] = -1;
+                else if (on_diagonal == both_on_diagonal)
+                    pairs[t][second] = code++;
             }
-            tb_tables.lead_pawn_count[k][file] = sum;
         }
     }
+    return pairs;
 }
+
+constexpr KingPairs king_pair_code = number_king_pairs();
+
+constexpr std::size_t LARGEST_GROUP = TB_PIECES - 1;
+using Binomials = std::array<std::array<std::uint64_t, 65>, LARGEST_GROUP + 1>;
+
+constexpr Binomials build_binomials() {
+    Binomials table{};
+    for (std::size_t n = 0; n <= 64; ++n) {
+        table[0][n] = 1;
+        for (std::size_t k = 1; k <= LARGEST_GROUP && n > 0; ++k) table[k][n] = table[k - 1][n - 1] + table[k][n - 1];
+    }
+    return table;
+}
+
+constexpr Binomials binomials = build_binomials();  // [k][n]: n over k
+
+constexpr std::size_t FILES = 4;  // a to d
+constexpr std::size_t PAWNS_A_FILE = 6;
+
+struct LeadPawns {
+    // [other leading pawns]
+    std::array<std::array<std::uint64_t, FILES * PAWNS_A_FILE>, LARGEST_GROUP> base;  // [leading pawn's index]
+    std::array<std::array<std::uint64_t, FILES>, LARGEST_GROUP> count;                // [file]
+};
+
+constexpr LeadPawns number_lead_pawns() {
+    std::array<Square, FILES * PAWNS_A_FILE> square_of{};  // [leading pawn's index]
+    for (Square s = 8; s < 56; ++s)
+        if (file_of(s) < 4) square_of[pawn_file_index[s]] = s;
+    LeadPawns pawns{};
+    for (std::size_t others = 0; others < LARGEST_GROUP; ++others) {
+        for (std::size_t file = 0; file < FILES; ++file) {
+            std::uint64_t sum = 0;
+            for (std::size_t i = PAWNS_A_FILE * file; i < PAWNS_A_FILE * (file + 1); ++i) {
+                pawns.base[others][i] = sum;
+                sum += binomials[others][pawn_order[square_of[i]]];
+            }
+            pawns.count[others][file] = sum;
+        }
+    }
+    return pawns;
+}
+
+constexpr LeadPawns lead_pawns = number_lead_pawns();
+
+// Places of the leading group of a table without pawns: [index_scheme].
+constexpr std::array<std::uint64_t, 3> pivot_size = {31332, 0, 462};
 
 // Adds the places of the group of `size` equal pieces that starts at `first`; `shift` squares are not open to it.
 std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, std::size_t first, std::size_t size,
@@ -125,17 +158,15 @@ std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, std::size_t fi
         const Square s = squares[first + m];
         Square place = s - shift;
         for (std::size_t i = 0; i < before; ++i) place -= s > squares[i];
-        sum += tb_tables.choose[m][static_cast<std::size_t>(place)];
+        sum += binomials[m + 1][place];
     }
     return sum;
 }
 
 template <typename Map>
 void map_squares(std::array<Square, TB_PIECES> &squares, int count, Map map) {
-    for (int i = 0; i < count; ++i) squares[static_cast<std::size_t>(i)] = map(squares[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < count; ++i) squares[i] = map(squares[i]);
 }
-
-std::int64_t at(const Grid &grid, Square s) { return grid[static_cast<std::size_t>(s)]; }
 
 // Three single pieces.
 std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
@@ -144,13 +175,13 @@ std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
     constexpr std::int64_t OFF_DIAGONAL = 6 * 63 * 62;
     constexpr std::int64_t SECOND_OFF = OFF_DIAGONAL + 4 * 28 * 62;
     constexpr std::int64_t THIRD_OFF = SECOND_OFF + 4 * 7 * 28;
-    if (diag_side(pos[0]) != 0) return at(fold_triangle, pos[0]) * 63 * 62 + (pos[1] - i) * 62 + (pos[2] - j);
+    if (diag_side(pos[0]) != 0) return fold_triangle[pos[0]] * 63 * 62 + (pos[1] - i) * 62 + (pos[2] - j);
     if (diag_side(pos[1]) != 0)
-        return OFF_DIAGONAL + at(diag_index, pos[0]) * 28 * 62 + at(below_diag_index, pos[1]) * 62 + pos[2] - j;
-    const std::int64_t first = at(diag_index, pos[0]);
-    const std::int64_t second = at(diag_index, pos[1]) - i;
-    if (diag_side(pos[2]) != 0) return SECOND_OFF + first * 7 * 28 + second * 28 + at(below_diag_index, pos[2]);
-    return THIRD_OFF + first * 7 * 6 + second * 6 + (at(diag_index, pos[2]) - j);
+        return OFF_DIAGONAL + diag_index[pos[0]] * 28 * 62 + below_diag_index[pos[1]] * 62 + pos[2] - j;
+    const std::int64_t first = diag_index[pos[0]];
+    const std::int64_t second = diag_index[pos[1]] - i;
+    if (diag_side(pos[2]) != 0) return SECOND_OFF + first * 7 * 28 + second * 28 + below_diag_index[pos[2]];
+    return THIRD_OFF + first * 7 * 6 + second * 6 + (diag_index[pos[2]] - j);
 }
 
 std::int64_t pawnless_lead(const TbMaterial &material, std::array<Square, TB_PIECES> &pos) {
@@ -164,35 +195,26 @@ std::int64_t pawnless_lead(const TbMaterial &material, std::array<Square, TB_PIE
         break;
     }
     if (material.index_scheme == 0) return index_of_three(pos);
-    return king_pair_code[static_cast<std::size_t>(at(fold_triangle, pos[0]))][static_cast<std::size_t>(pos[1])];
+    return king_pair_code[fold_triangle[pos[0]]][pos[1]];
 }
 
 std::int64_t pawn_lead(const TbMaterial &material, std::array<Square, TB_PIECES> &pos) {
     if (file_of(pos[0]) > 3) map_squares(pos, material.num, [](Square s) { return s ^ 7; });
     const std::size_t t = material.pawn_counts[0] - 1U;
     std::sort(pos.begin() + 1, pos.begin() + 1 + static_cast<std::ptrdiff_t>(t),
-              [](Square a, Square b) { return at(pawn_order, a) > at(pawn_order, b); });
-    std::uint64_t index = tb_tables.lead_pawn_base[t][static_cast<std::size_t>(at(pawn_file_index, pos[0]))];
-    for (std::size_t i = t; i > 0; --i)
-        index += tb_tables.choose[t - i][static_cast<std::size_t>(at(pawn_order, pos[i]))];
+              [](Square a, Square b) { return pawn_order[a] > pawn_order[b]; });
+    std::uint64_t index = lead_pawns.base[t][pawn_file_index[pos[0]]];
+    for (std::size_t i = t; i > 0; --i) index += binomials[t - i + 1][pawn_order[pos[i]]];
     return static_cast<std::int64_t>(index);
 }
 
 }  // namespace
 
-void tb_init_indices() {
-    static bool built = false;
-    if (built) return;
-    built = true;
-    for (std::size_t k = 0; k < 5; ++k) {
-        for (std::size_t n = 0; n < 64; ++n) {
-            std::uint64_t value = 1;
-            for (std::size_t i = 0; i <= k; ++i) value = n >= i ? value * (n - i) / (i + 1) : 0;
-            tb_tables.choose[k][n] = value;
-        }
-    }
-    number_king_pairs();
-    number_pawns();
+std::uint64_t tb_choose(std::uint64_t n, std::size_t k) { return binomials[k][n]; }
+
+std::uint64_t tb_lead_places(const TbMaterial &material, std::size_t sub_table) {
+    if (material.pawn_table) return lead_pawns.count[material.pawn_counts[0] - 1][sub_table];
+    return pivot_size[material.index_scheme];
 }
 
 std::int64_t tb_index(const TbMaterial &material, const TbSide &side, std::array<Square, TB_PIECES> &squares) {
@@ -216,7 +238,7 @@ std::int64_t tb_index(const TbMaterial &material, const TbSide &side, std::array
 int tb_leading_file(const TbMaterial &material, std::array<Square, TB_PIECES> &squares) {
     std::size_t leading = 0;
     for (std::size_t i = 1; i < material.pawn_counts[0]; ++i)
-        if (at(pawn_file_index, squares[i]) < at(pawn_file_index, squares[leading])) leading = i;
+        if (pawn_file_index[squares[i]] < pawn_file_index[squares[leading]]) leading = i;
     std::swap(squares[0], squares[leading]);
-    return file_fold[static_cast<std::size_t>(file_of(squares[0]))];
+    return file_fold[file_of(squares[0])];
 }

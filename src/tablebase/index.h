@@ -1,15 +1,22 @@
-// Index tables that the layout of a file needs as well. For the files of this folder.
+// The index of a position in a table: places of groups of equal pieces, and of the pieces that lead.
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
-struct TbIndexTables {
-    std::array<std::array<std::uint64_t, 64>, 5> choose;          // [k][n]: n over k + 1
-    std::array<std::array<std::uint64_t, 24>, 5> lead_pawn_base;  // [other leading pawns][leading pawn's index]
-    std::array<std::array<std::uint64_t, 4>, 5> lead_pawn_count;  // [other leading pawns][file]
-};
-extern TbIndexTables tb_tables;  // built by tb_init_indices
+#include "board/types.h"
+#include "tablebase/table_file.h"
 
-// Positions of the leading group of a table without pawns: [index_scheme].
-constexpr std::array<std::uint64_t, 3> pivot_size = {31332, 0, 462};
+// Ways to choose k of n squares, n from 0 to 64 and k from 0 to 5.
+std::uint64_t tb_choose(std::uint64_t n, std::size_t k);
+
+// Number of places that the leading group has in a sub-table.
+std::uint64_t tb_lead_places(const TbMaterial &material, std::size_t sub_table);
+
+// Index of a position; the squares are in encoding order, and are in another order afterwards. Negative when the two
+// kings touch.
+std::int64_t tb_index(const TbMaterial &material, const TbSide &side, std::array<Square, TB_PIECES> &squares);
+
+// The pawn whose file selects the sub-table: moved to the front of the leading pawns. Returns the sub-table.
+int tb_leading_file(const TbMaterial &material, std::array<Square, TB_PIECES> &squares);

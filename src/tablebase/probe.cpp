@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "board/attacks.h"
+#include "tablebase/index.h"
 #include "tablebase/registry.h"
 
 namespace {

@@ -254,7 +254,6 @@ std::uint64_t tb_material_key(const TbPosition &pos, bool mirrored) {
 }
 
 void tb_setup(std::string_view paths) {
-    tb_init_indices();
     release_all();
     if (paths.empty() || paths == "<empty>") return;
     directories = split_paths(paths);

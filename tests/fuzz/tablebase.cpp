@@ -3,7 +3,7 @@
 
 #include "harness.h"
 #include "platform/mapping.h"
-#include "tablebase/table_file.h"
+#include "tablebase/index.h"
 
 namespace {
 
@@ -34,7 +34,6 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::start();
-    tb_init_indices();
     if (size < 1) return 0;
     const TbMaterial material = tb_material(tb_counts(NAMES[data[0] % std::size(NAMES)]));
     std::vector<std::uint8_t> bytes(data + 1, data + size);

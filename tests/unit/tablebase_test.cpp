@@ -11,6 +11,7 @@
 
 #include "engine_fixture.h"
 #include "eval/kpk.h"
+#include "tablebase/index.h"
 #include "tablebase/probe.h"
 #include "tablebase/registry.h"
 #include "test_support.h"

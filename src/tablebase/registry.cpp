@@ -2,20 +2,19 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <mutex>
-
-int tb_largest = 0;
 
 namespace {
 
-constexpr std::size_t TBMAX_PIECE = 254;
-constexpr std::size_t TBMAX_PAWN = 256;
-constexpr std::size_t HSHMAX = 5;
-constexpr std::size_t BUCKETS = 1024;
+constexpr int MOST_PAWNLESS_TABLES = 254;
+constexpr int MOST_PAWN_TABLES = 256;
+constexpr std::string_view TOO_MANY_PAWNLESS_TABLES = "TBMAX_PIECE limit too low!\n";
+constexpr std::string_view TOO_MANY_PAWN_TABLES = "TBMAX_PAWN limit too low!\n";
+constexpr std::string_view BUCKET_FULL = "HSHMAX too low!\n";
+
 constexpr int BUCKET_SHIFT = 54;  // the top 10 bits of a key
-constexpr std::size_t DTZ_ENTRIES = 64;
+static_assert(TB_BUCKETS == std::size_t{1} << (64 - BUCKET_SHIFT));
+
 constexpr std::size_t LONGEST_PATH = 259;
 constexpr const char *WDL_SUFFIX = ".rtbw";
 constexpr const char *DTZ_SUFFIX = ".rtbz";
@@ -41,30 +40,15 @@ constexpr std::array<std::uint64_t, 16> PRIMES = {
     0,
 };
 
-struct HashSlot {
-    std::atomic<std::uint64_t> key{0};  // 0: empty, or a table that cannot be used
-    TbTable *table = nullptr;
-};
-using Bucket = std::array<HashSlot, HSHMAX>;
-
-// The registry. Written by tb_setup; slots' keys and the tables' contents under tb_lock at first probes.
-std::vector<std::string> directories;
-std::vector<std::unique_ptr<TbTable>> tables;
-std::size_t pawnless_tables = 0;
-std::size_t pawn_tables = 0;
-std::array<Bucket, BUCKETS> key_hash;
-std::mutex tb_lock;
-
-// Loaded DTZ tables, most recently used first. Thread 0.
-std::array<std::unique_ptr<TbDtzTable>, DTZ_ENTRIES> dtz_cache;
-
-[[noreturn]] void give_up(const std::string &message) {
-    std::fputs(message.c_str(), stderr);
-    std::fflush(nullptr);
-    std::_Exit(1);  // other threads may be running
+void warn(const TbReport &report, std::string_view text) {
+    if (report.warn != nullptr) report.warn(report.context, text);
 }
 
-Bucket &bucket_of(std::uint64_t key) { return key_hash[key >> BUCKET_SHIFT]; }
+void fail(const TbReport &report, std::string_view text) {
+    if (report.fail != nullptr) report.fail(report.context, text);
+}
+
+auto &bucket_of(Tablebases &tablebases, std::uint64_t key) { return tablebases.slots[key >> BUCKET_SHIFT]; }
 
 // Splits at ';', and at ':' unless it ends a drive letter. Empty parts are dropped.
 std::vector<std::string> split_paths(std::string_view paths) {
@@ -94,8 +78,8 @@ std::string path_in(const std::string &directory, const std::string &name, const
 }
 
 // Path of the first directory's file that can be opened, or an empty text.
-std::string tb_open_file(const std::string &name, const char *suffix) {
-    for (const std::string &directory : directories) {
+std::string find_file(const Tablebases &tablebases, const std::string &name, const char *suffix) {
+    for (const std::string &directory : tablebases.directories) {
         const std::string path = path_in(directory, name, suffix);
         if (path.empty()) break;
         std::error_code error;
@@ -108,75 +92,81 @@ std::string tb_open_file(const std::string &name, const char *suffix) {
     return {};
 }
 
-// Maps a whole file. False when it cannot be opened.
-bool tb_map_file(const std::string &name, const char *suffix, MappedFile &file) {
-    const std::string path = tb_open_file(name, suffix);
+void unmap_file(const TbReport &report, MappedFile &file) {
+    if (const int error = file.unmap(); error != 0)
+        warn(report, "unmap failed, error code " + std::to_string(error) + "\n");
+}
+
+// Maps a whole file. False after a report.
+bool map_file(const Tablebases &tablebases, const std::string &name, const char *suffix, MappedFile &file) {
+    const std::string path = find_file(tablebases, name, suffix);
     int error = 0;
-    if (path.empty()) return false;
-    const MappedFile::Result result = file.map(path, error);
+    const MappedFile::Result result = path.empty() ? MappedFile::Result::CANNOT_OPEN : file.map(path, error);
+    if (result == MappedFile::Result::CANNOT_OPEN) warn(tablebases.report, "Could not find " + name + suffix + "\n");
     if (result == MappedFile::Result::CANNOT_MAP)
-        give_up("MapViewOfFile() failed, name = " + name + suffix + ", error = " + std::to_string(error) + ".\n");
+        fail(tablebases.report,
+             "MapViewOfFile() failed, name = " + name + suffix + ", error = " + std::to_string(error) + ".\n");
     return result == MappedFile::Result::MAPPED;
 }
 
-void tb_unmap_file(MappedFile &file) {
-    if (const int error = file.unmap(); error != 0) std::fprintf(stderr, "unmap failed, error code %d\n", error);
-}
-
-// Maps and parses a file. False after a line on standard error.
-bool load_layout(const std::string &name, const TbMaterial &material, TbKind kind, MappedFile &file,
+// Maps and parses a file. False after a report.
+bool load_layout(const Tablebases &tablebases, const TbTable &table, TbKind kind, MappedFile &file,
                  std::unique_ptr<TbLayout> &layout) {
-    const char *suffix = kind == TbKind::WDL ? WDL_SUFFIX : DTZ_SUFFIX;
-    if (!tb_map_file(name, suffix, file)) {
-        std::fprintf(stderr, "Could not find %s%s\n", name.c_str(), suffix);
-        return false;
-    }
-    layout = parse_tb_file(file.data(), file.size(), material, kind);
+    if (!map_file(tablebases, table.name, kind == TbKind::WDL ? WDL_SUFFIX : DTZ_SUFFIX, file)) return false;
+    layout = parse_tb_file(file.data(), file.size(), table.material, kind);
     if (layout != nullptr) return true;
-    std::fprintf(stderr, "Corrupted table.\n");
-    tb_unmap_file(file);
+    warn(tablebases.report, "Corrupted table.\n");
+    unmap_file(tablebases.report, file);
     return false;
 }
 
-// Under tb_lock.
-bool tb_load_table(TbTable &table) {
-    if (!load_layout(table.name, table.material, TbKind::WDL, table.file, table.layout)) return false;
+// Under the lock.
+bool load_table(const Tablebases &tablebases, TbTable &table) {
+    if (!load_layout(tablebases, table, TbKind::WDL, table.file, table.layout)) return false;
     table.ready.store(true, std::memory_order_release);
     return true;
 }
 
-void enter_key(std::uint64_t key, TbTable *table) {
-    for (HashSlot &slot : bucket_of(key)) {
+bool enter_key(Tablebases &tablebases, std::uint64_t key, TbTable *table) {
+    for (TbSlot &slot : bucket_of(tablebases, key)) {
         if (slot.table != nullptr) continue;
         slot.key.store(key, std::memory_order_relaxed);
         slot.table = table;
-        return;
+        return true;
     }
-    give_up("HSHMAX too low!\n");
+    return false;
 }
 
-void register_table(const std::string &name) {
+struct Registration {
+    Tablebases &tablebases;
+    int pawnless_tables = 0;
+    int pawn_tables = 0;
+    std::string_view error = {};
+};
+
+void register_table(Registration &registration, const std::string &name) {
+    Tablebases &tablebases = registration.tablebases;
     const TbCounts counts = tb_counts(name);
-    auto table = std::make_unique<TbTable>();
-    table->key = tb_material_key(counts, false);
-    table->mirror_key = tb_material_key(counts, true);
-    table->material = tb_material(counts);
-    table->name = name;
-    table->ready = false;
-    if (table->material.pawn_table) {
-        if (pawn_tables++ == TBMAX_PAWN) give_up("TBMAX_PAWN limit too low!\n");
-    } else {
-        if (pawnless_tables++ == TBMAX_PIECE) give_up("TBMAX_PIECE limit too low!\n");
-    }
-    tb_largest = std::max(tb_largest, table->material.num);
-    enter_key(table->key, table.get());
-    if (!table->material.symmetric) enter_key(table->mirror_key, table.get());
-    tables.push_back(std::move(table));
+    TbTable &table = *tablebases.tables.emplace_back(std::make_unique<TbTable>());
+    table.key = tb_material_key(counts, false);
+    table.mirror_key = tb_material_key(counts, true);
+    table.material = tb_material(counts);
+    table.name = name;
+    table.ready = false;
+    if (table.material.pawn_table && registration.pawn_tables++ == MOST_PAWN_TABLES)
+        registration.error = TOO_MANY_PAWN_TABLES;
+    else if (!table.material.pawn_table && registration.pawnless_tables++ == MOST_PAWNLESS_TABLES)
+        registration.error = TOO_MANY_PAWNLESS_TABLES;
+    else if (!enter_key(tablebases, table.key, &table) ||
+             (!table.material.symmetric && !enter_key(tablebases, table.mirror_key, &table)))
+        registration.error = BUCKET_FULL;
+    tablebases.largest = std::max(tablebases.largest, table.material.num);
 }
 
-void try_table(std::string_view white, std::string_view black) {
+void try_table(Registration &registration, std::string_view white, std::string_view black) {
     const std::string name = "K" + std::string(white) + "vK" + std::string(black);
-    if (!tb_open_file(name, WDL_SUFFIX).empty()) register_table(name);
+    if (registration.error.empty() && !find_file(registration.tablebases, name, WDL_SUFFIX).empty())
+        register_table(registration, name);
 }
 
 // All groups of `count` letters, each at or after the one before it.
@@ -191,7 +181,7 @@ std::vector<std::string> piece_groups(std::size_t count) {
 
 // Every material of up to six pieces, each once: with as many pieces on both sides the second group is not before the
 // first.
-void register_all() {
+void register_all(Registration &registration) {
     constexpr struct {
         std::size_t white, black;
     } PATTERNS[] = {{1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {2, 2}, {3, 1}, {4, 0}};
@@ -200,30 +190,29 @@ void register_all() {
         const std::vector<std::string> blacks = piece_groups(pattern.black);
         for (std::size_t w = 0; w < whites.size(); ++w)
             for (std::size_t b = pattern.white == pattern.black ? w : 0; b < blacks.size(); ++b)
-                try_table(whites[w], blacks[b]);
+                try_table(registration, whites[w], blacks[b]);
     }
 }
 
-void release_all() {
-    for (auto &table : tables) tb_unmap_file(table->file);
-    for (auto &entry : dtz_cache) {
-        if (entry != nullptr) tb_unmap_file(entry->file);
+void release_all(Tablebases &tablebases) {
+    for (auto &table : tablebases.tables) unmap_file(tablebases.report, table->file);
+    for (auto &entry : tablebases.dtz_cache) {
+        if (entry != nullptr) unmap_file(tablebases.report, entry->file);
         entry.reset();
     }
-    for (Bucket &bucket : key_hash) {
-        for (HashSlot &slot : bucket) {
+    for (auto &bucket : tablebases.slots) {
+        for (TbSlot &slot : bucket) {
             slot.key.store(0, std::memory_order_relaxed);
             slot.table = nullptr;
         }
     }
-    tables.clear();
-    directories.clear();
-    pawnless_tables = pawn_tables = 0;
-    tb_largest = 0;
+    tablebases.tables.clear();
+    tablebases.directories.clear();
+    tablebases.largest = 0;
 }
 
-HashSlot *find_slot(std::uint64_t key) {
-    for (HashSlot &slot : bucket_of(key))
+TbSlot *find_slot(Tablebases &tablebases, std::uint64_t key) {
+    for (TbSlot &slot : bucket_of(tablebases, key))
         if (slot.key.load(std::memory_order_relaxed) == key) return &slot;
     return nullptr;
 }
@@ -253,23 +242,24 @@ std::uint64_t tb_material_key(const TbPosition &pos, bool mirrored) {
     return key;
 }
 
-void tb_setup(std::string_view paths) {
-    release_all();
-    if (paths.empty() || paths == "<empty>") return;
-    directories = split_paths(paths);
-    register_all();
-    std::printf("info string found %zu tablebases\n", tables.size());
-    std::fflush(stdout);
+TbSetup tb_setup(Tablebases &tablebases, std::string_view paths) {
+    release_all(tablebases);
+    if (paths.empty() || paths == "<empty>") return {};
+    tablebases.directories = split_paths(paths);
+    Registration registration{tablebases};
+    register_all(registration);
+    if (!registration.error.empty()) release_all(tablebases);
+    return {true, tablebases.tables.size(), registration.error};
 }
 
-const TbTable *tb_find_table(std::uint64_t key) {
-    HashSlot *slot = find_slot(key);
+const TbTable *tb_find_table(Tablebases &tablebases, std::uint64_t key) {
+    TbSlot *slot = find_slot(tablebases, key);
     if (slot == nullptr) return nullptr;
     TbTable &table = *slot->table;
     if (!table.ready.load(std::memory_order_acquire)) {
-        const std::lock_guard<std::mutex> guard(tb_lock);
+        const std::lock_guard<std::mutex> guard(tablebases.lock);
         if (slot->key.load(std::memory_order_relaxed) != key) return nullptr;  // has just failed in another thread
-        if (!table.ready.load(std::memory_order_relaxed) && !tb_load_table(table)) {
+        if (!table.ready.load(std::memory_order_relaxed) && !load_table(tablebases, table)) {
             slot->key.store(0, std::memory_order_relaxed);
             return nullptr;
         }
@@ -277,27 +267,26 @@ const TbTable *tb_find_table(std::uint64_t key) {
     return &table;
 }
 
-const TbDtzTable *tb_find_dtz_table(std::uint64_t key) {
-    const auto usable = [](const std::unique_ptr<TbDtzTable> &entry) {
-        return entry->layout != nullptr ? entry.get() : nullptr;
-    };
-    const auto found = std::find_if(dtz_cache.begin(), dtz_cache.end(), [key](const auto &entry) {
+const TbDtzTable *tb_find_dtz_table(Tablebases &tablebases, std::uint64_t key) {
+    auto &cache = tablebases.dtz_cache;
+    const auto usable = [](const TbDtzTable &entry) { return entry.layout != nullptr ? &entry : nullptr; };
+    const auto found = std::find_if(cache.begin(), cache.end(), [key](const auto &entry) {
         return entry != nullptr && (entry->key == key || entry->mirror_key == key);
     });
-    if (found != dtz_cache.end()) {
-        std::rotate(dtz_cache.begin(), found, found + 1);
-        return usable(dtz_cache.front());
+    if (found != cache.end()) {
+        std::rotate(cache.begin(), found, found + 1);
+        return usable(*cache.front());
     }
-    const HashSlot *slot = find_slot(key);
+    const TbSlot *slot = find_slot(tablebases, key);
     if (slot == nullptr) return nullptr;
-    if (dtz_cache.back() != nullptr) tb_unmap_file(dtz_cache.back()->file);
-    std::rotate(dtz_cache.begin(), dtz_cache.end() - 1, dtz_cache.end());
+    if (cache.back() != nullptr) unmap_file(tablebases.report, cache.back()->file);
+    std::rotate(cache.begin(), cache.end() - 1, cache.end());
     const TbTable &table = *slot->table;
-    dtz_cache.front() = std::make_unique<TbDtzTable>();
-    TbDtzTable &entry = *dtz_cache.front();
+    cache.front() = std::make_unique<TbDtzTable>();
+    TbDtzTable &entry = *cache.front();
     entry.key = table.key;
     entry.mirror_key = table.mirror_key;
     entry.material = &table.material;
-    load_layout(table.name, table.material, TbKind::DTZ, entry.file, entry.layout);
-    return usable(dtz_cache.front());
+    load_layout(tablebases, table, TbKind::DTZ, entry.file, entry.layout);
+    return usable(entry);
 }

@@ -101,8 +101,7 @@ bool tb_measure_symbols(TbPairs &pairs, std::size_t symbols) {
                 stack.pop_back();
                 continue;
             }
-            const std::size_t children[] = {static_cast<std::size_t>(left_child(entry)),
-                                            static_cast<std::size_t>(right)};
+            const int children[] = {left_child(entry), right};
             const bool first_visit = state[symbol] == UNKNOWN;
             state[symbol] = OPEN;
             std::uint32_t length = 1;

@@ -149,15 +149,13 @@ constexpr LeadPawns lead_pawns = number_lead_pawns();
 constexpr std::array<std::uint64_t, 3> pivot_size = {31332, 0, 462};
 
 // Adds the places of the group of `size` equal pieces that starts at `first`; `shift` squares are not open to it.
-std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, std::size_t first, std::size_t size,
-                          std::size_t before, Square shift) {
-    std::sort(squares.begin() + static_cast<std::ptrdiff_t>(first),
-              squares.begin() + static_cast<std::ptrdiff_t>(first + size));
+std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, int first, int size, Square shift) {
+    std::sort(squares.begin() + first, squares.begin() + first + size);
     std::uint64_t sum = 0;
-    for (std::size_t m = 0; m < size; ++m) {
+    for (int m = 0; m < size; ++m) {
         const Square s = squares[first + m];
         Square place = s - shift;
-        for (std::size_t i = 0; i < before; ++i) place -= s > squares[i];
+        for (int i = 0; i < first; ++i) place -= s > squares[i];
         sum += binomials[m + 1][place];
     }
     return sum;
@@ -187,8 +185,8 @@ std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
 std::int64_t pawnless_lead(const TbMaterial &material, std::array<Square, TB_PIECES> &pos) {
     if (file_of(pos[0]) > 3) map_squares(pos, material.num, [](Square s) { return s ^ 7; });
     if (rank_of(pos[0]) > 3) map_squares(pos, material.num, [](Square s) { return s ^ 56; });
-    const std::size_t leading = material.index_scheme == 0 ? 3 : 2;
-    for (std::size_t i = 0; i < leading; ++i) {
+    const int leading = material.index_scheme == 0 ? 3 : 2;
+    for (int i = 0; i < leading; ++i) {
         const int side = diag_side(pos[i]);
         if (side == 0) continue;
         if (side > 0) map_squares(pos, material.num, transpose_square);
@@ -200,19 +198,19 @@ std::int64_t pawnless_lead(const TbMaterial &material, std::array<Square, TB_PIE
 
 std::int64_t pawn_lead(const TbMaterial &material, std::array<Square, TB_PIECES> &pos) {
     if (file_of(pos[0]) > 3) map_squares(pos, material.num, [](Square s) { return s ^ 7; });
-    const std::size_t t = material.pawn_counts[0] - 1U;
-    std::sort(pos.begin() + 1, pos.begin() + 1 + static_cast<std::ptrdiff_t>(t),
+    const int others = material.pawn_counts[0] - 1;
+    std::sort(pos.begin() + 1, pos.begin() + 1 + others,
               [](Square a, Square b) { return pawn_order[a] > pawn_order[b]; });
-    std::uint64_t index = lead_pawns.base[t][pawn_file_index[pos[0]]];
-    for (std::size_t i = t; i > 0; --i) index += binomials[t - i + 1][pawn_order[pos[i]]];
+    std::uint64_t index = lead_pawns.base[others][pawn_file_index[pos[0]]];
+    for (int i = others; i > 0; --i) index += binomials[others - i + 1][pawn_order[pos[i]]];
     return static_cast<std::int64_t>(index);
 }
 
 }  // namespace
 
-std::uint64_t tb_choose(std::uint64_t n, std::size_t k) { return binomials[k][n]; }
+std::uint64_t tb_choose(int n, int k) { return binomials[k][n]; }
 
-std::uint64_t tb_lead_places(const TbMaterial &material, std::size_t sub_table) {
+std::uint64_t tb_lead_places(const TbMaterial &material, int sub_table) {
     if (material.pawn_table) return lead_pawns.count[material.pawn_counts[0] - 1][sub_table];
     return pivot_size[material.index_scheme];
 }
@@ -221,23 +219,23 @@ std::int64_t tb_index(const TbMaterial &material, const TbSide &side, std::array
     const std::int64_t lead = material.pawn_table ? pawn_lead(material, squares) : pawnless_lead(material, squares);
     if (lead < 0) return -1;
     std::uint64_t index = static_cast<std::uint64_t>(lead) * side.group_factor[0];
-    std::size_t i = side.group_size[0];
+    int i = side.group_size[0];
     if (material.pawn_table && material.pawn_counts[1] != 0) {
-        const std::size_t size = material.pawn_counts[1];
-        index += group_index(squares, i, size, i, 8) * side.group_factor[i];
+        const int size = material.pawn_counts[1];
+        index += group_index(squares, i, size, 8) * side.group_factor[i];
         i += size;
     }
-    while (i < static_cast<std::size_t>(material.num)) {
-        const std::size_t size = side.group_size[i];
-        index += group_index(squares, i, size, i, 0) * side.group_factor[i];
+    while (i < material.num) {
+        const int size = side.group_size[i];
+        index += group_index(squares, i, size, 0) * side.group_factor[i];
         i += size;
     }
     return static_cast<std::int64_t>(index);
 }
 
 int tb_leading_file(const TbMaterial &material, std::array<Square, TB_PIECES> &squares) {
-    std::size_t leading = 0;
-    for (std::size_t i = 1; i < material.pawn_counts[0]; ++i)
+    int leading = 0;
+    for (int i = 1; i < material.pawn_counts[0]; ++i)
         if (pawn_file_index[squares[i]] < pawn_file_index[squares[leading]]) leading = i;
     std::swap(squares[0], squares[leading]);
     return file_fold[file_of(squares[0])];

@@ -9,10 +9,10 @@
 #include "tablebase/table_file.h"
 
 // Ways to choose k of n squares, n from 0 to 64 and k from 0 to 5.
-std::uint64_t tb_choose(std::uint64_t n, std::size_t k);
+std::uint64_t tb_choose(int n, int k);
 
-// Number of places that the leading group has in a sub-table.
-std::uint64_t tb_lead_places(const TbMaterial &material, std::size_t sub_table);
+// Number of places that the leading group has in a sub-table (0 to 3).
+std::uint64_t tb_lead_places(const TbMaterial &material, int sub_table);
 
 // Index of a position; the squares are in encoding order, and are in another order afterwards. Negative when the two
 // kings touch.

@@ -12,24 +12,24 @@ namespace {
 
 // [wdl + 2]
 constexpr std::array<int, 5> wdl_dtz_equiv = {-1, -101, 0, 101, 1};
-constexpr std::array<std::size_t, 5> wdl_map_class = {1, 3, 0, 2, 0};
+constexpr std::array<int, 5> wdl_map_class = {1, 3, 0, 2, 0};
 constexpr std::array<int, 5> dtz_full_flag = {8, 0, 0, 0, 4};
 
 constexpr int NOTHING = -3;  // below every value
 
-std::size_t wdl_slot(int wdl) { return static_cast<std::size_t>(wdl + 2); }
+int wdl_slot(int wdl) { return wdl + 2; }
 
 // How a position lies in a table: with its colours exchanged or not, and which side to move.
 struct Orientation {
     bool mirrored;
-    std::size_t stream;  // 0: White to move in the table's colours
+    int stream;  // 0: White to move in the table's colours
 };
 
 Orientation orientation(const TbPosition &pos, std::uint64_t key, std::uint64_t table_key, bool symmetric) {
     const bool black = pos.side == BLACK;
     if (symmetric) return {black, 0};
     const bool mirrored = key != table_key;
-    return {mirrored, black != mirrored ? std::size_t{1} : std::size_t{0}};
+    return {mirrored, black != mirrored ? 1 : 0};
 }
 
 Bitboard pieces_of(const TbPosition &pos, int piece) {
@@ -38,8 +38,8 @@ Bitboard pieces_of(const TbPosition &pos, int piece) {
 }
 
 // Squares of the pieces from place `i` on, in encoding order.
-void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t, TB_PIECES> &order, std::size_t i,
-             std::size_t end, std::array<Square, TB_PIECES> &squares) {
+void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t, TB_PIECES> &order, int i, int end,
+             std::array<Square, TB_PIECES> &squares) {
     const int colour_swap = mirrored ? 8 : 0;
     const Square flip = mirrored ? 56 : 0;
     while (i < end)
@@ -49,21 +49,20 @@ void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t
 
 // Sub-table of a position, its squares in encoding order, and the index there; negative for an impossible position.
 struct Place {
-    std::size_t sub_table;
+    int sub_table;
     std::int64_t index;
 };
 Place place_of(const TbPosition &pos, const TbMaterial &material, const TbLayout &layout, Orientation o) {
     std::array<Square, TB_PIECES> squares{};
-    const auto num = static_cast<std::size_t>(material.num);
-    std::size_t sub_table = 0;
-    std::size_t collected = 0;
+    int sub_table = 0;
+    int collected = 0;
     if (material.pawn_table) {
         collected = material.pawn_counts[0];
         collect(pos, o.mirrored, layout.sides[0][0].piece_order, 0, collected, squares);
-        sub_table = static_cast<std::size_t>(tb_leading_file(material, squares));
+        sub_table = tb_leading_file(material, squares);
     }
     const TbSide &side = layout.sides[sub_table][o.stream];
-    collect(pos, o.mirrored, side.piece_order, collected, num, squares);
+    collect(pos, o.mirrored, side.piece_order, collected, material.num, squares);
     return {sub_table, tb_index(material, side, squares)};
 }
 
@@ -95,8 +94,7 @@ DtzAnswer tb_probe_dtz_table(Tablebases &tablebases, const TbPosition &pos, int 
     const Place place = place_of(pos, *table->material, *table->layout, {side_to_move.mirrored, 0});
     if (place.index < 0) return DtzAnswer::FAILED;
     const int flags = table->layout->flags[place.sub_table];
-    if ((flags & TB_DTZ_SIDE) != static_cast<int>(side_to_move.stream) && !table->material->symmetric)
-        return DtzAnswer::OTHER_SIDE;
+    if ((flags & TB_DTZ_SIDE) != side_to_move.stream && !table->material->symmetric) return DtzAnswer::OTHER_SIDE;
     const TbPairs &pairs = table->layout->sides[place.sub_table][0].pairs;
     plies = tb_decode(pairs, static_cast<std::uint64_t>(place.index));
     if ((flags & TB_DTZ_MAPPED) != 0)

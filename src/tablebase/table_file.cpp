@@ -19,8 +19,8 @@ constexpr std::size_t DATA_ALIGNMENT = 64;
 constexpr int MOST_INDEX_BITS = 30;
 constexpr int MOST_BLOCK_BITS = 30;
 constexpr int LONGEST_CODE = 32;
-constexpr std::uint64_t SQUARES = 64;
-constexpr std::uint64_t PAWN_SQUARES = 48;
+constexpr int SQUARES = 64;
+constexpr int PAWN_SQUARES = 48;
 
 // A file that is read from front to back; whatever fails makes the whole file refused.
 struct Parser {
@@ -30,8 +30,8 @@ struct Parser {
     TbKind kind;
     TbLayout &layout;
     std::size_t position = 0;
-    std::size_t sub_tables = 1;
-    std::size_t streams = 1;                               // in each sub-table
+    int sub_tables = 1;
+    int streams = 1;                                       // in each sub-table
     std::array<std::array<TbStreamShape, 2>, 4> shapes{};  // as layout.sides
 };
 
@@ -95,13 +95,13 @@ bool group_pieces(const TbMaterial &material, TbSide &side) {
 
 // Factors of the groups in the order the file gives: of the leading group, of the other side's pawns (NO_SECOND_ORDER
 // without any), and the rest in between. The product is the number of positions.
-bool multiply_groups(const TbMaterial &material, TbSide &side, std::size_t sub_table, int order, int second_order,
+bool multiply_groups(const TbMaterial &material, TbSide &side, int sub_table, int order, int second_order,
                      std::uint64_t &positions) {
     const int lead = side.group_size[0];
     const bool two_orders = second_order < NO_SECOND_ORDER;
     int i = lead;
     if (two_orders) i += side.group_size[lead];
-    std::uint64_t free_squares = SQUARES - i;
+    int free_squares = SQUARES - i;
     positions = 1;
     int placed = 0;
     for (int k = 0; i < material.num || k == order || k == second_order; ++k) {
@@ -125,13 +125,13 @@ bool multiply_groups(const TbMaterial &material, TbSide &side, std::size_t sub_t
 }
 
 // Orders and pieces of a sub-table: a nibble a side.
-bool read_sub_table_pieces(Parser &parser, std::size_t sub_table) {
+bool read_sub_table_pieces(Parser &parser, int sub_table) {
     const TbMaterial &material = parser.material;
     const bool two_orders = material.pawn_table && material.pawn_counts[1] != 0;
     const std::uint8_t *orders = nullptr;
     if (!take(parser, material.num + 1 + two_orders, orders)) return false;
     const std::uint8_t *pieces = orders + 1 + two_orders;
-    for (std::size_t s = 0; s < 2; ++s) {
+    for (int s = 0; s < 2; ++s) {
         const int shift = s == 0 ? 0 : 4;
         TbSide &side = parser.layout.sides[sub_table][s];
         for (int i = 0; i < material.num; ++i) side.piece_order[i] = static_cast<std::uint8_t>(pieces[i] >> shift & 15);
@@ -148,7 +148,7 @@ bool read_sub_table_pieces(Parser &parser, std::size_t sub_table) {
 }
 
 bool read_pieces(Parser &parser) {
-    for (std::size_t f = 0; f < parser.sub_tables; ++f)
+    for (int f = 0; f < parser.sub_tables; ++f)
         if (!read_sub_table_pieces(parser, f)) return false;
     return align(parser, 2);
 }
@@ -164,7 +164,7 @@ bool read_code(Parser &parser, int shortest, int longest, TbPairs &pairs) {
            tb_build_code(pairs, lengths, symbols) && tb_measure_symbols(pairs, symbols);
 }
 
-bool read_stream_header(Parser &parser, std::size_t sub_table, TbPairs &pairs, TbStreamShape &shape) {
+bool read_stream_header(Parser &parser, int sub_table, TbPairs &pairs, TbStreamShape &shape) {
     if (!has(parser, CONSTANT_HEADER_SIZE)) return false;
     const std::uint8_t *p = parser.bytes + parser.position;
     parser.layout.flags[sub_table] = p[0];
@@ -190,8 +190,8 @@ bool read_stream_header(Parser &parser, std::size_t sub_table, TbPairs &pairs, T
 }
 
 bool read_stream_headers(Parser &parser) {
-    for (std::size_t f = 0; f < parser.sub_tables; ++f)
-        for (std::size_t s = 0; s < parser.streams; ++s)
+    for (int f = 0; f < parser.sub_tables; ++f)
+        for (int s = 0; s < parser.streams; ++s)
             if (!read_stream_header(parser, f, parser.layout.sides[f][s].pairs, parser.shapes[f][s])) return false;
     return true;
 }
@@ -199,7 +199,7 @@ bool read_stream_headers(Parser &parser) {
 bool read_value_maps(Parser &parser) {
     for (auto &maps : parser.layout.value_map) maps = {};
     if (parser.kind == TbKind::WDL) return true;
-    for (std::size_t f = 0; f < parser.sub_tables; ++f) {
+    for (int f = 0; f < parser.sub_tables; ++f) {
         if ((parser.layout.flags[f] & TB_DTZ_MAPPED) == 0) continue;
         for (const std::uint8_t *&map : parser.layout.value_map[f]) {
             const std::uint8_t *length = nullptr;
@@ -212,8 +212,8 @@ bool read_value_maps(Parser &parser) {
 // Calls `action` for every stream that is not constant, until it fails.
 template <typename Action>
 bool for_each_stream(Parser &parser, Action action) {
-    for (std::size_t f = 0; f < parser.sub_tables; ++f) {
-        for (std::size_t s = 0; s < parser.streams; ++s) {
+    for (int f = 0; f < parser.sub_tables; ++f) {
+        for (int s = 0; s < parser.streams; ++s) {
             TbPairs &pairs = parser.layout.sides[f][s].pairs;
             if (pairs.index_bits != 0 && !action(pairs, parser.shapes[f][s])) return false;
         }

@@ -49,8 +49,8 @@ protected:
             board.fill('1');
             for (const char piece : pieces) {
                 int square = random.below(64);
-                while (board[static_cast<std::size_t>(square)] != '1') square = random.below(64);
-                board[static_cast<std::size_t>(square)] = piece;
+                while (board[square] != '1') square = random.below(64);
+                board[square] = piece;
             }
             std::string fen;
             for (int rank = 7; rank >= 0; --rank)
@@ -328,11 +328,11 @@ void read_values(const FileBytes &file, const TbLayout &layout, Random &random) 
                 std::array<Square, TB_PIECES> squares{};
                 Bitboard used = 0;
                 for (int p = 0; p < file.material.num; ++p) {
-                    const bool pawn = type_of(side.piece_order[static_cast<std::size_t>(p)]) == PAWN;
+                    const bool pawn = type_of(side.piece_order[p]) == PAWN;
                     Square square = pawn ? 8 + random.below(48) : random.below(64);
                     while ((used & bit(square)) != 0) square = pawn ? 8 + random.below(48) : random.below(64);
                     used |= bit(square);
-                    squares[static_cast<std::size_t>(p)] = square;
+                    squares[p] = square;
                 }
                 if (file.material.pawn_table && tb_leading_file(file.material, squares) != static_cast<int>(f))
                     continue;
@@ -361,7 +361,7 @@ TEST_F(EndgameTables, DamagedFilesAreRefusedOrRead) {
     const int rounds = wanted != nullptr ? std::atoi(wanted) : short_run() ? 1500 : 5000;
     int refused = 0;
     for (int round = 0; round < rounds; ++round) {
-        FileBytes &file = files[static_cast<std::size_t>(random.below(static_cast<int>(files.size())))];
+        FileBytes &file = files[random.below(static_cast<int>(files.size()))];
         std::vector<std::pair<std::size_t, std::uint8_t>> saved;
         const std::size_t size =
             random.below(8) == 0 ? static_cast<std::size_t>(random.below(static_cast<int>(file.size) + 1)) : file.size;

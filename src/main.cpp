@@ -1,5 +1,7 @@
 // Entry point: start-up in a fixed order, one mode, shut-down.
+#include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "base/control.h"
 #include "base/output.h"
@@ -8,7 +10,6 @@
 #include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
-#include "fathom/tbcore.h"
 #include "frontend/command_line.h"
 #include "frontend/engine.h"
 #include "frontend/options.h"
@@ -18,12 +19,22 @@
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 #include "tools/tools.h"
 
 namespace {
 
+void tablebase_warning(void * /*context*/, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+
+void tablebase_failure(void * /*context*/, std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(nullptr);
+    std::_Exit(1);  // other threads may be running
+}
+
 bool start_up(int count, char **arguments, CommandLine &line) {
     std::srand(wall_clock_seed());
+    tablebases.report = {nullptr, tablebase_warning, tablebase_failure};
     if (!allocate_game()) return false;
     init_attacks();
     build_kpk();
@@ -50,7 +61,7 @@ void run(const CommandLine &line) {
     switch (line.mode) {
     case RunMode::ENGINE:
         calibrate_speed();
-        tb_setup(settings.SyzygyPath.view());
+        set_up_tablebases();
         engine_loop();
         break;
     case RunMode::ANALYSE_EPD: analyse_epd_file(line.tool_file.c_str(), poll_while_working); break;
@@ -72,7 +83,7 @@ void run(const CommandLine &line) {
 
 void shut_down() {
     stop_threads();
-    tb_setup({});
+    tb_setup(tablebases, {});
     tt_free();
     free_game();
     release_fine_timer();

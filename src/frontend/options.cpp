@@ -1,6 +1,7 @@
 #include "frontend/options.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -11,11 +12,11 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "base/text.h"
-#include "fathom/tbcore.h"
 #include "frontend/engine.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ void change_threads() {
 
 void change_tablebases() {
     stop_and_report();
-    tb_setup(settings.SyzygyPath.view());
+    set_up_tablebases();
 }
 
 void clear_hash() {
@@ -213,6 +214,16 @@ void apply_option(std::string_view name, std::string_view value) {
     if (option == std::end(OPTIONS)) return;
     store(*option, value);
     if (option->then != nullptr) option->then();
+}
+
+void set_up_tablebases() {
+    const TbSetup setup = tb_setup(tablebases, settings.SyzygyPath.view());
+    if (!setup.error.empty()) {
+        if (tablebases.report.fail != nullptr) tablebases.report.fail(tablebases.report.context, setup.error);
+    } else if (setup.searched) {
+        std::printf("info string found %zu tablebases\n", setup.tables);
+        std::fflush(stdout);
+    }
 }
 
 void settings_were_changed() {

@@ -10,6 +10,10 @@ void apply_option(std::string_view name, std::string_view value);
 // Copies `settings` into `default_settings` and has the next search rebuild its tables: after every accepted change.
 void settings_were_changed();
 
+// Registers the tables that settings.SyzygyPath names and says how many there are; a limit that is exceeded goes to the
+// report of `tablebases`. Main thread, no search running.
+void set_up_tablebases();
+
 // Prints one line per listed option, with the values of `default_settings`.
 void list_options();
 

@@ -3,13 +3,14 @@
 
 #include "board/attacks.h"
 #include "board/see.h"
-#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/picker.h"
 #include "search/search.h"
+#include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 
@@ -245,8 +246,8 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
     }
 
     // 7. Endgame tablebases
-    if (popcount(pos.occupied()) <= tb_largest && (pos.fifty == 0 || parent.tb_result != NO_TB_RESULT)) {
-        const int result = tb_probe_search(pos, depth, search_shared.tb_depths);
+    if (popcount(pos.occupied()) <= tablebases.largest && (pos.fifty == 0 || parent.tb_result != NO_TB_RESULT)) {
+        const int result = tb_probe_search(tablebases, pos, depth, search_shared.tb_depths);
         record.tb_result = result;
         if (result != NO_TB_RESULT) {
             ++thread.tb_hits;

@@ -5,7 +5,6 @@
 #include "base/output.h"
 #include "board/attacks.h"
 #include "board/notation.h"
-#include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/picker.h"
 #include "search/report.h"
@@ -13,6 +12,7 @@
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 namespace {
 
@@ -368,9 +368,10 @@ bool play_from_tablebases(SearchThread &thread) {
     constexpr int DEEP_PROBE = 70;
     constexpr int TB_LINE_DEPTH = 99;
     const Position &pos = thread.position;
-    if (popcount(pos.occupied()) > tb_largest || pos.castling != 0) return false;
-    TbRoot root = tb_probe_root(pos);
-    if (root.result == NO_TB_RESULT) root.result = tb_probe_search(pos, DEEP_PROBE, search_shared.tb_depths);
+    if (popcount(pos.occupied()) > tablebases.largest || pos.castling != 0) return false;
+    TbRoot root = tb_probe_root(tablebases, pos);
+    if (root.result == NO_TB_RESULT)
+        root.result = tb_probe_search(tablebases, pos, DEEP_PROBE, search_shared.tb_depths);
     search_shared.root_tb_result = root.result;
     thread.plies[ROOT_PLY].tb_result = root.result;
     if (root.move == NO_MOVE || pos.fifty < LATE_CLOCK || !is_root_move(thread, root.move)) return false;

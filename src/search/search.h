@@ -17,7 +17,7 @@
 #include "board/movegen.h"
 #include "board/position.h"
 #include "eval/eval.h"
-#include "fathom/tbprobe.h"
+#include "tablebase/probe.h"
 
 constexpr int INFINITE = 10001;       // window bound beyond any score; "no move yet" is -INFINITE
 constexpr int MATE = 10000;           // a side mated at ply p scores p - MATE

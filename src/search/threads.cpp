@@ -10,8 +10,10 @@
 #include "platform/clock.h"
 #include "platform/topology.h"
 #include "search/tt.h"
+#include "tablebase/registry.h"
 
 SearchThread *game = nullptr;
+Tablebases tablebases;
 
 namespace {
 

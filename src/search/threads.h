@@ -8,6 +8,9 @@
 // The game record: its position and history are the game, kept by the front end. Null before start-up.
 extern SearchThread *game;
 
+// The tables that every search reads. Set up by the front end while no search runs.
+extern Tablebases tablebases;
+
 // Allocates and frees the game record. False when there is no memory.
 bool allocate_game();
 void free_game();

@@ -3,8 +3,8 @@
 #include "board/notation.h"
 #include "board/see.h"
 #include "book/format.h"
-#include "fathom/tbposition.h"
 #include "harness.h"
+#include "tablebase/board.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::start();

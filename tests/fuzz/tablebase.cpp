@@ -1,9 +1,9 @@
 // A table file; the first byte chooses its name. What is accepted must be readable all over.
 #include <array>
 
-#include "fathom/tbtable.h"
 #include "harness.h"
 #include "platform/mapping.h"
+#include "tablebase/index.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
         for (std::size_t s = 0; s < (layout.split ? 2U : 1U); ++s) {
             std::array<Square, TB_PIECES> squares{};
             Bitboard used = 0;
-            for (std::size_t p = 0; p < static_cast<std::size_t>(material.num); ++p) {
+            for (int p = 0; p < material.num; ++p) {
                 const bool pawn = type_of(layout.sides[0][s].piece_order[p]) == PAWN;
                 do {
                     random = random * 6364136223846793005U + 1442695040888963407U;
@@ -23,7 +23,7 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
                 used |= bit(squares[p]);
             }
             const int file = material.pawn_table ? tb_leading_file(material, squares) : 0;
-            const TbSide &side = layout.sides[static_cast<std::size_t>(file)][s];
+            const TbSide &side = layout.sides[file][s];
             const std::int64_t index = tb_index(material, side, squares);
             if (index >= 0) tb_decode(side.pairs, static_cast<std::uint64_t>(index));
         }
@@ -34,7 +34,6 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::start();
-    tb_init_indices();
     if (size < 1) return 0;
     const TbMaterial material = tb_material(tb_counts(NAMES[data[0] % std::size(NAMES)]));
     std::vector<std::uint8_t> bytes(data + 1, data + size);

@@ -1,16 +1,17 @@
-// One table file: its layout, the index of a position in it, and the decoding of the value at an index.
+// One table file: what its name says, and its layout.
 //
 // Files are input from outside. parse_tb_file checks every size, offset and code against the file's length, so that
-// tb_index and tb_decode need no checks for any position of the table's material.
+// tb_index and tb_decode need no checks for any position of the table's material. A value is read in two steps: the index
+// of the position (index.h), and the value at that index (decode.h).
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <vector>
 
-#include "board/types.h"
+#include "tablebase/decode.h"
 
 constexpr int TB_PIECES = 6;
 
@@ -32,20 +33,6 @@ struct TbMaterial {
 
 TbMaterial tb_material(const TbCounts &counts);
 
-// A compressed stream of values.
-struct TbPairs {
-    const std::uint8_t *index_table;             // 6 bytes an entry: block number, offset in it
-    const std::uint8_t *size_table;              // 2 bytes a block: values in it less one
-    const std::uint8_t *data;                    // blocks of 2^block_bits bytes
-    const std::uint8_t *symbols;                 // 3 bytes a symbol: its two children, or a leaf's value
-    std::vector<std::uint16_t> symbol_len;       // [symbol]: values it stands for less one
-    std::array<std::uint16_t, 32> first_symbol;  // [code length - min_code_len]
-    std::array<std::uint32_t, 32> code_base;     // [code length - min_code_len], left-aligned
-    std::uint8_t index_bits;                     // one index entry for 2^index_bits values; 0: a constant stream
-    std::uint8_t block_bits;
-    std::uint8_t min_code_len;  // of a constant stream: its value
-};
-
 // One side to move of a sub-table.
 struct TbSide {
     std::array<std::uint8_t, TB_PIECES> piece_order;    // piece codes in encoding order
@@ -65,22 +52,10 @@ struct TbLayout {
 
 enum class TbKind { WDL, DTZ };
 
-// Builds the index tables, once. Main thread.
-void tb_init_indices();
-
 // Reads the layout of a file of `size` bytes; null when it is not a table of this kind and material, or damaged. Behind
 // the bytes MAPPING_MARGIN more must be readable. They must outlive the layout.
 std::unique_ptr<TbLayout> parse_tb_file(const std::uint8_t *bytes, std::size_t size, const TbMaterial &material,
                                         TbKind kind);
-
-// Index of a position; the squares are in encoding order. Negative when the two kings touch.
-std::int64_t tb_index(const TbMaterial &material, const TbSide &side, std::array<Square, TB_PIECES> &squares);
-
-// The pawn whose file selects the sub-table: moved to the front of the leading pawns. Returns the sub-table.
-int tb_leading_file(const TbMaterial &material, std::array<Square, TB_PIECES> &squares);
-
-// The value stored at an index.
-int tb_decode(const TbPairs &pairs, std::uint64_t index);
 
 // Flags of a DTZ sub-table.
 constexpr int TB_DTZ_SIDE = 1;

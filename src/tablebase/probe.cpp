@@ -1,34 +1,35 @@
-#include "fathom/tbprobe.h"
+#include "tablebase/probe.h"
 
 #include <algorithm>
 #include <cassert>
-#include <cstdlib>
 #include <limits>
 
 #include "board/attacks.h"
-#include "fathom/tbcore.h"
+#include "tablebase/index.h"
+#include "tablebase/registry.h"
 
 namespace {
 
 // [wdl + 2]
 constexpr std::array<int, 5> wdl_dtz_equiv = {-1, -101, 0, 101, 1};
-constexpr std::array<std::size_t, 5> wdl_map_class = {1, 3, 0, 2, 0};
+constexpr std::array<int, 5> wdl_map_class = {1, 3, 0, 2, 0};
 constexpr std::array<int, 5> dtz_full_flag = {8, 0, 0, 0, 4};
 
 constexpr int NOTHING = -3;  // below every value
 
-std::size_t wdl_slot(int wdl) { return static_cast<std::size_t>(wdl + 2); }
+int wdl_slot(int wdl) { return wdl + 2; }
 
 // How a position lies in a table: with its colours exchanged or not, and which side to move.
 struct Orientation {
     bool mirrored;
-    std::size_t stream;  // 0: White to move in the table's colours
+    int stream;  // 0: White to move in the table's colours
 };
 
 Orientation orientation(const TbPosition &pos, std::uint64_t key, std::uint64_t table_key, bool symmetric) {
-    if (symmetric) return {pos.turn == 0, 0};
+    const bool black = pos.side == BLACK;
+    if (symmetric) return {black, 0};
     const bool mirrored = key != table_key;
-    return {mirrored, (pos.turn == 0) != mirrored ? std::size_t{1} : std::size_t{0}};
+    return {mirrored, black != mirrored ? 1 : 0};
 }
 
 Bitboard pieces_of(const TbPosition &pos, int piece) {
@@ -37,8 +38,8 @@ Bitboard pieces_of(const TbPosition &pos, int piece) {
 }
 
 // Squares of the pieces from place `i` on, in encoding order.
-void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t, TB_PIECES> &order, std::size_t i,
-             std::size_t end, std::array<Square, TB_PIECES> &squares) {
+void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t, TB_PIECES> &order, int i, int end,
+             std::array<Square, TB_PIECES> &squares) {
     const int colour_swap = mirrored ? 8 : 0;
     const Square flip = mirrored ? 56 : 0;
     while (i < end)
@@ -48,30 +49,29 @@ void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t
 
 // Sub-table of a position, its squares in encoding order, and the index there; negative for an impossible position.
 struct Place {
-    std::size_t sub_table;
+    int sub_table;
     std::int64_t index;
 };
 Place place_of(const TbPosition &pos, const TbMaterial &material, const TbLayout &layout, Orientation o) {
     std::array<Square, TB_PIECES> squares{};
-    const auto num = static_cast<std::size_t>(material.num);
-    std::size_t sub_table = 0;
-    std::size_t collected = 0;
+    int sub_table = 0;
+    int collected = 0;
     if (material.pawn_table) {
         collected = material.pawn_counts[0];
         collect(pos, o.mirrored, layout.sides[0][0].piece_order, 0, collected, squares);
-        sub_table = static_cast<std::size_t>(tb_leading_file(material, squares));
+        sub_table = tb_leading_file(material, squares);
     }
     const TbSide &side = layout.sides[sub_table][o.stream];
-    collect(pos, o.mirrored, side.piece_order, collected, num, squares);
+    collect(pos, o.mirrored, side.piece_order, collected, material.num, squares);
     return {sub_table, tb_index(material, side, squares)};
 }
 
-int tb_probe_wdl_table(const TbPosition &pos, TbSuccess &success) {
+int tb_probe_wdl_table(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     success = TB_EXACT;
     const std::uint64_t key = tb_material_key(pos, false);
     if (key == 0) return 0;  // bare kings
     success = TB_FAILED;
-    const TbTable *table = tb_find_table(key);
+    const TbTable *table = tb_find_table(tablebases, key);
     if (table == nullptr) return 0;
     const Orientation o = orientation(pos, key, table->key, table->material.symmetric);
     if (o.stream == 1 && !table->layout->split) return 0;
@@ -85,17 +85,16 @@ int tb_probe_wdl_table(const TbPosition &pos, TbSuccess &success) {
 enum class DtzAnswer { FAILED, FOUND, OTHER_SIDE };
 
 // Plies as the file tells them, for a position with this WDL value.
-DtzAnswer tb_probe_dtz_table(const TbPosition &pos, int wdl, int &plies) {
+DtzAnswer tb_probe_dtz_table(Tablebases &tablebases, const TbPosition &pos, int wdl, int &plies) {
     const std::uint64_t key = tb_material_key(pos, false);
-    const TbDtzTable *table = tb_find_dtz_table(key);
+    const TbDtzTable *table = tb_find_dtz_table(tablebases, key);
     if (table == nullptr) return DtzAnswer::FAILED;
     const Orientation side_to_move = orientation(pos, key, table->key, table->material->symmetric);
     // One side is stored, in the first stream's place.
     const Place place = place_of(pos, *table->material, *table->layout, {side_to_move.mirrored, 0});
     if (place.index < 0) return DtzAnswer::FAILED;
     const int flags = table->layout->flags[place.sub_table];
-    if ((flags & TB_DTZ_SIDE) != static_cast<int>(side_to_move.stream) && !table->material->symmetric)
-        return DtzAnswer::OTHER_SIDE;
+    if ((flags & TB_DTZ_SIDE) != side_to_move.stream && !table->material->symmetric) return DtzAnswer::OTHER_SIDE;
     const TbPairs &pairs = table->layout->sides[place.sub_table][0].pairs;
     plies = tb_decode(pairs, static_cast<std::uint64_t>(place.index));
     if ((flags & TB_DTZ_MAPPED) != 0)
@@ -106,13 +105,13 @@ DtzAnswer tb_probe_dtz_table(const TbPosition &pos, int wdl, int &plies) {
 
 // Value of a position without en passant: captures are searched, for the tables need not know positions in which a capture
 // is best.
-int tb_capture_search(const TbPosition &pos, int alpha, int beta, TbSuccess &success) {
+int tb_capture_search(Tablebases &tablebases, const TbPosition &pos, int alpha, int beta, TbSuccess &success) {
     TbMoveList captures;
     tb_gen_captures(pos, captures);
     TbPosition next;
     for (const TbMove m : captures) {
         if (tb_is_en_passant(pos, m) || !tb_do_move(pos, m, next)) continue;
-        const int value = -tb_capture_search(next, -beta, -alpha, success);
+        const int value = -tb_capture_search(tablebases, next, -beta, -alpha, success);
         if (success == TB_FAILED) return 0;
         if (value <= alpha) continue;
         if (value >= beta) {
@@ -121,7 +120,7 @@ int tb_capture_search(const TbPosition &pos, int alpha, int beta, TbSuccess &suc
         }
         alpha = value;
     }
-    const int value = tb_probe_wdl_table(pos, success);
+    const int value = tb_probe_wdl_table(tablebases, pos, success);
     if (success == TB_FAILED) return 0;
     if (alpha >= value) {
         success = alpha > 0 ? TB_CAPTURE : TB_EXACT;
@@ -132,7 +131,7 @@ int tb_capture_search(const TbPosition &pos, int alpha, int beta, TbSuccess &suc
 }
 
 // Best value of the legal en-passant captures; NOTHING without one.
-int best_en_passant(const TbPosition &pos, TbSuccess &success) {
+int best_en_passant(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     int best = NOTHING;
     if (pos.ep == 0) return best;
     TbMoveList captures;
@@ -140,7 +139,7 @@ int best_en_passant(const TbPosition &pos, TbSuccess &success) {
     TbPosition next;
     for (const TbMove m : captures) {
         if (!tb_is_en_passant(pos, m) || !tb_do_move(pos, m, next)) continue;
-        const int value = -tb_capture_search(next, -2, 2, success);
+        const int value = -tb_capture_search(tablebases, next, -2, 2, success);
         if (success == TB_FAILED) return NOTHING;
         best = std::max(best, value);
     }
@@ -148,13 +147,14 @@ int best_en_passant(const TbPosition &pos, TbSuccess &success) {
 }
 
 // A pawn move that is no capture and keeps a won position won.
-bool winning_pawn_move(const TbPosition &pos, int wdl, TbSuccess &success) {
+bool winning_pawn_move(Tablebases &tablebases, const TbPosition &pos, int wdl, TbSuccess &success) {
     TbMoveList moves;
     tb_gen_moves(pos, moves);
     TbPosition next;
     for (const TbMove m : moves) {
         if (!tb_is_pawn_move(pos, m) || tb_is_capture(pos, m) || !tb_do_move(pos, m, next)) continue;
-        const int value = next.ep == 0 ? -tb_capture_search(next, -2, 1 - wdl, success) : -tb_wdl(next, success);
+        const int value = next.ep == 0 ? -tb_capture_search(tablebases, next, -2, 1 - wdl, success)
+                                       : -tb_wdl(tablebases, next, success);
         if (success == TB_FAILED) return false;
         if (value == wdl) return true;
     }
@@ -162,7 +162,7 @@ bool winning_pawn_move(const TbPosition &pos, int wdl, TbSuccess &success) {
 }
 
 // Distance of a won position from the distances after its quiet moves.
-int dtz_of_won_position(const TbPosition &pos, TbSuccess &success) {
+int dtz_of_won_position(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     constexpr int NONE = std::numeric_limits<int>::max();
     int best = NONE;
     TbMoveList moves;
@@ -170,7 +170,7 @@ int dtz_of_won_position(const TbPosition &pos, TbSuccess &success) {
     TbPosition next;
     for (const TbMove m : moves) {
         if (tb_is_pawn_move(pos, m) || tb_is_capture(pos, m) || !tb_do_move(pos, m, next)) continue;
-        const int value = -tb_dtz(next, success);
+        const int value = -tb_dtz(tablebases, next, success);
         if (success == TB_FAILED) return 0;
         if (value > 0) best = std::min(best, value + 1);
     }
@@ -179,7 +179,7 @@ int dtz_of_won_position(const TbPosition &pos, TbSuccess &success) {
 }
 
 // Distance of a lost position: the longest of its moves.
-int dtz_of_lost_position(const TbPosition &pos, int wdl, TbSuccess &success) {
+int dtz_of_lost_position(Tablebases &tablebases, const TbPosition &pos, int wdl, TbSuccess &success) {
     int best = -1;
     TbMoveList moves;
     tb_gen_moves(pos, moves);
@@ -189,11 +189,11 @@ int dtz_of_lost_position(const TbPosition &pos, int wdl, TbSuccess &success) {
         int value = -1;
         if (tb_is_pawn_move(pos, m) || tb_is_capture(pos, m)) {
             if (wdl == -1) {
-                const bool opponent_wins_at_once = tb_capture_search(next, 1, 2, success) == 2;
+                const bool opponent_wins_at_once = tb_capture_search(tablebases, next, 1, 2, success) == 2;
                 value = opponent_wins_at_once ? 0 : -101;
             }
         } else {
-            value = -tb_dtz(next, success) - 1;
+            value = -tb_dtz(tablebases, next, success) - 1;
         }
         if (success == TB_FAILED) return 0;
         best = std::min(best, value);
@@ -201,16 +201,16 @@ int dtz_of_lost_position(const TbPosition &pos, int wdl, TbSuccess &success) {
     return best;
 }
 
-int dtz_without_en_passant(const TbPosition &pos, TbSuccess &success) {
-    const int wdl = tb_capture_search(pos, -2, 2, success);
+int dtz_without_en_passant(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
+    const int wdl = tb_capture_search(tablebases, pos, -2, 2, success);
     if (success == TB_FAILED || wdl == 0) return 0;
     if (success == TB_CAPTURE) return wdl == 2 ? 1 : 101;
     if (wdl > 0) {
-        if (winning_pawn_move(pos, wdl, success)) return wdl == 2 ? 1 : 101;
+        if (winning_pawn_move(tablebases, pos, wdl, success)) return wdl == 2 ? 1 : 101;
         if (success == TB_FAILED) return 0;
     }
     int plies = 0;
-    switch (tb_probe_dtz_table(pos, wdl, plies)) {
+    switch (tb_probe_dtz_table(tablebases, pos, wdl, plies)) {
     case DtzAnswer::FAILED: success = TB_FAILED; return 0;
     case DtzAnswer::FOUND: {
         success = TB_EXACT;
@@ -220,7 +220,8 @@ int dtz_without_en_passant(const TbPosition &pos, TbSuccess &success) {
     case DtzAnswer::OTHER_SIDE: break;
     }
     success = TB_EXACT;
-    return wdl > 0 ? dtz_of_won_position(pos, success) : dtz_of_lost_position(pos, wdl, success);
+    return wdl > 0 ? dtz_of_won_position(tablebases, pos, success)
+                   : dtz_of_lost_position(tablebases, pos, wdl, success);
 }
 
 // Whether an en-passant capture worth `e` is the better way for a position worth `v` without it.
@@ -234,11 +235,11 @@ bool en_passant_replaces(const TbPosition &pos, int v, int e) {
 
 }  // namespace
 
-int tb_wdl(const TbPosition &pos, TbSuccess &success) {
-    const int value = tb_capture_search(pos, -2, 2, success);
+int tb_wdl(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
+    const int value = tb_capture_search(tablebases, pos, -2, 2, success);
     if (success == TB_FAILED || pos.ep == 0) return value;
     const TbSuccess without = success;
-    const int en_passant = best_en_passant(pos, success);
+    const int en_passant = best_en_passant(tablebases, pos, success);
     if (success == TB_FAILED) return 0;
     success = without;
     if (en_passant == NOTHING) return value;
@@ -246,11 +247,11 @@ int tb_wdl(const TbPosition &pos, TbSuccess &success) {
     return value == 0 && !tb_has_ordinary_move(pos) ? en_passant : value;
 }
 
-int tb_dtz(const TbPosition &pos, TbSuccess &success) {
-    const int value = dtz_without_en_passant(pos, success);
+int tb_dtz(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
+    const int value = dtz_without_en_passant(tablebases, pos, success);
     if (success == TB_FAILED || pos.ep == 0) return value;
     const TbSuccess without = success;
-    const int best = best_en_passant(pos, success);
+    const int best = best_en_passant(tablebases, pos, success);
     if (success == TB_FAILED) return 0;
     success = without;
     if (best == NOTHING) return value;
@@ -258,15 +259,15 @@ int tb_dtz(const TbPosition &pos, TbSuccess &success) {
     return en_passant_replaces(pos, value, en_passant) ? en_passant : value;
 }
 
-int tb_probe_search(const Position &pos, int depth, const TbProbeDepths &depths) {
+int tb_probe_search(Tablebases &tablebases, const Position &pos, int depth, const TbProbeDepths &depths) {
     constexpr int BEYOND_SIX = 100;
     if (depth < depths.up_to_five) return NO_TB_RESULT;
     const int pieces = popcount(pos.occupied());
-    if (pieces > tb_largest) return NO_TB_RESULT;
+    if (pieces > tablebases.largest) return NO_TB_RESULT;
     if (pieces >= 6 && depth < (pieces == 6 ? depths.six : BEYOND_SIX)) return NO_TB_RESULT;
     if (pos.castling != 0) return NO_TB_RESULT;
     TbSuccess success = TB_FAILED;
-    const int value = tb_wdl(tb_position(pos, 0), success);
+    const int value = tb_wdl(tablebases, tb_position(pos, 0), success);
     return success != TB_FAILED ? value + 2 : NO_TB_RESULT;
 }
 
@@ -278,11 +279,11 @@ struct RootMove {
 };
 
 // Plies that a legal root move leads to, from the mover's view.
-int root_move_value(const TbPosition &next, int root_dtz, TbSuccess &success) {
+int root_move_value(Tablebases &tablebases, const TbPosition &next, int root_dtz, TbSuccess &success) {
     success = TB_EXACT;
     if (root_dtz > 0 && tb_is_mate(next)) return 1;
-    if (next.halfmove_clock == 0) return wdl_dtz_equiv[wdl_slot(-tb_wdl(next, success))];
-    const int value = -tb_dtz(next, success);
+    if (next.fifty == 0) return wdl_dtz_equiv[wdl_slot(-tb_wdl(tablebases, next, success))];
+    const int value = -tb_dtz(tablebases, next, success);
     return value > 0 ? value + 1 : value < 0 ? value - 1 : 0;
 }
 
@@ -307,12 +308,12 @@ const RootMove *choose_move(const std::array<RootMove, MAX_TB_MOVES> &moves, std
 
 }  // namespace
 
-TbRoot tb_probe_root(const Position &position) {
-    const TbRoot nothing{NO_TB_RESULT, 0, NO_MOVE};
+TbRoot tb_probe_root(Tablebases &tablebases, const Position &position) {
+    const TbRoot nothing{NO_TB_RESULT, NO_MOVE};
     const TbPosition pos = tb_position(position, std::min<int>(position.fifty, 254));
     if (!tb_is_valid(pos)) return nothing;
     TbSuccess success = TB_FAILED;
-    const int dtz = tb_dtz(pos, success);
+    const int dtz = tb_dtz(tablebases, pos, success);
     if (success == TB_FAILED) return nothing;
 
     TbMoveList list;
@@ -322,14 +323,14 @@ TbRoot tb_probe_root(const Position &position) {
     TbPosition next;
     for (const TbMove m : list) {
         if (!tb_do_move(pos, m, next)) continue;
-        moves[count++] = {m, root_move_value(next, dtz, success)};
+        moves[count++] = {m, root_move_value(tablebases, next, dtz, success)};
         if (success == TB_FAILED) return nothing;
     }
-    const RootMove *best = choose_move(moves, count, dtz, tb_material_key(pos, pos.turn == 0));
+    const RootMove *best = choose_move(moves, count, dtz, tb_material_key(pos, pos.side == BLACK));
     if (best == nullptr) return nothing;
-    const int clock = pos.halfmove_clock;
+    const int clock = pos.fifty;
     int result = TB_DRAW;
     if (dtz > 0) result = clock + dtz <= 100 ? TB_WIN : TB_WIN - 1;
     if (dtz < 0) result = clock - dtz <= 100 ? TB_LOSS : TB_LOSS + 1;
-    return {result, std::abs(dtz), tb_engine_move(best->move)};
+    return {result, tb_engine_move(best->move)};
 }

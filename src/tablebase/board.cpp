@@ -1,4 +1,4 @@
-#include "fathom/tbposition.h"
+#include "tablebase/board.h"
 
 #include "board/attacks.h"
 
@@ -13,8 +13,6 @@ constexpr Bitboard LAST_RANKS = RANK_1 | RANK_8;
 TbMove tb_move(Square from, Square to, int promotion = 0) {
     return static_cast<TbMove>(promotion << 12 | from << 6 | to);
 }
-
-Colour colour_to_move(const TbPosition &pos) { return pos.turn != 0 ? WHITE : BLACK; }
 
 // Whether pieces of the set `by`, of colour `colour`, attack a square.
 bool is_attacked(const TbPosition &pos, Square s, Bitboard by, Colour colour) {
@@ -42,7 +40,7 @@ void add_pawn_moves(TbMoveList &list, Square from, Bitboard targets) {
 
 // Moves of all pieces but pawns to squares of `allowed`.
 void add_piece_moves(const TbPosition &pos, Bitboard allowed, TbMoveList &list) {
-    const Bitboard own = pos.of_turn();
+    const Bitboard own = pos.of_side();
     const Bitboard occupied = pos.occupied();
     for (Bitboard pieces = own & ~pos.pawns; pieces != 0;) {
         const Square from = pop_lsb(pieces);
@@ -58,17 +56,17 @@ void add_piece_moves(const TbPosition &pos, Bitboard allowed, TbMoveList &list) 
 
 void add_pawn_captures(const TbPosition &pos, TbMoveList &list) {
     const Bitboard targets = pos.of_other() | (pos.ep != 0 ? bit(pos.ep) : 0);
-    for (Bitboard pawns = pos.of_turn() & pos.pawns; pawns != 0;) {
+    for (Bitboard pawns = pos.of_side() & pos.pawns; pawns != 0;) {
         const Square from = pop_lsb(pawns);
-        add_pawn_moves(list, from, pawn_attacks(colour_to_move(pos), from) & targets);
+        add_pawn_moves(list, from, pawn_attacks(pos.side, from) & targets);
     }
 }
 
 void add_pawn_pushes(const TbPosition &pos, TbMoveList &list) {
-    const Colour colour = colour_to_move(pos);
+    const Colour colour = pos.side;
     const int forward = pawn_direction(colour);
     const Bitboard empty = ~pos.occupied();
-    for (Bitboard pawns = pos.of_turn() & pos.pawns & ~LAST_RANKS; pawns != 0;) {
+    for (Bitboard pawns = pos.of_side() & pos.pawns & ~LAST_RANKS; pawns != 0;) {
         const Square from = pop_lsb(pawns);
         Bitboard targets = bit(from + forward) & empty;
         if (targets != 0 && relative_rank(colour, from) == 1) targets |= bit(from + 2 * forward) & empty;
@@ -85,7 +83,7 @@ bool has_en_passant_pawn(const Position &pos) {
 
 }  // namespace
 
-TbPosition tb_position(const Position &pos, int halfmove_clock) {
+TbPosition tb_position(const Position &pos, int fifty) {
     const auto both = [&pos](int type) { return pos.of(WHITE, type) | pos.of(BLACK, type); };
     TbPosition tb;
     tb.white = pos.all(WHITE);
@@ -96,9 +94,9 @@ TbPosition tb_position(const Position &pos, int halfmove_clock) {
     tb.bishops = both(BISHOP);
     tb.knights = both(KNIGHT);
     tb.pawns = both(PAWN);
-    tb.halfmove_clock = static_cast<std::uint8_t>(halfmove_clock);
+    tb.fifty = static_cast<std::uint8_t>(fifty);
     tb.ep = has_en_passant_pawn(pos) ? pos.ep_square : std::uint8_t{0};
-    tb.turn = pos.side == WHITE ? 1 : 0;
+    tb.side = pos.side;
     return tb;
 }
 
@@ -112,12 +110,10 @@ bool tb_is_valid(const TbPosition &pos) {
     if ((pos.white & pos.black) != 0 || together != pos.occupied() || popcount(pos.white & pos.kings) != 1 ||
         popcount(pos.black & pos.kings) != 1 || (pos.pawns & LAST_RANKS) != 0)
         return false;
-    return !is_attacked(pos, lsb(pos.of_other() & pos.kings), pos.of_turn(), colour_to_move(pos));
+    return !is_attacked(pos, lsb(pos.of_other() & pos.kings), pos.of_side(), pos.side);
 }
 
-Move tb_engine_move(TbMove m) {
-    return make_move_word(tb_from(m), tb_to(m), ENGINE_PROMOTIONS[static_cast<std::size_t>(tb_promotion(m))]);
-}
+Move tb_engine_move(TbMove m) { return make_move_word(tb_from(m), tb_to(m), ENGINE_PROMOTIONS[tb_promotion(m)]); }
 
 void tb_gen_captures(const TbPosition &pos, TbMoveList &list) {
     add_piece_moves(pos, pos.of_other(), list);
@@ -144,13 +140,13 @@ bool tb_do_move(const TbPosition &pos, TbMove m, TbPosition &next) {
     const Square from = tb_from(m);
     const Square to = tb_to(m);
     const Bitboard moved = bit(from) | bit(to);
-    const Colour colour = colour_to_move(pos);
+    const Colour colour = pos.side;
     const bool pawn_move = tb_is_pawn_move(pos, m);
     const Bitboard captured = tb_is_en_passant(pos, m) ? bit(to - pawn_direction(colour)) : bit(to) & pos.of_other();
 
     next = pos;
-    Bitboard &own = pos.turn != 0 ? next.white : next.black;
-    Bitboard &other = pos.turn != 0 ? next.black : next.white;
+    Bitboard &own = pos.side == WHITE ? next.white : next.black;
+    Bitboard &other = pos.side == WHITE ? next.black : next.white;
     own ^= moved;
     other &= ~captured;
     for (Bitboard *type : {&next.kings, &next.queens, &next.rooks, &next.bishops, &next.knights, &next.pawns}) {
@@ -168,13 +164,13 @@ bool tb_do_move(const TbPosition &pos, TbMove m, TbPosition &next) {
         if ((pawn_attacks(colour, passed) & pos.pawns & pos.of_other()) != 0)
             next.ep = static_cast<std::uint8_t>(passed);
     }
-    next.halfmove_clock = static_cast<std::uint8_t>(pawn_move || captured != 0 ? 0 : pos.halfmove_clock + 1);
-    next.turn = pos.turn != 0 ? 0 : 1;
+    next.fifty = static_cast<std::uint8_t>(pawn_move || captured != 0 ? 0 : pos.fifty + 1);
+    next.side = 1 - pos.side;
     return !is_attacked(next, lsb(own & next.kings), other, 1 - colour);
 }
 
 bool tb_in_check(const TbPosition &pos) {
-    return is_attacked(pos, lsb(pos.of_turn() & pos.kings), pos.of_other(), 1 - colour_to_move(pos));
+    return is_attacked(pos, lsb(pos.of_side() & pos.kings), pos.of_other(), 1 - pos.side);
 }
 
 bool tb_has_ordinary_move(const TbPosition &pos) {

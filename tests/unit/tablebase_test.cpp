@@ -1,5 +1,4 @@
 // Endgame tables: values against a reference, damaged files, path lists, and play with them.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -11,14 +10,14 @@
 
 #include "engine_fixture.h"
 #include "eval/kpk.h"
-#include "fathom/tbcore.h"
-#include "fathom/tbprobe.h"
+#include "tablebase/index.h"
+#include "tablebase/probe.h"
+#include "tablebase/registry.h"
 #include "test_support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
 
 constexpr TbProbeDepths ALWAYS = {-5, -5};
 
@@ -30,20 +29,18 @@ protected:
     void SetUp() override {
         EngineTest::SetUp();
         if (!fs::exists(table_directory())) GTEST_SKIP() << "no test data: " << table_directory();
-        tb_setup(table_directory().string());
-    }
-    void TearDown() override {
-        tb_setup({});
-        EngineTest::TearDown();
+        tb_setup(tables, table_directory().string());
     }
 
-    static int wdl(const std::string &fen) {
+    int wdl(const std::string &fen) {
         const auto board = make_test_position(fen);
         TbSuccess success = TB_FAILED;
-        const int value = tb_wdl(tb_position(board->pos, 0), success);
+        const int value = tb_wdl(tables, tb_position(board->pos, 0), success);
         EXPECT_NE(success, TB_FAILED) << fen;
         return value;
     }
+
+    Tablebases tables;
 
     // A legal position with the given pieces ("KBNk"), White to move.
     static std::string random_fen(std::string_view pieces, Random &random) {
@@ -52,8 +49,8 @@ protected:
             board.fill('1');
             for (const char piece : pieces) {
                 int square = random.below(64);
-                while (board[static_cast<std::size_t>(square)] != '1') square = random.below(64);
-                board[static_cast<std::size_t>(square)] = piece;
+                while (board[square] != '1') square = random.below(64);
+                board[square] = piece;
             }
             std::string fen;
             for (int rank = 7; rank >= 0; --rank)
@@ -77,9 +74,9 @@ TEST_F(EndgameTables, EveryReferenceRowAgrees) {
         const auto board = make_test_position(fen);
         const TbPosition pos = tb_position(board->pos, 0);
         TbSuccess success = TB_FAILED;
-        EXPECT_EQ(tb_wdl(pos, success), std::stoi(wdl_text)) << fen;
+        EXPECT_EQ(tb_wdl(tables, pos, success), std::stoi(wdl_text)) << fen;
         EXPECT_NE(success, TB_FAILED) << fen;
-        EXPECT_EQ(tb_dtz(pos, success), std::stoi(dtz_text)) << fen;
+        EXPECT_EQ(tb_dtz(tables, pos, success), std::stoi(dtz_text)) << fen;
         EXPECT_NE(success, TB_FAILED) << fen;
         ++rows;
     }
@@ -94,20 +91,11 @@ TEST_F(EndgameTables, AgreesWithTheBitbaseOnKingAndPawnAgainstKing) {
             for (Square weak = 0; weak < 64; ++weak) {
                 if (strong == weak || strong == pawn || weak == pawn) continue;
                 for (const Colour side : {WHITE, BLACK}) {
-                    const TbPosition pos{bit(pawn) | bit(strong),
-                                         bit(weak),
-                                         bit(strong) | bit(weak),
-                                         0,
-                                         0,
-                                         0,
-                                         0,
-                                         bit(pawn),
-                                         0,
-                                         0,
-                                         static_cast<std::uint8_t>(side == WHITE)};
+                    const TbPosition pos{
+                        bit(pawn) | bit(strong), bit(weak), bit(strong) | bit(weak), 0, 0, 0, 0, bit(pawn), 0, 0, side};
                     if (!tb_is_valid(pos)) continue;
                     TbSuccess success = TB_FAILED;
-                    const int value = tb_wdl(pos, success);
+                    const int value = tb_wdl(tables, pos, success);
                     differences += success == TB_FAILED || (side == WHITE ? value == 2 : value == -2) !=
                                                                kpk_is_won(WHITE, pawn, strong, weak, side);
                     ++positions;
@@ -134,8 +122,8 @@ TEST_F(EndgameTables, SpecialPositions) {
 }
 
 TEST_F(EndgameTables, SearchProbesKeepTheirConditions) {
-    const auto probe = [](const char *fen, int depth, TbProbeDepths depths) {
-        return tb_probe_search(make_test_position(fen)->pos, depth, depths);
+    const auto probe = [this](const char *fen, int depth, TbProbeDepths depths) {
+        return tb_probe_search(tables, make_test_position(fen)->pos, depth, depths);
     };
     constexpr const char *WON = "8/8/8/8/8/5K2/4QR2/7k b - -";
     EXPECT_EQ(probe(WON, 2, {3, 2}), NO_TB_RESULT);
@@ -143,33 +131,35 @@ TEST_F(EndgameTables, SearchProbesKeepTheirConditions) {
     EXPECT_EQ(probe("4k3/8/8/8/8/8/8/4K2R w K -", 9, ALWAYS), NO_TB_RESULT);
     EXPECT_EQ(probe("4k3/8/8/8/8/8/8/4K2R w - -", 9, ALWAYS), TB_WIN);
     EXPECT_EQ(probe("4k3/8/8/8/8/8/4QQ2/4K2R w - -", 9, ALWAYS), NO_TB_RESULT);  // no table has five pieces
-    tb_setup({});
+    tb_setup(tables, {});
     EXPECT_EQ(probe(WON, 9, ALWAYS), NO_TB_RESULT);
 }
 
 TEST_F(EndgameTables, RootProbeCountsTheClock) {
-    const auto probe = [](const char *fen, int clock) {
+    const auto probe = [this](const char *fen, int clock) {
         const auto board = make_test_position(fen);
         board->pos.fifty = static_cast<std::uint8_t>(clock);
-        return tb_probe_root(board->pos);
+        return tb_probe_root(tables, board->pos);
     };
     constexpr const char *ROOK = "8/8/8/8/4k3/8/8/R3K3 w - -";
-    const TbRoot root = probe(ROOK, 0);
-    EXPECT_EQ(root.result, TB_WIN);
-    EXPECT_EQ(probe(ROOK, 100 - root.dtz).result, TB_WIN);
-    EXPECT_EQ(probe(ROOK, 101 - root.dtz).result, TB_WIN - 1);
+    TbSuccess success = TB_FAILED;
+    const int dtz = tb_dtz(tables, tb_position(make_test_position(ROOK)->pos, 0), success);
+    EXPECT_EQ(success, TB_EXACT);
+    EXPECT_EQ(probe(ROOK, 0).result, TB_WIN);
+    EXPECT_EQ(probe(ROOK, 100 - dtz).result, TB_WIN);
+    EXPECT_EQ(probe(ROOK, 101 - dtz).result, TB_WIN - 1);
     EXPECT_EQ(probe("8/8/8/8/4k3/8/8/R3K3 b - -", 99).result, TB_LOSS + 1);
-    EXPECT_EQ(probe("8/8/8/8/8/5K2/4Q3/7k w - -", 0).dtz, 1);                // mate in one
+    EXPECT_EQ(tb_dtz(tables, tb_position(make_test_position("8/8/8/8/8/5K2/4Q3/7k w - -")->pos, 0), success), 1);
     EXPECT_EQ(probe("7k/5Q2/6K1/8/8/8/8/8 b - -", 0).result, NO_TB_RESULT);  // stalemate
     EXPECT_EQ(probe("7k/6Q1/6K1/8/8/8/8/8 b - -", 0).result, NO_TB_RESULT);  // mate
     const TbRoot draw = probe("8/8/4k3/8/8/4K3/8/8 w - -", 0);
     EXPECT_EQ(draw.result, TB_DRAW);
-    EXPECT_EQ(draw.dtz, 0);
     EXPECT_EQ(draw.move, probe("8/8/4k3/8/8/4K3/8/8 w - -", 7).move);
 }
 
 // Won positions are won with the clock running, against the longest resistance, before fifty moves have passed.
 TEST_F(EndgameTables, WinsWhatIsWonWithinTheClock) {
+    tb_setup(tablebases, table_directory().string());
     Random random(11);
     const int games = short_run() ? 1 : 10;
     for (const char *pieces : {"KBNk", "KQkr", "KRPk", "KPkp"}) {
@@ -177,7 +167,7 @@ TEST_F(EndgameTables, WinsWhatIsWonWithinTheClock) {
             const std::string fen = random_fen(pieces, random);
             set_fen(game->position, fen);
             game->position.fifty = 10;
-            if (tb_probe_root(game->position).result != TB_WIN) continue;
+            if (tb_probe_root(tablebases, game->position).result != TB_WIN) continue;
             ++won;
             int plies = 0;
             while (!no_legal_moves(game->position) && game->position.fifty < 100 && plies < 400) {
@@ -187,7 +177,7 @@ TEST_F(EndgameTables, WinsWhatIsWonWithinTheClock) {
                     EXPECT_EQ(root_result.depth, late ? 99 : root_result.depth.load()) << get_fen(game->position);
                     make_move(game->position, root_result.pv[1]);
                 } else {
-                    make_move(game->position, tb_probe_root(game->position).move);
+                    make_move(game->position, tb_probe_root(tablebases, game->position).move);
                 }
                 ++plies;
             }
@@ -196,6 +186,7 @@ TEST_F(EndgameTables, WinsWhatIsWonWithinTheClock) {
             EXPECT_EQ(game->position.side, BLACK) << fen;
         }
     }
+    tb_setup(tablebases, {});
 }
 
 TEST_F(EndgameTables, FirstProbesFromManyThreadsAgree) {
@@ -203,10 +194,10 @@ TEST_F(EndgameTables, FirstProbesFromManyThreadsAgree) {
     Random random(5);
     for (const char *pieces : {"KQk", "KRk", "KPk", "KBNk", "KQkr", "KRkp", "KPkp", "KNNk", "KPPk", "KQkn"})
         for (int i = 0; i < 3; ++i) fens.push_back(random_fen(pieces, random));
-    const auto probe_all = [&fens](std::vector<int> &values) {
+    const auto probe_all = [&](std::vector<int> &values) {
         for (const std::string &fen : fens) {
             TbSuccess success = TB_FAILED;
-            values.push_back(tb_wdl(tb_position(make_test_position(fen)->pos, 0), success));
+            values.push_back(tb_wdl(tables, tb_position(make_test_position(fen)->pos, 0), success));
             if (success == TB_FAILED) values.back() = 99;
         }
     };
@@ -252,7 +243,7 @@ TEST_F(EndgameFiles, PathListsAreSplit) {
     link("b", "KQvK.rtbw");
     const struct {
         std::string paths;
-        int found;
+        std::size_t found;
     } CASES[] = {
         {a(), 1},
         {b(), 4},
@@ -262,14 +253,16 @@ TEST_F(EndgameFiles, PathListsAreSplit) {
         {"C:\\Chess\\Syzygy;C:" + a() + ";c:\\x:" + b(), 4},
         {std::string(10000, 'x') + ";" + b(), 0},  // a path that is too long ends the search
     };
-    for (const auto &c : CASES)
-        EXPECT_EQ(printed_by([&c] { tb_setup(c.paths); }),
-                  "info string found " + std::to_string(c.found) + " tablebases\n")
-            << c.paths;
-    tb_setup(b());
-    EXPECT_EQ(tb_largest, 4);
-    EXPECT_EQ(printed_by([] { tb_setup("<empty>"); }), "");
-    EXPECT_EQ(tb_largest, 0);
+    for (const auto &c : CASES) {
+        const TbSetup setup = tb_setup(tables, c.paths);
+        EXPECT_TRUE(setup.searched);
+        EXPECT_EQ(setup.tables, c.found) << c.paths;
+        EXPECT_EQ(setup.error, "");
+    }
+    tb_setup(tables, b());
+    EXPECT_EQ(tables.largest, 4);
+    EXPECT_FALSE(tb_setup(tables, "<empty>").searched);
+    EXPECT_EQ(tables.largest, 0);
 }
 
 TEST_F(EndgameFiles, FilesThatCannotBeUsedAreReportedOnce) {
@@ -279,32 +272,33 @@ TEST_F(EndgameFiles, FilesThatCannotBeUsedAreReportedOnce) {
     link("a", "KBNvK.rtbw");
     fs::copy_file(table_directory() / "KPvK.rtbw", directory_ / "a" / "KNvK.rtbw");
     fs::create_directory(directory_ / "a" / "KBvK.rtbw");
-    tb_setup(a());
-    const auto probe = [](const char *fen) {
+    std::string told;
+    const auto tell = [](void *context, std::string_view text) { *static_cast<std::string *>(context) += text; };
+    tables.report = {&told, tell, tell};
+    tb_setup(tables, a());
+    const auto probe = [this](const char *fen) {
         TbSuccess success = TB_EXACT;
         const auto board = make_test_position(fen);
-        tb_wdl(tb_position(board->pos, 0), success);
+        tb_wdl(tables, tb_position(board->pos, 0), success);
         return success;
     };
     for (const char *fen : {"8/8/8/8/8/5K2/4Q3/7k b - -", "8/8/8/8/8/5K2/4R3/7k b - -", "8/8/8/8/8/5K2/4N3/7k b - -"}) {
-        testing::internal::CaptureStderr();
+        told.clear();
         EXPECT_EQ(probe(fen), TB_FAILED) << fen;
         EXPECT_EQ(probe(fen), TB_FAILED) << fen;
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "Corrupted table.\n") << fen;
+        EXPECT_EQ(told, "Corrupted table.\n") << fen;
     }
-    testing::internal::CaptureStderr();
+    told.clear();
     EXPECT_EQ(probe("8/8/8/8/8/5K2/4P3/7k b - -"), TB_EXACT);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(told, "");
 
     // A file that has gone since it was found, and a missing DTZ file.
     fs::remove(directory_ / "a" / "KBNvK.rtbw");
-    testing::internal::CaptureStderr();
     EXPECT_EQ(probe("8/8/8/8/8/5K2/4BN2/7k b - -"), TB_FAILED);
     const auto pawn = make_test_position("8/8/8/8/8/5K2/4P3/7k w - -");
-    EXPECT_EQ(tb_probe_root(pawn->pos).result, NO_TB_RESULT);
-    EXPECT_EQ(tb_probe_search(pawn->pos, 1, ALWAYS), TB_WIN);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::AllOf(HasSubstr("Could not find KBNvK.rtbw\n"), HasSubstr("Could not find KPvK.rtbz\n")));
+    EXPECT_EQ(tb_probe_root(tables, pawn->pos).result, NO_TB_RESULT);
+    EXPECT_EQ(tb_probe_search(tables, pawn->pos, 1, ALWAYS), TB_WIN);
+    EXPECT_EQ(told, "Could not find KBNvK.rtbw\nCould not find KPvK.rtbz\n");
 }
 
 // The bytes of a file and the zeros that follow a mapped one.
@@ -334,11 +328,11 @@ void read_values(const FileBytes &file, const TbLayout &layout, Random &random) 
                 std::array<Square, TB_PIECES> squares{};
                 Bitboard used = 0;
                 for (int p = 0; p < file.material.num; ++p) {
-                    const bool pawn = type_of(side.piece_order[static_cast<std::size_t>(p)]) == PAWN;
+                    const bool pawn = type_of(side.piece_order[p]) == PAWN;
                     Square square = pawn ? 8 + random.below(48) : random.below(64);
                     while ((used & bit(square)) != 0) square = pawn ? 8 + random.below(48) : random.below(64);
                     used |= bit(square);
-                    squares[static_cast<std::size_t>(p)] = square;
+                    squares[p] = square;
                 }
                 if (file.material.pawn_table && tb_leading_file(file.material, squares) != static_cast<int>(f))
                     continue;
@@ -367,7 +361,7 @@ TEST_F(EndgameTables, DamagedFilesAreRefusedOrRead) {
     const int rounds = wanted != nullptr ? std::atoi(wanted) : short_run() ? 1500 : 5000;
     int refused = 0;
     for (int round = 0; round < rounds; ++round) {
-        FileBytes &file = files[static_cast<std::size_t>(random.below(static_cast<int>(files.size())))];
+        FileBytes &file = files[random.below(static_cast<int>(files.size()))];
         std::vector<std::pair<std::size_t, std::uint8_t>> saved;
         const std::size_t size =
             random.below(8) == 0 ? static_cast<std::size_t>(random.below(static_cast<int>(file.size) + 1)) : file.size;

@@ -10,17 +10,17 @@
 struct TbPosition {
     Bitboard white, black;                                   // all pieces of a colour
     Bitboard kings, queens, rooks, bishops, knights, pawns;  // of both colours
-    std::uint8_t halfmove_clock;                             // plies since the last capture or pawn move
+    std::uint8_t fifty;                                      // plies since the last capture or pawn move
     std::uint8_t ep;                                         // en-passant square, 0 for none
-    std::uint8_t turn;                                       // 1: White to move, 0: Black
+    Colour side;                                             // to move
 
-    Bitboard of_turn() const { return turn != 0 ? white : black; }
-    Bitboard of_other() const { return turn != 0 ? black : white; }
+    Bitboard of_side() const { return side == WHITE ? white : black; }
+    Bitboard of_other() const { return side == WHITE ? black : white; }
     Bitboard occupied() const { return white | black; }
 };
 
 // The same position with another clock.
-TbPosition tb_position(const Position &pos, int halfmove_clock);
+TbPosition tb_position(const Position &pos, int fifty);
 
 // Whether the position can be probed: one king a side, sets that fit together, no pawn on the first or last rank, and
 // the king of the side that has just moved not attacked.

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "board/position.h"
-#include "fathom/tbposition.h"
+#include "tablebase/board.h"
+
+struct Tablebases;  // registry.h
 
 // How a probe went.
 enum TbSuccess : int {
@@ -12,12 +14,12 @@ enum TbSuccess : int {
 };
 
 // Win, draw or loss from the side to move's view: 2 win, 1 win that the fifty-move rule turns into a draw, 0 draw, -1 and
-// -2 the same for a loss. No castling rights; at most tb_largest pieces. 0 on failure. Any thread.
-int tb_wdl(const TbPosition &pos, TbSuccess &success);
+// -2 the same for a loss. No castling rights; at most `largest` pieces. 0 on failure. Any thread.
+int tb_wdl(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success);
 
 // Signed plies to the next capture or pawn move with best play; 0 for a draw, beyond 100 for results that the fifty-move
 // rule turns into draws. 0 on failure. One thread at a time.
-int tb_dtz(const TbPosition &pos, TbSuccess &success);
+int tb_dtz(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success);
 
 // What the search knows of a position: 0 loss, 1 blessed loss, 2 draw, 3 cursed win, 4 win, NO_TB_RESULT nothing.
 constexpr int NO_TB_RESULT = -1;
@@ -32,13 +34,11 @@ struct TbProbeDepths {
 };
 
 // Result inside the tree. Any thread.
-int tb_probe_search(const Position &pos, int depth, const TbProbeDepths &depths);
+int tb_probe_search(Tablebases &tablebases, const Position &pos, int depth, const TbProbeDepths &depths);
 
-// Result at the root with the half-move clock counted in, a move that keeps it and makes progress, and the root's distance
-// in plies to the next zeroing move. NO_TB_RESULT without an answer, for a mate and a stalemate too. One thread at a time.
+// Result at the root with the half-move clock counted in, and a move that keeps it and makes progress. NO_TB_RESULT without an answer, for a mate and a stalemate too. One thread at a time.
 struct TbRoot {
     int result;
-    int dtz;
     Move move;
 };
-TbRoot tb_probe_root(const Position &pos);
+TbRoot tb_probe_root(Tablebases &tablebases, const Position &pos);

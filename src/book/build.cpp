@@ -16,6 +16,8 @@
 #include "board/notation.h"
 #include "board/position.h"
 #include "book/format.h"
+#include "games/game_text.h"
+#include "games/results.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -27,8 +29,11 @@ constexpr int GAMES_PER_DOT = 1024;
 constexpr std::int64_t LEAST_SCORE = 10;
 constexpr std::uint32_t LEAST_WINS = 3;
 constexpr double HIGHEST_WEIGHT = 60000.0;
-
-enum class GameResult { UNKNOWN, WHITE_WINS, BLACK_WINS, DRAW };
+constexpr GameTextRules OPENING_TEXT = {.controls_end_words = false,
+                                        .round_brackets = true,
+                                        .remark_lines = true,
+                                        .tag_lines_in_comments = false,
+                                        .letters_anywhere = true};
 
 // A move played in a position, with its results from the mover's point of view.
 struct MoveRecord {
@@ -84,12 +89,6 @@ private:
     std::vector<std::uint32_t> slots_;
 };
 
-GameResult result_in(std::string_view line) {
-    if (line.find("1-0") != std::string_view::npos) return GameResult::WHITE_WINS;
-    if (line.find("0-1") != std::string_view::npos) return GameResult::BLACK_WINS;
-    return line.find("1/2") != std::string_view::npos ? GameResult::DRAW : GameResult::UNKNOWN;
-}
-
 // Reads game text line by line and records the moves of the openings.
 class BookReader {
 public:
@@ -101,20 +100,10 @@ public:
 
     void read_line(std::string_view line) {
         if (line.find("[Result") != std::string_view::npos) start_game(line);
-        const bool tag_or_remark = !line.empty() && (line[0] == ';' || line[0] == '[');
-        if ((tag_or_remark && comment_depth_ == 0) || result_ == GameResult::UNKNOWN || plies_ >= BOOK_PLIES) return;
-        std::string token;
-        for (const char c : line) {
-            if (c == ' ') {
-                end_token(token);
-            } else if (c == '{' || c == '}' || c == '(' || c == ')') {
-                end_token(token);
-                change_depth(c);
-            } else if (static_cast<unsigned char>(c) >= ' ') {
-                token += c;
-            }
-        }
-        end_token(token);
+        if (result_ == GameResult::UNKNOWN || plies_ >= BOOK_PLIES) return;
+        reader_.start_line(line);
+        for (GameTextEvent event; !stopped_ && reader_.next(event);)
+            if (event.kind == GameTextEvent::MOVE) play(event.text);
     }
 
     int games() const { return games_; }
@@ -124,7 +113,8 @@ private:
     void start_game(std::string_view line) {
         set_fen(position_, START_FEN);
         result_ = result_in(line);
-        plies_ = comment_depth_ = variation_depth_ = 0;
+        plies_ = 0;
+        reader_.close_brackets();
         stopped_ = false;
         if (++games_ % GAMES_PER_DOT == 0) {
             std::putchar('.');
@@ -132,25 +122,9 @@ private:
         }
     }
 
-    // A bracket without its partner does not open the game for what follows.
-    void change_depth(char bracket) {
-        if (stopped_) return;
-        int &depth = bracket == '{' || bracket == '}' ? comment_depth_ : variation_depth_;
-        depth = bracket == '{' || bracket == '(' ? depth + 1 : std::max(depth - 1, 0);
-    }
-
-    void end_token(std::string &token) {
-        const bool is_move =
-            !token.empty() && token[0] != ';' && token[0] != '$' &&
-            (std::any_of(token.begin(), token.end(), [](unsigned char c) { return std::isalpha(c) != 0; }) ||
-             token.find("0-") != std::string::npos);
-        if (is_move && !stopped_ && comment_depth_ == 0 && variation_depth_ == 0) play(token);
-        token.clear();
-    }
-
-    void play(const std::string &text) {
+    void play(std::string_view text) {
         Move move = NO_MOVE;
-        if (plies_ >= MAX_GAME_MOVES || !parse_move(position_, without_move_number(text), move)) {
+        if (plies_ >= MAX_GAME_MOVES || !parse_move(position_, text, move)) {
             stopped_ = true;
             return;
         }
@@ -168,8 +142,7 @@ private:
     Position position_;
     GameResult result_ = GameResult::UNKNOWN;
     int plies_ = 0;
-    int comment_depth_ = 0;
-    int variation_depth_ = 0;
+    GameTextReader reader_{OPENING_TEXT};
     bool stopped_ = false;
     int games_ = 0;
     MoveTable moves_;

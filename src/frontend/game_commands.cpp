@@ -12,6 +12,7 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "frontend/engine.h"
+#include "games/game_text.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/tt.h"
@@ -70,51 +71,25 @@ private:
     int current_ = 0;  // games begun so far; what stands before the first counts with it
 };
 
-// Game text without comments in braces, which may nest and run over lines.
-class CommentFilter {
-public:
-    std::string without_comments(std::string_view line) {
-        std::string text;
-        for (const char c : line) {
-            if (c == '{') ++depth_;
-            if (depth_ == 0 && c != '}') text += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-            if (c == '}') {
-                depth_ = std::max(depth_ - 1, 0);
-                text += ' ';
-            }
-        }
-        return text;
-    }
-
-private:
-    int depth_ = 0;
-};
-
-// Plays the moves of a line of game text. False at a word that is no legal move.
-bool play_words(std::string_view text) {
-    constexpr std::size_t LONGEST_WORD = 32;
-    for (std::string_view word = next_word(text); !word.empty(); word = next_word(text)) {
-        word = without_move_number(word);
-        if (std::isalpha(static_cast<unsigned char>(word[0])) == 0) continue;
-        word = word.substr(0, LONGEST_WORD);
-        Move move = NO_MOVE;
-        if (!parse_move(board(), word, move) || !play_game_move(move)) {
-            print_format("can't parse move '%s'", std::string(word).c_str());
-            return false;
-        }
-    }
-    return true;
+// Plays a move of game text. False when it is no legal move.
+bool play_word(std::string_view word) {
+    Move move = NO_MOVE;
+    if (parse_move(board(), word, move) && play_game_move(move)) return true;
+    print_format("can't parse move '%s'", std::string(word).c_str());
+    return false;
 }
 
 void play_game_of_file(LineReader &file, std::string_view tag) {
     GameChoice choice(tag);
-    CommentFilter comments;
+    GameTextReader reader({.longest_move = 32});
     std::string line;
     while (file.next_whole(line)) {
         choice.read(line);
         if (choice.passed()) return;
-        if (!choice.reached() || (!line.empty() && line[0] == '[')) continue;
-        if (!play_words(comments.without_comments(line))) return;
+        if (!choice.reached()) continue;
+        reader.start_line(line);
+        for (GameTextEvent event; reader.next(event);)
+            if (event.kind == GameTextEvent::MOVE && !play_word(event.text)) return;
     }
 }
 

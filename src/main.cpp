@@ -5,7 +5,6 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "board/attacks.h"
-#include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
 #include "fathom/tbcore.h"
@@ -24,6 +23,7 @@ namespace {
 
 bool start_up(int count, char **arguments, CommandLine &line) {
     std::srand(wall_clock_seed());
+    random_generator = RandomGenerator(wall_clock_seed());
     if (!allocate_game()) return false;
     init_attacks();
     build_kpk();

@@ -12,6 +12,7 @@
 #include "board/see.h"
 #include "book/probe.h"
 #include "eval/display.h"
+#include "frontend/book_listing.h"
 #include "frontend/engine.h"
 #include "frontend/game_commands.h"
 #include "platform/clock.h"
@@ -203,7 +204,9 @@ void exchanges(const Words &, std::string_view) {
 }
 
 void book_moves(const Words &, std::string_view) {
-    probe_book(game->position);
+    const BookDraw draw =
+        probe_book(game->position, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator);
+    print_book_draw(draw, BookProtocol::CONSOLE, noise);
     print_line("");
 }
 

@@ -12,6 +12,7 @@
 #include "search/tt.h"
 
 SearchThread *game = nullptr;
+RandomGenerator random_generator;
 
 namespace {
 

@@ -3,10 +3,14 @@
 
 #include <cstdint>
 
+#include "base/random.h"
 #include "search/search.h"
 
 // The game record: its position and history are the game, kept by the front end. Null before start-up.
 extern SearchThread *game;
+
+// Draws of play: book moves. Seeded at start-up. Main thread.
+extern RandomGenerator random_generator;
 
 // Allocates and frees the game record. False when there is no memory.
 bool allocate_game();

@@ -64,7 +64,8 @@ PlayedMove choose_move(Move &move, PollInput poll_input) {
     derive_eval_tables();
     begin_search();
     move = NO_MOVE;
-    if (game->history.undo_count < settings.OwnBook_Depth) move = probe_book(pos);
+    if (game->history.undo_count < settings.OwnBook_Depth)
+        move = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator).move;
     if (move != NO_MOVE) return {squares_of(move), 0, 0};
     if (drawn_before_search(pos)) return {"", 0, 0};
     search_with_all_threads(poll_input, 1);

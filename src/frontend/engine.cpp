@@ -10,6 +10,7 @@
 #include "board/notation.h"
 #include "book/probe.h"
 #include "frontend/book_listing.h"
+#include "frontend/editor.h"
 #include "frontend/game_commands.h"
 #include "frontend/input.h"
 #include "platform/interrupt.h"

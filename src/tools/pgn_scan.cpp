@@ -45,12 +45,17 @@ struct Game {
     const std::string &text(int i) const { return moves[static_cast<std::size_t>(i)].text; }
 };
 
-int clamped_score(double score) { return static_cast<int>(std::clamp(score, -29999.0, 29999.0)); }
+// A score as a whole number that cannot be taken for one of the marks.
+int clamped_score(double score) {
+    constexpr double LOWEST = NO_NUMBER + 1;
+    constexpr double HIGHEST = 29999;
+    return static_cast<int>(std::clamp(std::trunc(score), LOWEST, HIGHEST));
+}
 
 // Pawns with decimals into centipawns, cut; the decimals count as they are written.
 int centipawns(std::string_view text) {
     const double scaled = leading_number(text) * 100.0;
-    return clamped_score(std::trunc(scaled + std::copysign(1e-6, scaled)));
+    return clamped_score(scaled + std::copysign(1e-6, scaled));
 }
 
 // Score that the comment of a move gives.
@@ -60,8 +65,8 @@ int comment_score(std::string_view comment, bool black_moved) {
     if (const std::size_t at = comment.find(EVAL); at != std::string_view::npos) {
         const std::string_view number = skip_blanks(comment.substr(at + EVAL.size()));
         if (number.empty()) return NO_NUMBER;
-        const int score = clamped_score(std::trunc(leading_number(number.substr(0, number.find(',')))));
-        return black_moved ? -score : score;
+        const double score = leading_number(number.substr(0, number.find(',')));
+        return clamped_score(black_moved ? -score : score);
     }
     const std::size_t slash = comment.find('/');
     if (slash == std::string_view::npos) return NO_NUMBER;

@@ -1,5 +1,5 @@
 // Lines of EPD and PGN files, through every tool that reads them.
-#include "frontend/game_commands.h"
+#include "frontend/game_files.h"
 #include "games/epd.h"
 #include "harness.h"
 #include "tools/tools.h"

@@ -1,9 +1,9 @@
-// Game text by the rules of each of its readers, results and records.
+// Game text by the rules of each of its readers, and results.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
-#include "games/epd.h"
 #include "games/game_text.h"
 #include "games/results.h"
 
@@ -43,7 +43,7 @@ TEST(GameText, IsReadByTheRulesOfItsReader) {
         {"e4{x{y}\nz}e5}d4", "e4 e5 d4 ", "e4 {x{y} z}e5 d4 ", "e4 e5 d4 "},
         {"e4 (d4 {)} c4) e5", "e4 c4) e5 ", "e4 {)}c4) e5 ", "e4 c4 e5 "},
         {"e\t4 e\r5", "e e ", "e e ", "e4 e5 "},
-        {";e4\n$1 0-0 4e 1...e5", ";", ";", ""},
+        {";e4\n$1 0-0 4e 1...e5", "e5 ", "e5 ", "0-0 4e e5 "},
         {"{\n[b]\ne4", "<[b]>", "<[b]>e4 ", ""},
         {"[%e4\n;d4", "<[%e4>", "", "<[%e4>"},
         {"exd8=Q+", "exd8=Q+ ", "exd8= ", "exd8=Q+ "},

@@ -41,7 +41,7 @@ void write_book(BookBuilder &book) {
         std::printf("\ncannot write %s\n", BOOK_FILE);
         return;
     }
-    std::printf("\ngames= %d, nmoves= %zu\n", book.games(), moves);
+    std::printf("\nngames= %d, nmoves= %zu\n", book.games(), moves);
     std::printf("done\n");
 }
 

@@ -7,7 +7,6 @@
 #include "base/output.h"
 #include "base/settings.h"
 #include "board/attacks.h"
-#include "book/build.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
 #include "frontend/command_line.h"
@@ -35,6 +34,7 @@ void tablebase_failure(void * /*context*/, std::string_view text) {
 bool start_up(int count, char **arguments, CommandLine &line) {
     std::srand(wall_clock_seed());
     tablebases.report = {nullptr, tablebase_warning, tablebase_failure};
+    random_generator = RandomGenerator(wall_clock_seed());
     if (!allocate_game()) return false;
     init_attacks();
     build_kpk();

@@ -8,7 +8,7 @@ set -u
 export LC_ALL=C
 
 # Floor of each folder. main.cpp, alone in the top folder (.), stands above all.
-floors="platform=1 base=2 board=3 eval=4 tablebase=4 book=4 search=5 tools=6 frontend=7 .=8"
+floors="platform=1 base=2 board=3 games=4 eval=5 tablebase=5 book=5 search=6 engine=7 tools=8 frontend=9 .=10"
 
 # Prints one line "FILE:LINE:INCLUDED" per project include of the tree in the current directory. `<...>` counts too
 # when it names a file of the tree.

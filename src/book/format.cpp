@@ -99,3 +99,7 @@ std::uint16_t move_to_book(Move m) {
     while (promotion < PROMOTIONS.size() - 1 && (m & PROMOTE_ANY) != PROMOTIONS[promotion]) ++promotion;
     return static_cast<std::uint16_t>(promotion << 12 | static_cast<std::size_t>(from << 6 | to));
 }
+
+std::string book_squares(std::uint16_t book_move) {
+    return std::string(square_name(book_move >> 6 & 63)).append(square_name(book_move & 63));
+}

@@ -1,12 +1,13 @@
 // The Polyglot book format: entries of 16 bytes, sorted by position key, all numbers big-endian.
 //
 // This folder reads books (probe.h) and builds them (build.h). It owns the published random numbers of the format
-// (random64.h) and keeps no book in memory: every probe opens the file that the settings name.
+// (random64.h) and keeps no book in memory: every probe opens the file that its options name.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <istream>
+#include <string>
 
 #include "board/position.h"
 
@@ -34,3 +35,6 @@ std::array<char, BOOK_ENTRY_SIZE> book_entry_bytes(const BookEntry &entry);
 // back. Nothing is checked against a position; a promotion code that does not exist gives NO_MOVE.
 Move move_from_book(std::uint16_t book_move);
 std::uint16_t move_to_book(Move m);
+
+// From-square and to-square as the book has them: castling is the king's move onto its rook.
+std::string book_squares(std::uint16_t book_move);

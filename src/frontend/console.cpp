@@ -12,8 +12,11 @@
 #include "board/see.h"
 #include "book/probe.h"
 #include "eval/display.h"
+#include "frontend/book_listing.h"
+#include "frontend/editor.h"
 #include "frontend/engine.h"
 #include "frontend/game_commands.h"
+#include "frontend/game_files.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/search.h"
@@ -203,7 +206,9 @@ void exchanges(const Words &, std::string_view) {
 }
 
 void book_moves(const Words &, std::string_view) {
-    probe_book(game->position);
+    const BookDraw draw =
+        probe_book(game->position, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator);
+    print_book_draw(draw, BookProtocol::CONSOLE, noise);
     print_line("");
 }
 

@@ -9,6 +9,8 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/probe.h"
+#include "frontend/book_listing.h"
+#include "frontend/editor.h"
 #include "frontend/game_commands.h"
 #include "frontend/input.h"
 #include "platform/interrupt.h"
@@ -58,7 +60,9 @@ bool book_move_refused(Position &pos) {
 bool play_from_book() {
     if (settings.OwnBook == 0 || game->history.undo_count >= settings.OwnBook_Depth) return false;
     Position &pos = game->position;
-    const Move move = probe_book(pos);
+    const BookDraw draw = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator);
+    print_book_draw(draw, uci_mode == 1 ? BookProtocol::UCI : BookProtocol::CONSOLE, noise);
+    const Move move = draw.move;
     if (move == NO_MOVE) return false;
     Move &recorded = game->history.undo[static_cast<std::size_t>(game->history.undo_count)].move;
     const Move played_here = recorded;

@@ -1,5 +1,5 @@
-// The console's game: moves typed, taken back and replayed, games and positions read from files and written, the hash
-// table's line, and the board editor. Main thread.
+// The console's game: moves typed, taken back and replayed, and the hash table's line. game_files.h reads and writes
+// games, editor.h changes the board. Main thread.
 #pragma once
 
 #include <string_view>
@@ -19,18 +19,10 @@ bool replay_move();
 // Goes to the position after `ply` moves of the game, as far as it is recorded.
 void jump_to_ply(int ply);
 
-// Sets up the position of the line of "test.epd" that has this id.
-void get_test_position(std::string_view id);
-
-// Loads one game of a PGN file: by number, or the first one with a line that contains the tag text.
-void load_game(std::string_view file_name, std::string_view tag);
-// Appends the game to "tmp.pgn".
-void save_game();
+// The move recorded as played from the present position; NO_MOVE ends what is recorded.
+Move &recorded_move();
+// Goes back to the start; what is recorded stays.
+void take_back_all();
 
 // Prints the line that the hash table holds for the position.
 void show_hash_line();
-
-// The board editor takes lines until one begins with '.'.
-void start_editor();
-bool editing();
-void edit_line(std::string_view line);

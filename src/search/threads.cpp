@@ -14,6 +14,7 @@
 
 SearchThread *game = nullptr;
 Tablebases tablebases;
+RandomGenerator random_generator;
 
 namespace {
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "base/random.h"
 #include "search/search.h"
 
 // The game record: its position and history are the game, kept by the front end. Null before start-up.
@@ -10,6 +11,8 @@ extern SearchThread *game;
 
 // The tables that every search reads. Set up by the front end while no search runs.
 extern Tablebases tablebases;
+// Draws of play: book moves. Seeded at start-up. Main thread.
+extern RandomGenerator random_generator;
 
 // Allocates and frees the game record. False when there is no memory.
 bool allocate_game();

@@ -9,12 +9,12 @@
 #include "base/text.h"
 #include "board/notation.h"
 #include "eval/parameters.h"
+#include "games/epd.h"
 #include "search/params.h"
 #include "search/report.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
-#include "tools/epd.h"
 #include "tools/workbench.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // Games with engine scores in their comments become annotated listings or training records.
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -17,19 +16,20 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "eval/parameters.h"
+#include "games/game_text.h"
+#include "games/results.h"
 #include "search/threads.h"
 #include "tools/workbench.h"
 
 namespace {
 
 constexpr std::size_t LONGEST_LINE = 254;
-constexpr std::size_t LONGEST_MOVE = 15;
 constexpr int NO_COMMENT = -30000;  // score of a move without a comment
 constexpr int NO_NUMBER = -29999;   // score of a move whose comment has none
 constexpr int MATE_COMMENT = 9000;  // "M5/20"
 constexpr int GAMES_PER_LINE = 100;
-
-enum GameResult { WHITE_WINS = 0, BLACK_WINS = 1, NO_WINNER = 2 };
+constexpr GameTextRules SCORED_GAMES = {
+    .tag_lines_end_comments = true, .percent_is_no_tag = true, .longest_move = 15, .comments = true};
 
 struct ScoredMove {
     std::string text;
@@ -38,19 +38,24 @@ struct ScoredMove {
 
 struct Game {
     std::vector<ScoredMove> moves;
-    int result = NO_WINNER;
+    GameResult result = GameResult::DRAW;
 
     int count() const { return static_cast<int>(moves.size()); }
     int score(int i) const { return moves[static_cast<std::size_t>(i)].score; }
     const std::string &text(int i) const { return moves[static_cast<std::size_t>(i)].text; }
 };
 
-int clamped_score(double score) { return static_cast<int>(std::clamp(score, -29999.0, 29999.0)); }
+// A score as a whole number that cannot be taken for one of the marks.
+int clamped_score(double score) {
+    constexpr double LOWEST = NO_NUMBER + 1;
+    constexpr double HIGHEST = 29999;
+    return static_cast<int>(std::clamp(std::trunc(score), LOWEST, HIGHEST));
+}
 
 // Pawns with decimals into centipawns, cut; the decimals count as they are written.
 int centipawns(std::string_view text) {
     const double scaled = leading_number(text) * 100.0;
-    return clamped_score(std::trunc(scaled + std::copysign(1e-6, scaled)));
+    return clamped_score(scaled + std::copysign(1e-6, scaled));
 }
 
 // Score that the comment of a move gives.
@@ -60,8 +65,8 @@ int comment_score(std::string_view comment, bool black_moved) {
     if (const std::size_t at = comment.find(EVAL); at != std::string_view::npos) {
         const std::string_view number = skip_blanks(comment.substr(at + EVAL.size()));
         if (number.empty()) return NO_NUMBER;
-        const int score = clamped_score(std::trunc(leading_number(number.substr(0, number.find(',')))));
-        return black_moved ? -score : score;
+        const double score = leading_number(number.substr(0, number.find(',')));
+        return clamped_score(black_moved ? -score : score);
     }
     const std::size_t slash = comment.find('/');
     if (slash == std::string_view::npos) return NO_NUMBER;
@@ -165,11 +170,10 @@ private:
         constexpr int LAST_MARGIN = 9;
         constexpr int CLOCK_LIMIT = 33;
         constexpr int CHANGE_PLIES = 37;
-        constexpr const char *RESULTS[] = {"1-0", "0-1", "1/2-1/2"};
         if (game.count() < SHORTEST_GAME || i < FIRST || i > std::min(game.count() - LAST_MARGIN, LAST)) return;
         if (position().fifty >= CLOCK_LIMIT || i - last_change_ > CHANGE_PLIES || in_check()) return;
         record(out_, format_line("%s bm %s; ce %d; c6 %d; c9 \"%s\";\n", get_fen(position()).c_str(),
-                                 game.text(i).c_str(), game.score(i), game.score(i + 6), RESULTS[game.result]));
+                                 game.text(i).c_str(), game.score(i), game.score(i + 6), result_text(game.result)));
     }
 
     bool write_scored_position(const Game &game, int i) {
@@ -187,8 +191,8 @@ private:
         if (pos.nonpawn_material[WHITE] != NONPAWN_UNIT[ROOK] || pos.nonpawn_material[BLACK] != NONPAWN_UNIT[ROOK] ||
             popcount(pos.of(WHITE, PAWN) | pos.of(BLACK, PAWN)) != 1)
             return;
-        const int winner = game.result == WHITE_WINS ? WHITE : BLACK;
-        const double result = game.result == NO_WINNER ? 0.5 : winner == pos.side ? 1.0 : 0.0;
+        const double of_white = points_of_white(game.result);
+        const double result = pos.side == WHITE ? of_white : 1.0 - of_white;
         record(out_, format_line("%s bm %s; ce %d; tune %0.5f;\n", get_fen(pos).c_str(), game.text(i).c_str(),
                                  game.score(i), result));
     }
@@ -209,10 +213,14 @@ public:
 
     void read_line(std::string_view line) {
         while (!line.empty() && (line.back() == '\r' || line.back() == '\n')) line.remove_suffix(1);
-        if (!line.empty() && line[0] == '[' && !(line.size() > 1 && line[1] == '%'))
-            read_tag(line);
-        else
-            read_moves(line);
+        reader_.start_line(line);
+        for (GameTextEvent event; reader_.next(event);) {
+            switch (event.kind) {
+            case GameTextEvent::TAG_LINE: read_tag(event.text); break;
+            case GameTextEvent::MOVE: read_move(event.text); break;
+            case GameTextEvent::COMMENT: read_comment(event.text); break;
+            }
+        }
     }
     void finish_game() {
         if (!game_.moves.empty()) writer_.write_game_records(game_);
@@ -224,10 +232,8 @@ private:
     void read_tag(std::string_view line) {
         const auto holds = [line](std::string_view word) { return line.find(word) != std::string_view::npos; };
         finish_game();
-        comment_depth_ = 0;
-        comment_.clear();
         if (holds("Event ")) {
-            game_.result = NO_WINNER;
+            game_.result = GameResult::DRAW;
             if (++games_ % GAMES_PER_LINE == 0) {
                 progress_.finish();
                 std::printf("game %d\n", games_);
@@ -239,44 +245,17 @@ private:
             if (holds("Round ")) out_.write(format_line("[Tag \"game_%d\"]\n", games_));
         }
         if (holds("Result ")) {
-            const std::string result = quoted_value(line);
-            game_.result = result == "1-0" ? WHITE_WINS : result == "0-1" ? BLACK_WINS : NO_WINNER;
+            const GameResult result = result_named(quoted_value(line));
+            game_.result = result == GameResult::UNKNOWN ? GameResult::DRAW : result;
         }
     }
 
-    void read_moves(std::string_view line) {
-        std::string word;
-        for (const char c : line) {
-            if (c == '{') {
-                end_word(word);
-                if (comment_depth_++ > 0) comment_ += c;
-            } else if (c == '}' && comment_depth_ > 0) {
-                if (--comment_depth_ == 0)
-                    end_comment();
-                else
-                    comment_ += c;
-            } else if (comment_depth_ > 0) {
-                comment_ += c;
-            } else if (static_cast<unsigned char>(c) <= ' ' || c == '}') {
-                end_word(word);
-            } else {
-                word += c;
-            }
-        }
-        end_word(word);
-        if (comment_depth_ > 0) comment_ += ' ';
+    void read_move(std::string_view move) {
+        if (game_.count() < MAX_GAME_MOVES) game_.moves.push_back({std::string(move), NO_COMMENT});
     }
 
-    void end_word(std::string &word) {
-        const std::string_view move = without_move_number(word);
-        if (!move.empty() && std::isalpha(static_cast<unsigned char>(move[0])) != 0 && game_.count() < MAX_GAME_MOVES)
-            game_.moves.push_back({std::string(move.substr(0, LONGEST_MOVE)), NO_COMMENT});
-        word.clear();
-    }
-
-    void end_comment() {
-        if (!game_.moves.empty()) game_.moves.back().score = comment_score(comment_, game_.count() % 2 == 0);
-        comment_.clear();
+    void read_comment(std::string_view comment) {
+        if (!game_.moves.empty()) game_.moves.back().score = comment_score(comment, game_.count() % 2 == 0);
     }
 
     int variant_;
@@ -285,8 +264,7 @@ private:
     Progress &progress_;
     Game game_;
     int games_ = 0;
-    int comment_depth_ = 0;
-    std::string comment_;
+    GameTextReader reader_{SCORED_GAMES};
 };
 
 }  // namespace

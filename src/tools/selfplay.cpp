@@ -13,6 +13,7 @@
 #include "board/notation.h"
 #include "book/probe.h"
 #include "eval/parameters.h"
+#include "games/results.h"
 #include "search/params.h"
 #include "search/search.h"
 #include "search/threads.h"
@@ -43,13 +44,9 @@ struct PlayedMove {
     int depth;
 };
 
-enum class Outcome { OPEN, WHITE_WINS, BLACK_WINS, DRAW };
-
-Outcome win_of(Colour side) { return side == WHITE ? Outcome::WHITE_WINS : Outcome::BLACK_WINS; }
-
 struct FinishedGame {
     std::vector<PlayedMove> moves;
-    Outcome outcome;
+    GameResult result;  // UNKNOWN: stopped by the user, or longer than a game may be
     bool perturbed_is_white;
 };
 
@@ -67,7 +64,8 @@ PlayedMove choose_move(Move &move, PollInput poll_input) {
     derive_eval_tables();
     begin_search();
     move = NO_MOVE;
-    if (game->history.undo_count < settings.OwnBook_Depth) move = probe_book(pos);
+    if (game->history.undo_count < settings.OwnBook_Depth)
+        move = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator).move;
     if (move != NO_MOVE) return {squares_of(move), 0, 0};
     if (drawn_before_search(pos)) return {"", 0, 0};
     search_with_all_threads(poll_input, 1);
@@ -75,10 +73,10 @@ PlayedMove choose_move(Move &move, PollInput poll_input) {
     return {squares_of(move), root_result.score, root_result.depth};
 }
 
-Outcome adjudicate(const Position &pos, Move move, int score) {
+GameResult adjudicate(const Position &pos, Move move, int score) {
     if (score < -DECIDED_SCORE) return win_of(1 - pos.side);
     if (score > DECIDED_SCORE) return win_of(pos.side);
-    return pos.fifty >= 100 || move == NO_MOVE ? Outcome::DRAW : Outcome::OPEN;
+    return pos.fifty >= 100 || move == NO_MOVE ? GameResult::DRAW : GameResult::UNKNOWN;
 }
 
 void prepare_hash() {
@@ -95,30 +93,28 @@ void prepare_hash() {
 FinishedGame play_game(const Settings &perturbed, const Settings &reference, PollInput poll_input) {
     Position &pos = game->position;
     set_fen(pos, START_FEN);
-    FinishedGame finished{{}, Outcome::OPEN, std::rand() % 2 == 0};
+    FinishedGame finished{{}, GameResult::UNKNOWN, std::rand() % 2 == 0};
     prepare_hash();
-    while (finished.outcome == Outcome::OPEN && !quit_flag && game->history.undo_count < MAX_GAME_MOVES) {
+    while (finished.result == GameResult::UNKNOWN && !quit_flag && game->history.undo_count < MAX_GAME_MOVES) {
         const bool perturbed_moves = (pos.side == WHITE) == finished.perturbed_is_white;
         settings = perturbed_moves ? perturbed : reference;
         Move move = NO_MOVE;
         const PlayedMove played = choose_move(move, poll_input);
         if (quit_flag) break;
-        finished.outcome = adjudicate(pos, move, played.score);
+        finished.result = adjudicate(pos, move, played.score);
         if (move == NO_MOVE) continue;
         finished.moves.push_back(played);
-        if (finished.outcome == Outcome::OPEN) make_move(pos, move);
+        if (finished.result == GameResult::UNKNOWN) make_move(pos, move);
     }
     return finished;
 }
 
 void write_game(OutputFile &file, const FinishedGame &finished, int number) {
-    const char *result = finished.outcome == Outcome::WHITE_WINS   ? "1-0"
-                         : finished.outcome == Outcome::BLACK_WINS ? "0-1"
-                                                                   : "1/2-1/2";
     const char *white = finished.perturbed_is_white ? "Player1" : "Player2";
     const char *black = finished.perturbed_is_white ? "Player2" : "Player1";
     std::string text = "[Event selfplay]\n";
-    text += format_line("[Game %d]\n[White \"%s\"]\n[Black \"%s\"]\n[Result \"%s\"]\n", number, white, black, result);
+    text += format_line("[Game %d]\n[White \"%s\"]\n[Black \"%s\"]\n[Result \"%s\"]\n", number, white, black,
+                        result_text(finished.result));
     for (std::size_t i = 0; i < finished.moves.size(); ++i) {
         const PlayedMove &move = finished.moves[i];
         const std::string shown = format_line("%s {%0.2f/%d}", move.text.c_str(), move.score / 100.0, move.depth);
@@ -164,9 +160,9 @@ int play_cycle(const Settings &perturbed, const Settings &reference, int games_b
     int surplus = 0;
     for (int number = 1; number <= GAMES_PER_CYCLE && !quit_flag; ++number) {
         const FinishedGame finished = play_game(perturbed, reference, poll_input);
-        if (finished.outcome == Outcome::OPEN) break;  // stopped by the user
-        const Outcome perturbed_win = win_of(finished.perturbed_is_white ? WHITE : BLACK);
-        if (finished.outcome != Outcome::DRAW) surplus += finished.outcome == perturbed_win ? 1 : -1;
+        if (finished.result == GameResult::UNKNOWN) break;
+        const GameResult perturbed_win = win_of(finished.perturbed_is_white ? WHITE : BLACK);
+        if (finished.result != GameResult::DRAW) surplus += finished.result == perturbed_win ? 1 : -1;
         write_game(file, finished, number);
         progress.update(games_before + number, games_before + number, GAMES);
     }

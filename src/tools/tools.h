@@ -1,9 +1,9 @@
 // The toolbox: batch work that is started by switches, or by the console's `tune`.
 //
 // bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, tuning.cpp fits
-// weights to records, selfplay.cpp fits them by play. epd.h reads records; workbench.h is what the tools share. All of them
-// work on the game record and run on the main thread. Each returns early, with what it has done so far written, when
-// quit_flag is set.
+// weights to records, selfplay.cpp fits them by play, make_book.cpp builds an opening book. workbench.h is what the tools
+// share. All but the last work on the game record. All run on the main thread and, but for the last, return early, with
+// what they have done so far written, when quit_flag is set.
 #pragma once
 
 #include <string>
@@ -37,3 +37,7 @@ void tune_one_parameter(std::string_view name, std::string_view file_name, int p
 // 300,000 fast games between a perturbed and a fixed copy of the weights, in cycles of six, after each of which the
 // estimates move towards the winner. Writes "self.pgn".
 void run_selfplay_tuning(PollInput poll_input);
+
+// Replays the first moves of every game of a PGN file and writes the moves that scored well to "tmp_book.bin". Does
+// nothing when the PGN file cannot be opened; when the book cannot be written one line says so and no file is left.
+void build_book(const char *pgn_file);

@@ -12,12 +12,13 @@
 #include "base/progress.h"
 #include "base/text.h"
 #include "eval/parameters.h"
+#include "games/epd.h"
+#include "games/results.h"
 #include "search/params.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
-#include "tools/epd.h"
 #include "tools/workbench.h"
 
 namespace {
@@ -43,14 +44,9 @@ bool read_training_record(std::string_view line, TrainingRecord &record) {
     const std::size_t at = line.find(RESULT);
     if (at == std::string_view::npos || !parse_epd_record(line, epd)) return false;
     const std::string_view text = line.substr(at + RESULT.size()).substr(0, LONGEST_RESULT);
-    if (text.find("1-0") != std::string_view::npos)
-        record.result = 1.0;
-    else if (text.find("0-1") != std::string_view::npos)
-        record.result = 0.0;
-    else if (text.find("1/2") != std::string_view::npos)
-        record.result = 0.5;
-    else
-        return false;
+    const GameResult result = result_in(text);
+    if (result == GameResult::UNKNOWN) return false;
+    record.result = points_of_white(result);
     record.fen = epd.fen;
     record.ce = clamped_integer(epd.ce, -32768, 32767);
     record.c6 = epd.c6.empty() ? record.ce : clamped_integer(epd.c6, -32768, 32767);

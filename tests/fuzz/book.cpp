@@ -1,6 +1,7 @@
 // An opening book. Every other entry gets the key of the position, so that there is something to find.
 #include "book/format.h"
 #include "book/probe.h"
+#include "frontend/book_listing.h"
 #include "harness.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -11,9 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto key = book_entry_bytes({polyglot_key(pos), 0, 0, 0});
     for (std::size_t at = 0; at + 16 <= bytes.size(); at += 32) bytes.replace(at, 8, key.data(), 8);
     fuzz::write_file("in.bin", bytes);
-    settings.OwnBook_File.assign("in.bin");
-    settings.OwnBook_Variety = static_cast<std::int16_t>(size % 101);
-    noise = 0.0;
-    probe_book(pos);
+    RandomGenerator random;
+    print_book_draw(probe_book(pos, {"in.bin", static_cast<int>(size % 101)}, random), BookProtocol::CONSOLE, 0.0);
     return 0;
 }

@@ -1,8 +1,7 @@
 // Lines of EPD and PGN files, through every tool that reads them.
-#include "book/build.h"
-#include "frontend/game_commands.h"
+#include "frontend/game_files.h"
+#include "games/epd.h"
 #include "harness.h"
-#include "tools/epd.h"
 #include "tools/tools.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

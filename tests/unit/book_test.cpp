@@ -4,7 +4,6 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -14,10 +13,10 @@
 #include <vector>
 
 #include "base/control.h"
-#include "base/settings.h"
 #include "board/notation.h"
 #include "book/format.h"
 #include "book/probe.h"
+#include "frontend/book_listing.h"
 #include "test_support.h"
 
 namespace {
@@ -32,18 +31,13 @@ std::uint16_t book_move(const std::string &from, const std::string &to, int prom
 class BookTest : public testing::Test {
 protected:
     void SetUp() override {
-        settings = Settings{};
-        uci_mode = 0;
-        noise = NO_PROGRESS_LINES;
         path_ = std::filesystem::temp_directory_path() / ("dral-book-" + std::to_string(getpid()));
-        settings.OwnBook_File.assign(path_.string());
+        name_ = path_.string();
+        options_.file = name_;
     }
     void TearDown() override {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
-        settings = Settings{};
-        uci_mode = 1;
-        noise = 0.0;
     }
 
     void write(const std::string &bytes) const { std::ofstream(path_, std::ios::binary) << bytes; }
@@ -62,9 +56,16 @@ protected:
         write(bytes);
     }
 
-    static std::string drawn(Position &pos) { return coordinates(probe_book(pos)); }
+    BookDraw draw(const Position &pos) { return probe_book(pos, options_, random_); }
+    std::string drawn(const Position &pos) { return coordinates(draw(pos).move); }
+    std::string shown(const Position &pos, BookProtocol protocol) {
+        return printed_by([&] { print_book_draw(draw(pos), protocol, 0.0); });
+    }
 
     std::filesystem::path path_;
+    std::string name_;
+    BookOptions options_{"", 25};
+    RandomGenerator random_{4711};
 };
 
 TEST(BookFormat, KeysAreThePublishedOnes) {
@@ -116,7 +117,6 @@ TEST_F(BookTest, ListsTheMovesOfARealBook) {
     const std::filesystem::path file = test_data_directory() / "polyglot" / "performance.bin";
     if (!std::filesystem::exists(file)) GTEST_SKIP() << "no test data: " << file;
     std::filesystem::create_symlink(std::filesystem::absolute(file), path_);
-    noise = 0.0;
     const struct {
         const char *fen;
         const char *moves;
@@ -130,8 +130,10 @@ TEST_F(BookTest, ListsTheMovesOfARealBook) {
     static const std::regex LISTED("  (\\S{4})  cnt= +(\\d+), weight= *[\\d.]+% -> *[\\d.]+%\n");
     for (const auto &c : CASES) {
         const auto board = make_test_position(c.fen);
-        Move move = NO_MOVE;
-        const std::string text = printed_by([&] { move = probe_book(board->pos); });
+        const BookDraw draw = this->draw(board->pos);
+        const Move move = draw.move;
+        const std::string text = printed_by([&] { print_book_draw(draw, BookProtocol::CONSOLE, 0.0); });
+        EXPECT_EQ(printed_by([&] { print_book_draw(draw, BookProtocol::CONSOLE, NO_PROGRESS_LINES); }), "");
         std::string listed;
         for (std::sregex_iterator it(text.begin(), text.end(), LISTED), end; it != end; ++it)
             listed += it->str(1) + ' ' + it->str(2) + ' ';
@@ -155,9 +157,8 @@ TEST_F(BookTest, VarietyShiftsTheShares) {
         {100, 175.0 / 395, 135.0 / 395, 85.0 / 395},
     };
     constexpr int DRAWS = 10000;
-    std::srand(4711);
     for (const auto &c : CASES) {
-        settings.OwnBook_Variety = static_cast<std::int16_t>(c.variety);
+        options_.variety = c.variety;
         std::map<std::string, int> count;
         for (int i = 0; i < DRAWS; ++i) ++count[drawn(board->pos)];
         EXPECT_NEAR(count["e2e4"] / double{DRAWS}, c.e4, 0.015) << c.variety;
@@ -170,15 +171,13 @@ TEST_F(BookTest, VarietyShiftsTheShares) {
 TEST_F(BookTest, ShowsTheMovesAsEachProtocolDoes) {
     const auto board = make_test_position("7k/P7/8/8/8/8/8/4K2R w K -");
     write_book(board->pos, {{book_move("a7", "a8", 4), 100}, {book_move("e1", "h1"), 10}, {book_move("e1", "f1"), 0}});
-    noise = 0.0;
-    settings.OwnBook_Variety = 100;
-    EXPECT_THAT(printed_by([&] { probe_book(board->pos); }),
+    options_.variety = 100;
+    EXPECT_THAT(shown(board->pos, BookProtocol::CONSOLE),
                 HasSubstr("  a7a8  cnt=   100, weight= 90.91% -> 52.24%\n"
                           "  e1h1  cnt=    10, weight=  9.09% -> 25.37%\n"
                           "  e1f1  cnt=     0, weight=  0.00% -> 22.39%\nselecting "));
-    settings.OwnBook_Variety = 25;
-    uci_mode = 1;
-    EXPECT_EQ(printed_by([&] { probe_book(board->pos); }), "info string ( book moves are: a7a8 e1h1  )\n");
+    options_.variety = 25;
+    EXPECT_EQ(shown(board->pos, BookProtocol::UCI), "info string ( book moves are: a7a8 e1h1  )\n");
 }
 
 TEST_F(BookTest, PlaysLegalMovesOnly) {
@@ -216,8 +215,9 @@ TEST_F(BookTest, TakesTheFirst128EntriesOfAKey) {
 TEST_F(BookTest, AnyFileIsHarmless) {
     const auto board = make_test_position();
     const auto expect_nothing = [&](const char *what) {
-        const std::string text = printed_by([&] { EXPECT_EQ(drawn(board->pos), "null") << what; });
-        EXPECT_EQ(text, "") << what;
+        const BookDraw draw = this->draw(board->pos);
+        EXPECT_EQ(coordinates(draw.move), "null") << what;
+        EXPECT_TRUE(draw.choices.empty()) << what;
     };
     expect_nothing("missing");
     Random random(3);
@@ -238,12 +238,12 @@ TEST_F(BookTest, AnyFileIsHarmless) {
     std::filesystem::remove(path_);
     ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
     expect_nothing("pipe");
-    settings.OwnBook_File.assign("");
+    options_.file = "";
     expect_nothing("no name");
 
     // Unsorted files make the search miss entries, or find them.
     std::filesystem::remove(path_);
-    settings.OwnBook_File.assign(path_.string());
+    options_.file = name_;
     bytes.clear();
     for (int i = 0; i < 1000; ++i) {
         const auto entry =

@@ -1,4 +1,4 @@
-// Records of EPD files, and the words of game files.
+// Records of EPD files.
 #pragma once
 
 #include <string>
@@ -10,10 +10,9 @@ struct EpdRecord {
     std::string fen;  // the four fields, joined by single blanks
     std::string bm;   // best moves
     std::string am;   // avoid move
-    std::string id;
-    std::string ce;  // centipawn evaluation
-    std::string c0;  // points: "Qxf7=10, Bxf7=3"
-    std::string c6;  // comment 6
+    std::string ce;   // centipawn evaluation
+    std::string c0;   // points: "Qxf7=10, Bxf7=3"
+    std::string c6;   // comment 6
 };
 
 // Reads a line. False, and the record is empty, when it has fewer than four fields.

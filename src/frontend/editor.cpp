@@ -1,0 +1,81 @@
+#include "frontend/editor.h"
+
+#include <cctype>
+#include <cstdio>
+#include <string_view>
+
+#include "base/output.h"
+#include "base/text.h"
+#include "board/position.h"
+#include "frontend/game_commands.h"
+#include "search/threads.h"
+
+namespace {
+
+Position &board() { return game->position; }
+
+bool editor_open = false;
+
+// Places pieces such as "Pa2" until a word's square is none.
+void place_pieces(Colour side, std::string_view words) {
+    constexpr std::string_view TYPES = " PNBRQK";
+    Position &pos = board();
+    pos.side = static_cast<std::uint8_t>(side);
+    for (std::string_view word = next_word(words); !word.empty(); word = next_word(words)) {
+        if (word.size() < 3 || word[1] < 'a' || word[1] > 'h' || word[2] < '1' || word[2] > '8') return;
+        const std::size_t type = TYPES.find(static_cast<char>(std::toupper(static_cast<unsigned char>(word[0]))));
+        if (type == std::string_view::npos || type == 0) continue;
+        const Square square = make_square(word[1] - 'a', word[2] - '1');
+        if (pos.board[square] != 0) remove_piece(pos, square);
+        put_piece(pos, make_piece(side, static_cast<int>(type)), square);
+    }
+}
+
+// Moves of the game before the edit cannot be taken back on another board.
+void forget_game() {
+    game->history.undo_count = 0;
+    game->history.ply = 1;
+    game->history.current_move = NO_MOVE;
+    recorded_move() = NO_MOVE;
+    board().ep_square = NO_SQUARE;
+}
+
+void close_editor() {
+    Position &pos = board();
+    editor_open = false;
+    drop_impossible_castling(pos);
+    pos.key = compute_key(pos);
+    pos.pawn_key = compute_pawn_key(pos);
+}
+
+}  // namespace
+
+void start_editor() {
+    std::printf("\n\n");
+    std::fflush(stdout);
+    print_line(".                    end edit");
+    print_line("#                    clear board");
+    print_line("w  Pa2 Pb2 Kc2       white, pieces");
+    print_line("b  Pa7 Pb7 Kc7       black, pieces");
+    editor_open = true;
+}
+
+bool editing() { return editor_open; }
+
+void edit_line(std::string_view line) {
+    constexpr std::size_t LONGEST_LINE = 77;
+    line = line.substr(0, LONGEST_LINE);
+    if (line.starts_with('.')) {
+        close_editor();
+        return;
+    }
+    if (line.starts_with('#')) {
+        clear_position(board());
+        forget_game();
+        return;
+    }
+    const std::string_view side = next_word(line);
+    if (side != "w" && side != "b") return;
+    forget_game();
+    place_pieces(side == "w" ? WHITE : BLACK, line);
+}

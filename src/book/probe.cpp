@@ -8,7 +8,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/format.h"
@@ -54,13 +53,12 @@ std::vector<BookEntry> find_entries(const char *path, std::uint64_t key) {
 }
 
 // Share of each entry after the variety setting has shifted the weights; empty when all weights are 0.
-std::vector<std::int64_t> shares_of(const std::vector<BookEntry> &entries) {
+std::vector<std::int64_t> shares_of(const std::vector<BookEntry> &entries, int variety) {
     std::vector<std::int64_t> shares;
     std::int64_t total = 0;
     for (const BookEntry &entry : entries) total += entry.weight;
     if (total == 0) return shares;
-    const int variety = settings.OwnBook_Variety - NEUTRAL_VARIETY;
-    const auto shift = static_cast<std::int64_t>(entries[0].weight * 0.01 * variety);
+    const auto shift = static_cast<std::int64_t>(entries[0].weight * 0.01 * (variety - NEUTRAL_VARIETY));
     for (const BookEntry &entry : entries) {
         const std::int64_t share = (entry.weight + shift) * SHARE_UNITS / total;
         shares.push_back(share > 0 ? share : 0);
@@ -100,10 +98,10 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
 
 }  // namespace
 
-Move probe_book(Position &pos) {
-    if (settings.OwnBook_File.empty()) return NO_MOVE;
-    const std::vector<BookEntry> entries = find_entries(settings.OwnBook_File.c_str(), polyglot_key(pos));
-    const std::vector<std::int64_t> shares = shares_of(entries);
+Move probe_book(Position &pos, const std::string &file_name, int variety) {
+    if (file_name.empty()) return NO_MOVE;
+    const std::vector<BookEntry> entries = find_entries(file_name.c_str(), polyglot_key(pos));
+    const std::vector<std::int64_t> shares = shares_of(entries, variety);
     if (shares.empty()) return NO_MOVE;
 
     std::int64_t total = 0;

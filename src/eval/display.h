@@ -25,11 +25,8 @@ struct EvalDisplay {
     void add(Colour c, Square s, DisplayTerm term, int value);
 };
 
-// The tables of the `ev` view. Written by thread 0 while the display is on, read by the main thread afterwards.
-extern EvalDisplay eval_display;
-
 // The `ev` view as one text. `eval` and `quiescence` are from the side to move's view.
 std::string evaluation_text(const Position &pos, const EvalDisplay &display, int eval, int quiescence);
 
 // The derived tables, for a person to read.
-std::string eval_params_text();
+std::string eval_params_text(const EvalTables &tables);

@@ -14,12 +14,6 @@ constexpr ScorePair TEMPO = {16, 8};
 // Nothing the evaluation says may read as a mate score.
 constexpr int HIGHEST_SCORE = 9598;
 
-// Side the engine plays and whether contempt counts in this search. Main thread, between searches.
-struct {
-    Colour engine_side = WHITE;
-    bool active = true;
-} contempt_context;
-
 constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
 
 void set_king_zones(const Position &pos, EvalScratch &scratch) {
@@ -74,8 +68,7 @@ void set_pinned(const Position &pos, EvalScratch &scratch) {
     }
 }
 
-void set_material(const Position &pos, EvalScratch &scratch) {
-    const EvalTables &t = eval_tables;
+void set_material(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
         const std::uint32_t material = pos.material[c];
@@ -93,15 +86,15 @@ void set_material(const Position &pos, EvalScratch &scratch) {
 }
 
 // Contempt, from White's view: what the reference side still has on the board makes draws worth avoiding.
-int contempt_adjustment(const Position &pos) {
-    const int contempt = eval_tables.contempt;
-    if (contempt == 0 || !contempt_context.active) return 0;
-    const Colour reference = contempt > 0 ? contempt_context.engine_side : 1 - contempt_context.engine_side;
+int contempt_adjustment(const Position &pos, const EvalTables &tables) {
+    const int contempt = tables.contempt;
+    if (contempt == 0 || !tables.contempt_active) return 0;
+    const Colour reference = contempt > 0 ? tables.engine_side : 1 - tables.engine_side;
     const int pieces = std::max(0, pos.nonpawn_material[reference] - 3);
     const int pawns = std::min(6, material_count(pos.material[reference], PAWN));
     constexpr int INITIAL_POSITION = 29 + 12;
     const int adjustment = (pieces + 2 * pawns) * contempt / INITIAL_POSITION;
-    return contempt_context.engine_side == WHITE ? adjustment : -adjustment;
+    return tables.engine_side == WHITE ? adjustment : -adjustment;
 }
 
 ScorePair difference(ScorePair white, ScorePair black) {
@@ -119,16 +112,10 @@ int amplification(int positional) {
 }  // namespace
 
 void refresh_eval_caches(EvalThread &thread) {
-    if (thread.generation == eval_generation) return;
+    if (thread.generation == thread.tables->generation) return;
     thread.cache.fill({});
     thread.pawn_hash.fill({});
-    thread.generation = eval_generation;
-}
-
-void set_contempt_context(Colour engine_side, bool active) {
-    const bool changed = contempt_context.engine_side != engine_side || contempt_context.active != active;
-    contempt_context = {engine_side, active};
-    if (changed && eval_tables.contempt != 0) ++eval_generation;
+    thread.generation = thread.tables->generation;
 }
 
 namespace {
@@ -186,12 +173,13 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     set_pinned(pos, scratch);
 
     // Terms
-    set_material(pos, scratch);
-    evaluate_pawns(pos, thread, scratch);
-    evaluate_pieces(pos, scratch);
-    evaluate_kings(pos, scratch);
-    evaluate_passers(pos, scratch);
-    evaluate_threats(pos, scratch);
+    const EvalTables &tables = *thread.tables;
+    set_material(pos, tables, scratch);
+    evaluate_pawns(pos, tables, thread, scratch);
+    evaluate_pieces(pos, tables, scratch);
+    evaluate_kings(pos, tables, scratch);
+    evaluate_passers(pos, tables, scratch);
+    evaluate_threats(pos, tables, scratch);
     scratch.side[side].positional += TEMPO;
 
     // Combination
@@ -199,7 +187,7 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     const SideScratch &black = scratch.side[BLACK];
     const int material = taper(difference(white.material, black.material), scratch.stage);
     const int positional = taper(difference(white.positional, black.positional), scratch.stage);
-    const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos);
+    const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos, tables);
     const int scale = draw_scale(pos, scratch, unscaled);
     const int score = for_side(side, unscaled * scale / 256);
 

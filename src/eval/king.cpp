@@ -21,8 +21,9 @@ constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 
 template <Colour C>
 class KingEvaluation {
 public:
-    KingEvaluation(const Position &pos, EvalScratch &scratch)
+    KingEvaluation(const Position &pos, const EvalTables &tables, EvalScratch &scratch)
         : pos_(pos),
+          tables_(tables),
           scratch_(scratch),
           king_(pos.king_square[C]),
           own_(scratch.side[C]),
@@ -30,13 +31,13 @@ public:
           file_(CLAMPED_COORDINATE[file_of(king_)]) {}
 
     void run() {
-        const ScorePair table = eval_tables.king_squares[from_white_side(C, king_)];
+        const ScorePair table = tables_.king_squares[from_white_side(C, king_)];
         int opening = table.op();
         if (enemy_.piece_count > FEW_PIECES) opening += safety();
         if (pos_.of(1 - C, QUEEN) == 0) opening /= 2;
         int endgame = table.en();
         if (own_.piece_count + enemy_.piece_count < ENDGAME_PIECES) endgame -= passivity();
-        scratch_.add(C, king_, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
+        scratch_.add(C, king_, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks_ * tables_.safe_check);
     }
 
 private:
@@ -95,8 +96,8 @@ private:
         const int shield =
             rank > SHELTER_RANKS
                 ? 0
-                : FILE_WEIGHT[file_of(king_)] * eval_tables.pawn_shield[shield_points] * (4 - rank) / 16 + NO_SHELTER;
-        const int storm = storm_files() * eval_tables.pawn_storm.op();
+                : FILE_WEIGHT[file_of(king_)] * tables_.pawn_shield[shield_points] * (4 - rank) / 16 + NO_SHELTER;
+        const int storm = storm_files() * tables_.pawn_storm.op();
         const Bitboard defenders = pos_.of(C, PAWN) | pos_.of(C, KNIGHT) | pos_.of(C, BISHOP);
         const int defence = DEFENDERS_BONUS[popcount(defenders & own_.king_zone)];
 
@@ -111,7 +112,7 @@ private:
         const auto attackers = [units](int field) { return static_cast<int>(units >> (3 * field) & 7); };
         const int danger_index = 4 * attackers(0) + 3 * attackers(1) + 4 * attackers(2) + 5 * attackers(3) +
                                  4 * safe_checks_ + 4 * count_zone_attacks() - shield_points - (pos_.side == C ? 1 : 0);
-        const int danger = danger_index > 0 ? eval_tables.king_danger[std::min(danger_index, 63)] : 0;
+        const int danger = danger_index > 0 ? tables_.king_danger[std::min(danger_index, 63)] : 0;
         const int value = defence + shield + storm - danger;
         if (scratch_.display != nullptr) {
             show_board(pos_);
@@ -136,6 +137,7 @@ private:
     }
 
     const Position &pos_;
+    const EvalTables &tables_;
     EvalScratch &scratch_;
     Square king_;
     SideScratch &own_;
@@ -146,7 +148,7 @@ private:
 
 }  // namespace
 
-void evaluate_kings(const Position &pos, EvalScratch &scratch) {
-    KingEvaluation<WHITE>(pos, scratch).run();
-    KingEvaluation<BLACK>(pos, scratch).run();
+void evaluate_kings(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    KingEvaluation<WHITE>(pos, tables, scratch).run();
+    KingEvaluation<BLACK>(pos, tables, scratch).run();
 }

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-EvalTables eval_tables;
-std::uint32_t eval_generation = 1;
-
 namespace {
 
 // Rounds to the nearest integer, halves away from zero.
@@ -152,9 +149,7 @@ SquareScores make_square_table(const SquareTablePlan &plan) {
     return table;
 }
 
-void build_square_tables() {
-    const Settings &s = settings;
-    EvalTables &t = eval_tables;
+void build_square_tables(const EvalWeights &s, EvalTables &t) {
     const WeightPair structure = s.Pawn_Structure;
     t.pawn_squares = make_square_table({PAWN_OP, PAWN_EN, s.PST_P, 28, 4, structure});
     for (ScorePair &pair : t.pawn_squares)
@@ -185,13 +180,12 @@ std::array<ScorePair, N> mobility_curve(const MobilityPlan &plan, WeightPair wei
     return curve;
 }
 
-void build_king_curves() {
-    EvalTables &t = eval_tables;
-    const int shield = settings.pawn_shield.op;
+void build_king_curves(const EvalWeights &s, EvalTables &t) {
+    const int shield = s.pawn_shield.op;
     for (int i = 0; i < static_cast<int>(t.pawn_shield.size()); ++i)
         t.pawn_shield[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(i < 9 ? i * shield / 9 : shield);
 
-    const double k = settings.King_Safety.op * 0.01 * 0.25;
+    const double k = s.King_Safety.op * 0.01 * 0.25;
     t.king_danger[0] = 0;
     for (int i = 1; i < static_cast<int>(t.king_danger.size()); ++i) {
         const auto n = static_cast<std::size_t>(i);
@@ -205,11 +199,9 @@ ScorePair scale_pair(WeightPair weight, WeightPair percent) {
     return {percent_of(percent.op, weight.op), percent_of(percent.en, weight.en)};
 }
 
-void derive_eval_tables() {
-    const Settings &s = settings;
-    EvalTables &t = eval_tables;
-    ++eval_generation;
-    build_square_tables();
+void derive_eval_tables(const EvalWeights &s, EvalTables &t) {
+    ++t.generation;
+    build_square_tables(s, t);
 
     t.contempt = s.Contempt;
     t.lone_queen = {-50, -50};
@@ -254,5 +246,12 @@ void derive_eval_tables() {
     t.bishop_mobility = mobility_curve<21>({17, 0.35, 0.06}, s.bishop_mobility, s.Mobility_Bishop);
     t.rook_mobility = mobility_curve<21>({17, 0.35, 0.06}, s.rook_mobility, s.Mobility_Rook);
     t.queen_mobility = mobility_curve<29>({26, 0.45, 0.12}, s.queen_mobility, s.Mobility_Queen);
-    build_king_curves();
+    build_king_curves(s, t);
+}
+
+void set_contempt_context(EvalTables &tables, Colour engine_side, bool active) {
+    const bool changed = tables.engine_side != engine_side || tables.contempt_active != active;
+    tables.engine_side = engine_side;
+    tables.contempt_active = active;
+    if (changed && tables.contempt != 0) ++tables.generation;
 }

@@ -22,7 +22,7 @@ bool advance_is_safe(Position &pos, Colour c, Square from, Square target) {
     return gain == SEE_VALUES[type_of(victim)];
 }
 
-void evaluate_passer(Position &pos, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_passer(Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
     SideScratch &own = scratch.side[c];
     SideScratch &enemy = scratch.side[1 - c];
     const int direction = pawn_direction(c);
@@ -35,10 +35,10 @@ void evaluate_passer(Position &pos, EvalScratch &scratch, Colour c, Square s) {
     const Bitboard ahead = c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
 
     int reach = rank;  // relative rank that the pawn is counted on
-    int base = eval_tables.passed_unsafe[rank];
+    int base = tables.passed_unsafe[rank];
     if (!blocked && advance_is_safe(pos, c, s, target)) {
         reach = relative_rank(c, target);
-        base = eval_tables.passed_safe[rank];
+        base = tables.passed_safe[rank];
         enemy.threat_level += 2 << reach;
         const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(1 - c) & ~own.attacks[0]) == 0;
         if (free_path) {
@@ -66,7 +66,7 @@ void evaluate_passer(Position &pos, EvalScratch &scratch, Colour c, Square s) {
     scratch.add(c, s, DisplayTerm::PASSERS, {opening, endgame});
 }
 
-void evaluate_candidate(const Position &pos, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_candidate(const Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
     const int rank = relative_rank(c, s);
     const Square front = s + pawn_direction(c);
     if (rank <= 2 || pos.board[front] != 0) return;
@@ -74,22 +74,22 @@ void evaluate_candidate(const Position &pos, EvalScratch &scratch, Colour c, Squ
     const int supporters = popcount(shift_sideways(bit(s)) & pos.of(c, PAWN));
     if (sentries != 0 && supporters < sentries) return;
     const int king_distance = distance(pos.king_square[1 - c], front + pawn_direction(c));
-    const int endgame = eval_tables.pawn_candidate.en() * ((rank - 2) * 32 + king_distance * 24) / 256;
+    const int endgame = tables.pawn_candidate.en() * ((rank - 2) * 32 + king_distance * 24) / 256;
     scratch.add(c, s, DisplayTerm::PASSERS, {0, endgame});
 }
 
 }  // namespace
 
-void evaluate_passers(Position &pos, EvalScratch &scratch) {
+void evaluate_passers(Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     Bitboard passed = scratch.side[WHITE].passed_pawns | scratch.side[BLACK].passed_pawns;
     while (passed != 0) {
         const Square s = pop_lsb(passed);
-        evaluate_passer(pos, scratch, colour_of(pos.board[s]), s);
+        evaluate_passer(pos, tables, scratch, colour_of(pos.board[s]), s);
     }
     if (scratch.stage <= CANDIDATE_STAGE) return;
     Bitboard candidates = scratch.side[WHITE].candidate_pawns | scratch.side[BLACK].candidate_pawns;
     while (candidates != 0) {
         const Square s = pop_lsb(candidates);
-        evaluate_candidate(pos, scratch, colour_of(pos.board[s]), s);
+        evaluate_candidate(pos, tables, scratch, colour_of(pos.board[s]), s);
     }
 }

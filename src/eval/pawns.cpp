@@ -23,8 +23,7 @@ Bitboard front_fill(Colour c, Bitboard pawns) {
 }
 
 // Score of one pawn. A white pawn on a5 with b4 and no other neighbour is connected to nothing, but b4 attacks a5: defended.
-ScorePair pawn_score(const Position &pos, const EvalScratch &scratch, Colour c, Square s) {
-    const EvalTables &t = eval_tables;
+ScorePair pawn_score(const Position &pos, const EvalTables &t, const EvalScratch &scratch, Colour c, Square s) {
     const SideScratch &own = scratch.side[c];
     const Bitboard pawns = pos.of(c, PAWN);
     const Bitboard file = file_mask(file_of(s));
@@ -65,7 +64,7 @@ void set_pawn_bitboards(const Position &pos, EvalScratch &scratch) {
     }
 }
 
-void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratch) {
+void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &thread, EvalScratch &scratch) {
     ++thread.pawn_probes;
     PawnHashEntry &entry = thread.pawn_hash[pos.pawn_key % PAWN_HASH_SIZE];
     if (entry.key == pos.pawn_key && thread.iteration != 0) {
@@ -77,7 +76,7 @@ void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratc
             scratch.side[c].positional = {};
             for (Bitboard pawns = pos.of(c, PAWN); pawns != 0;) {
                 const Square s = pop_lsb(pawns);
-                scratch.add(c, s, DisplayTerm::PAWNS, pawn_score(pos, scratch, c, s));
+                scratch.add(c, s, DisplayTerm::PAWNS, pawn_score(pos, tables, scratch, c, s));
             }
             entry.score[c] = scratch.side[c].positional;
         }
@@ -85,7 +84,6 @@ void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratc
     for (const Colour c : {WHITE, BLACK}) {
         const Bitboard blocked = pos.of(c, PAWN) & shift_forward(1 - c, scratch.occupied);
         const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, 1);
-        scratch.side[c].positional +=
-            popcount(blocked) * eval_tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
+        scratch.side[c].positional += popcount(blocked) * tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
     }
 }

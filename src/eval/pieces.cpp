@@ -24,11 +24,11 @@ constexpr DisplayTerm term_of(int type) {
 template <Colour C>
 class PieceEvaluation {
 public:
-    PieceEvaluation(const Position &pos, EvalScratch &scratch)
+    PieceEvaluation(const Position &pos, const EvalTables &tables, EvalScratch &scratch)
         : pos_(pos),
           scratch_(scratch),
           own_(scratch.side[C]),
-          tables_(eval_tables),
+          tables_(tables),
           enemy_zone_(scratch.side[1 - C].king_zone),
           attacks_(own_.attacks[0]),
           double_attacks_(own_.double_attacks) {}
@@ -152,7 +152,7 @@ private:
 
 }  // namespace
 
-void evaluate_pieces(const Position &pos, EvalScratch &scratch) {
-    PieceEvaluation<WHITE>(pos, scratch).run();
-    PieceEvaluation<BLACK>(pos, scratch).run();
+void evaluate_pieces(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    PieceEvaluation<WHITE>(pos, tables, scratch).run();
+    PieceEvaluation<BLACK>(pos, tables, scratch).run();
 }

@@ -82,19 +82,20 @@ struct EvalThread;
 // pawns.cpp: pawn attacks, spans, passed, candidate and blocked pawns of both sides; then their structure, from the pawn
 // hash where it is known, which starts the positional scores.
 void set_pawn_bitboards(const Position &pos, EvalScratch &scratch);
-[[gnu::noinline]] void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &thread,
+                                      EvalScratch &scratch);
 
 // pieces.cpp: knights, bishops, rooks and queens of both sides.
-[[gnu::noinline]] void evaluate_pieces(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_pieces(const Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // king.cpp: shelter, danger and activity of both kings. All attack maps are complete.
-[[gnu::noinline]] void evaluate_kings(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_kings(const Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // passers.cpp: passed pawns of both sides, then candidates.
-[[gnu::noinline]] void evaluate_passers(Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_passers(Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // threats.cpp: hung and attacked pieces, then pawn pushes that attack something.
-[[gnu::noinline]] void evaluate_threats(const Position &pos, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_threats(const Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // endgames.cpp: whether the material can win for nobody; the score of the strong side when the other one has only its king
 // and a recogniser knows the material; and the share, in 256ths, that a score keeps.

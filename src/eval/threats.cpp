@@ -4,8 +4,7 @@
 namespace {
 
 template <Colour VICTIM>
-void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
-    const EvalTables &t = eval_tables;
+void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[1 - VICTIM];
     if ((enemy.attacks[0] & pos.all(VICTIM)) == 0) return;
@@ -31,7 +30,7 @@ void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
 }
 
 template <Colour VICTIM>
-void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch) {
+void evaluate_pawn_pushes(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     constexpr Colour PUSHER = 1 - VICTIM;
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[PUSHER];
@@ -42,14 +41,14 @@ void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch) {
     const Bitboard pushes = single | (shift_forward(PUSHER, from_second) & empty);
     const Bitboard kept = pushes & (~own.attacks[0] | enemy.attacks[PAWN] | enemy.double_attacks);
     const Bitboard attacked = pawn_attack_set(PUSHER, kept) & pos.all(VICTIM) & ~pos.of(VICTIM, PAWN);
-    own.positional += popcount(attacked) * eval_tables.threat_ppush;
+    own.positional += popcount(attacked) * tables.threat_ppush;
 }
 
 }  // namespace
 
-void evaluate_threats(const Position &pos, EvalScratch &scratch) {
-    evaluate_hung_pieces<WHITE>(pos, scratch);
-    evaluate_hung_pieces<BLACK>(pos, scratch);
-    evaluate_pawn_pushes<WHITE>(pos, scratch);
-    evaluate_pawn_pushes<BLACK>(pos, scratch);
+void evaluate_threats(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    evaluate_hung_pieces<WHITE>(pos, tables, scratch);
+    evaluate_hung_pieces<BLACK>(pos, tables, scratch);
+    evaluate_pawn_pushes<WHITE>(pos, tables, scratch);
+    evaluate_pawn_pushes<BLACK>(pos, tables, scratch);
 }

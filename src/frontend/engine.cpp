@@ -5,7 +5,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/probe.h"
@@ -14,6 +13,7 @@
 #include "platform/interrupt.h"
 #include "search/report.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
@@ -58,7 +58,7 @@ bool book_move_refused(Position &pos) {
 bool play_from_book() {
     if (settings.OwnBook == 0 || game->history.undo_count >= settings.OwnBook_Depth) return false;
     Position &pos = game->position;
-    const Move move = probe_book(pos);
+    const Move move = probe_book(pos, settings.OwnBook_File.c_str(), settings.OwnBook_Variety);
     if (move == NO_MOVE) return false;
     Move &recorded = game->history.undo[static_cast<std::size_t>(game->history.undo_count)].move;
     const Move played_here = recorded;

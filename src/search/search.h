@@ -13,11 +13,11 @@
 
 #include "base/control.h"
 #include "base/relaxed.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/position.h"
 #include "eval/eval.h"
 #include "fathom/tbprobe.h"
+#include "search/settings.h"
 
 constexpr int INFINITE = 10001;       // window bound beyond any score; "no move yet" is -INFINITE
 constexpr int MATE = 10000;           // a side mated at ply p scores p - MATE

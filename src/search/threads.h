@@ -8,6 +8,11 @@
 // The game record: its position and history are the game, kept by the front end. Null before start-up.
 extern SearchThread *game;
 
+// The evaluation tables that all threads and the game record read. Written on the main thread while no search runs.
+extern EvalTables eval_tables;
+// The tables of the `ev` view. Written by thread 0 while the display is on, read by the main thread afterwards.
+extern EvalDisplay eval_display;
+
 // Allocates and frees the game record. False when there is no memory.
 bool allocate_game();
 void free_game();

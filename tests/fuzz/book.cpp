@@ -14,6 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     settings.OwnBook_File.assign("in.bin");
     settings.OwnBook_Variety = static_cast<std::int16_t>(size % 101);
     noise = 0.0;
-    probe_book(pos);
+    probe_book(pos, settings.OwnBook_File.c_str(), settings.OwnBook_Variety);
     return 0;
 }

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "base/control.h"
-#include "base/settings.h"
 #include "board/notation.h"
 #include "book/format.h"
 #include "book/probe.h"
+#include "search/settings.h"
 #include "test_support.h"
 
 namespace {
@@ -62,7 +62,10 @@ protected:
         write(bytes);
     }
 
-    static std::string drawn(Position &pos) { return coordinates(probe_book(pos)); }
+    static std::string drawn(Position &pos) { return coordinates(probe(pos)); }
+    static Move probe(Position &pos) {
+        return probe_book(pos, settings.OwnBook_File.c_str(), settings.OwnBook_Variety);
+    }
 
     std::filesystem::path path_;
 };
@@ -131,7 +134,7 @@ TEST_F(BookTest, ListsTheMovesOfARealBook) {
     for (const auto &c : CASES) {
         const auto board = make_test_position(c.fen);
         Move move = NO_MOVE;
-        const std::string text = printed_by([&] { move = probe_book(board->pos); });
+        const std::string text = printed_by([&] { move = probe(board->pos); });
         std::string listed;
         for (std::sregex_iterator it(text.begin(), text.end(), LISTED), end; it != end; ++it)
             listed += it->str(1) + ' ' + it->str(2) + ' ';
@@ -172,13 +175,13 @@ TEST_F(BookTest, ShowsTheMovesAsEachProtocolDoes) {
     write_book(board->pos, {{book_move("a7", "a8", 4), 100}, {book_move("e1", "h1"), 10}, {book_move("e1", "f1"), 0}});
     noise = 0.0;
     settings.OwnBook_Variety = 100;
-    EXPECT_THAT(printed_by([&] { probe_book(board->pos); }),
+    EXPECT_THAT(printed_by([&] { probe(board->pos); }),
                 HasSubstr("  a7a8  cnt=   100, weight= 90.91% -> 52.24%\n"
                           "  e1h1  cnt=    10, weight=  9.09% -> 25.37%\n"
                           "  e1f1  cnt=     0, weight=  0.00% -> 22.39%\nselecting "));
     settings.OwnBook_Variety = 25;
     uci_mode = 1;
-    EXPECT_EQ(printed_by([&] { probe_book(board->pos); }), "info string ( book moves are: a7a8 e1h1  )\n");
+    EXPECT_EQ(printed_by([&] { probe(board->pos); }), "info string ( book moves are: a7a8 e1h1  )\n");
 }
 
 TEST_F(BookTest, PlaysLegalMovesOnly) {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,7 @@ struct EvalDisplay {
     std::array<std::int16_t, 2> positional{};                         // by colour
     int stage = 0;
     double draw_scale = 1.0;
+    std::array<std::optional<int>, 2> king_danger;  // by colour; nothing for a king that has nothing to fear
     Bitboard threatened = 0, pinned = 0, free_passers = 0;
 
     void add(Colour c, Square s, DisplayTerm term, int value);

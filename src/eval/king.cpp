@@ -1,6 +1,5 @@
 // One king: shelter and danger in the opening half, activity in the endgame half.
 #include <bit>
-#include <cstdio>
 
 #include "board/attacks.h"
 #include "eval/scratch.h"
@@ -114,10 +113,7 @@ private:
                                  4 * safe_checks_ + 4 * count_zone_attacks() - shield_points - (pos_.side == C ? 1 : 0);
         const int danger = danger_index > 0 ? tables_.king_danger[std::min(danger_index, 63)] : 0;
         const int value = defence + shield + storm - danger;
-        if (scratch_.display != nullptr) {
-            show_board(pos_);
-            std::printf("sq=%s, KD= %d\n", std::string(square_name(king_)).c_str(), value);
-        }
+        if (scratch_.display != nullptr) scratch_.display->king_danger[C] = value;
         return value;
     }
 

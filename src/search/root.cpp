@@ -73,6 +73,7 @@ void initialise_root(SearchThread &thread) {
     if (display != nullptr) *display = {};
     thread.root_eval =
         static_cast<std::int16_t>(evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check != 0, root.eval, display));
+    if (display != nullptr) print_king_danger(pos, *display);
     thread.score = thread.root_eval;
     root.static_eval = thread.root_eval;
     thread.plies[0].static_eval = static_cast<std::int16_t>(-thread.root_eval);

@@ -26,10 +26,7 @@ protected:
         set_fen(pos, fen);
         result = {};
         display = {};
-        testing::internal::CaptureStdout();  // the display prints boards
-        const int score = evaluate(pos, game->eval, pos.side, 2, false, result, &display);
-        testing::internal::GetCapturedStdout();
-        return score;
+        return evaluate(pos, game->eval, pos.side, 2, false, result, &display);
     }
     int total(DisplayTerm term, Colour c) const {
         return display.totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];

@@ -33,7 +33,7 @@ ScorePair pawn_score(const Position &pos, const EvalTables &t, const EvalScratch
     if ((own.attack_span & bit(s + pawn_direction(c))) == 0) {
         score += t.pawn_backward;
         if ((pawns & shift_sideways(file)) == 0) score += t.pawn_isolated;
-        const Bitboard ahead = c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
+        const Bitboard ahead = squares_ahead(c, s);
         if ((pos.of(1 - c, PAWN) & ahead) == 0) score += t.pawn_weak;
     }
     if ((pawns & shift_sideways(bit(s))) != 0) score += t.connected_squares[table_square];
@@ -83,7 +83,7 @@ void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &t
     }
     for (const Colour c : {WHITE, BLACK}) {
         const Bitboard blocked = pos.of(c, PAWN) & shift_forward(1 - c, scratch.occupied);
-        const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, 1);
+        const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, SECOND_RANK);
         scratch.side[c].positional += popcount(blocked) * tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
     }
 }

@@ -3,6 +3,10 @@
 
 namespace {
 
+// What the owner of a hung man stands to lose, in centipawns.
+constexpr int HUNG_PAWN_THREAT = 64;
+constexpr int HUNG_PIECE_THREAT = 256;
+
 template <Colour VICTIM>
 void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     SideScratch &own = scratch.side[VICTIM];
@@ -26,7 +30,7 @@ void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch 
     own.positional += pawns * t.hung_pawn + pieces * t.hung_piece + popcount(attacked) * t.attacked_piece;
     if (pawns + pieces >= 2) own.positional += t.multi_hung;
     scratch.threatened |= hung_pawns | hung_pieces;
-    own.threat_level += (pawns + 4 * pieces) * 64;
+    own.threat_level += pawns * HUNG_PAWN_THREAT + pieces * HUNG_PIECE_THREAT;
 }
 
 template <Colour VICTIM>
@@ -37,7 +41,7 @@ void evaluate_pawn_pushes(const Position &pos, const EvalTables &tables, EvalScr
     const Bitboard empty = ~scratch.occupied;
     const Bitboard pawns = pos.of(PUSHER, PAWN);
     const Bitboard single = shift_forward(PUSHER, pawns) & empty;
-    const Bitboard from_second = shift_forward(PUSHER, pawns & relative_rank_mask(PUSHER, 1)) & empty;
+    const Bitboard from_second = shift_forward(PUSHER, pawns & relative_rank_mask(PUSHER, SECOND_RANK)) & empty;
     const Bitboard pushes = single | (shift_forward(PUSHER, from_second) & empty);
     const Bitboard kept = pushes & (~own.attacks[0] | enemy.attacks[PAWN] | enemy.double_attacks);
     const Bitboard attacked = pawn_attack_set(PUSHER, kept) & pos.all(VICTIM) & ~pos.of(VICTIM, PAWN);

@@ -182,7 +182,7 @@ private:
         root_.search_mode = 0;
         const bool late = depth_ > 5 && root_.moves_searched > 4 && root_.in_check == 0 && best_ > late_threshold_ &&
                           (root_.move_flags & QUIET_MASK) == 0 && pos_.nonpawn_material[side_] > 0 &&
-                          (pos_.material[side_] & 15) != 0;
+                          pawn_count(pos_.material[side_]) != 0;
         root_.reduction = late ? 1 : 0;
     }
 

@@ -49,7 +49,7 @@ struct KingView {
 };
 
 // The three files around the king, in the lowest bits, of one rank of a set.
-unsigned around_king(const KingView &view, Bitboard set, int rank) {
+inline unsigned around_king(const KingView &view, Bitboard set, int rank) {
     return static_cast<unsigned>(set >> (8 * rank + view.file - 1)) & 7;
 }
 
@@ -79,7 +79,7 @@ int storm_files(const KingView &view) {
     return 3 - std::popcount(around_king(view, files, 0));
 }
 
-int count_safe_checks(const KingView &view, Bitboard safe) {
+inline int count_safe_checks(const KingView &view, Bitboard safe) {
     const SideScratch &enemy = view.enemy;
     const Bitboard diagonals = bishop_attacks(view.king, view.scratch.occupied) & safe;
     const Bitboard lines = rook_attacks(view.king, view.scratch.occupied) & safe;
@@ -88,7 +88,7 @@ int count_safe_checks(const KingView &view, Bitboard safe) {
            ((diagonals & enemy.attacks[QUEEN]) != 0) + ((lines & enemy.attacks[QUEEN]) != 0);
 }
 
-int count_zone_attacks(const KingView &view) {
+inline int count_zone_attacks(const KingView &view) {
     const SideScratch &own = view.own;
     const SideScratch &enemy = view.enemy;
     const Bitboard zone = own.king_zone;

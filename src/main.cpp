@@ -5,7 +5,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "board/attacks.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
@@ -15,6 +14,7 @@
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "search/params.h"
+#include "search/settings.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
@@ -48,7 +48,7 @@ bool start_up(int count, char **arguments, CommandLine &line) {
     default_settings = settings;
     if (!settings.ConfigFilePath.empty()) load_config_file();
     derive_search_params();
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     settings.settings_changed = 0;
     return true;
 }

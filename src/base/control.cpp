@@ -1,7 +1,5 @@
 #include "base/control.h"
 
-#include "base/settings.h"
-
 Relaxed<std::uint16_t> uci_mode(1);
 
 Relaxed<double> noise(0.0);

@@ -16,11 +16,12 @@ extern double clock_white, clock_black;  // seconds
 extern double increment;                 // seconds, of the side to move
 extern std::uint8_t tc_mode;             // 0 sudden death, 1 fixed limits, n > 1 = moves per period
 extern int moves_to_go;                  // moves left in the period, with tc_mode > 1
-extern Relaxed<std::uint8_t> max_depth;  // deepest iteration, 0..66
+extern Relaxed<std::uint8_t> max_depth;  // deepest iteration, 0..MAX_DEPTH
 extern bool endless_search;              // only a command can end the requested search
 extern std::int64_t node_limit;          // nodes per thread, 0 = none
 extern Relaxed<double> target_nps;       // nodes per second and thread; UNLIMITED_NPS = no limit
 
+constexpr int MAX_DEPTH = 66;  // deepest iteration, and the ply at which every line ends
 constexpr double UNLIMITED_NPS = 1e9;
 constexpr double NO_PROGRESS_LINES = 9999.0;  // value of `noise`
 constexpr double UNLIMITED_TIME = 1e7;        // time_per_move of searches that only something else ends

@@ -33,6 +33,10 @@ inline Bitboard pawn_attacks(Colour c, Square s) { return attack_tables.pawn[c][
 inline Bitboard rook_span(Square s) { return attack_tables.rook_span[s]; }
 inline Bitboard bishop_span(Square s) { return attack_tables.bishop_span[s]; }
 inline Bitboard between(Square a, Square b) { return attack_tables.between[a][b]; }
+// The squares in front of a side's pawn, up to the last rank.
+inline Bitboard squares_ahead(Colour c, Square s) {
+    return c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
+}
 
 // Squares a slider on `s` attacks, up to and including the first occupied square in each direction: one look-up by the
 // blockers on its lines, whose set is made an index by multiplication (magic bitboards) or, where the build may use it, by

@@ -316,8 +316,7 @@ int gives_check(const Position &pos, Colour side, const MoveEntry &entry) {
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);
     const Square king = pos.king_square[1 - side];
-    constexpr std::uint32_t SLIDER_COUNTS = 0xFFF00;
-    if ((pos.material[side] & SLIDER_COUNTS) != 0) {
+    if (has_sliders(pos.material[side])) {
         const Bitboard occupied = (pos.occupied() & ~bit(from)) | bit(to);
         const Bitboard queens = pos.of(side, QUEEN);
         // A slider behind the start square on a line through the king: with rook e1, bishop e4 and king e8, every bishop

@@ -71,6 +71,14 @@ void generate_hash_codes();
 constexpr std::array<std::uint32_t, 8> MATERIAL_UNIT = {0, 0x1, 0x10, 0x100, 0x1000, 0x10000, 0, 0};
 constexpr std::array<std::uint16_t, 8> NONPAWN_UNIT = {0, 0, 3, 3, 5, 10, 0, 0};
 
+// What a packed material word says: counts of one type, and whether there is a piece of some kind.
+constexpr int material_count(std::uint32_t material, int type) {
+    return static_cast<int>(material >> (4 * (type - 1)) & 15);
+}
+constexpr int pawn_count(std::uint32_t material) { return material_count(material, PAWN); }
+constexpr bool has_sliders(std::uint32_t material) { return (material & 0xFFF00) != 0; }
+constexpr bool has_rooks_or_queens(std::uint32_t material) { return (material & 0xFF000) != 0; }
+
 // The three primitives on which set-up, make and unmake stand. They keep the board, the bitboards and the material
 // counts; keys are the caller's business.
 void put_piece(Position &pos, int piece, Square s);

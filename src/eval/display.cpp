@@ -3,8 +3,6 @@
 #include "base/output.h"
 #include "eval/scratch.h"
 
-EvalDisplay eval_display;
-
 void EvalDisplay::add(Colour c, Square s, DisplayTerm term, int value) {
     const auto square = static_cast<std::size_t>(s);
     squares[square] = static_cast<std::int16_t>(squares[square] + value);
@@ -104,8 +102,7 @@ std::string evaluation_text(const Position &pos, const EvalDisplay &display, int
     return text + (pos.side == WHITE ? "white" : "black");
 }
 
-std::string eval_params_text() {
-    const EvalTables &t = eval_tables;
+std::string eval_params_text(const EvalTables &t) {
     std::string text = "piece values=";
     for (const ScorePair pair : {t.pawn, t.knight, t.bishop, t.rook, t.queen})
         text += format_line("  %d/%d", pair.op(), pair.en());

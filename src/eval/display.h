@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,16 +21,14 @@ struct EvalDisplay {
     std::array<std::int16_t, 2> positional{};                         // by colour
     int stage = 0;
     double draw_scale = 1.0;
+    std::array<std::optional<int>, 2> king_danger;  // by colour; nothing for a king that has nothing to fear
     Bitboard threatened = 0, pinned = 0, free_passers = 0;
 
     void add(Colour c, Square s, DisplayTerm term, int value);
 };
 
-// The tables of the `ev` view. Written by thread 0 while the display is on, read by the main thread afterwards.
-extern EvalDisplay eval_display;
-
 // The `ev` view as one text. `eval` and `quiescence` are from the side to move's view.
 std::string evaluation_text(const Position &pos, const EvalDisplay &display, int eval, int quiescence);
 
 // The derived tables, for a person to read.
-std::string eval_params_text();
+std::string eval_params_text(const EvalTables &tables);

@@ -1,8 +1,9 @@
 // Static evaluation: one pass over a position gives a score in centipawns from the side to move's view.
 //
-// This folder owns the weights' derived tables (parameters.h), each thread's evaluation cache and pawn hash, and the
-// evaluation itself: evaluate.cpp is the pass, scratch.h what its steps share, pieces.cpp, pawns.cpp and their neighbours
-// the terms.
+// Weights (weights.h) are derived into tables (parameters.h); an evaluation reads the tables that its caller's record of a
+// thread points to and fills that record's caches. The folder keeps nothing itself but the pawn ending bitbase (kpk.h),
+// which is constant after start. evaluate.cpp is the pass, scratch.h what its steps share, pieces.cpp, pawns.cpp and
+// their neighbours the terms; display.h shows the breakdown and tunables.h names the weights for tuners.
 #pragma once
 
 #include <array>
@@ -11,6 +12,7 @@
 #include "base/relaxed.h"
 #include "board/position.h"
 #include "eval/display.h"
+#include "eval/parameters.h"
 #include "eval/score.h"
 
 // What the search keeps of an evaluation at each ply.
@@ -43,6 +45,7 @@ constexpr std::size_t PAWN_HASH_SIZE = 16384;
 struct EvalThread {
     std::array<EvalCacheEntry, EVAL_CACHE_SIZE> cache;
     std::array<PawnHashEntry, PAWN_HASH_SIZE> pawn_hash;
+    const EvalTables *tables;  // set before the first evaluation; the owner outlives the thread
     std::uint32_t generation;  // of the tables that the caches were filled with
     int iteration;             // current iteration depth, 0 outside a search; the caches rest in the first ones
     Relaxed<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
@@ -60,7 +63,3 @@ void refresh_eval_caches(EvalThread &thread);
 // The position is modified while exchanges are tried and is unchanged afterwards.
 int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display = nullptr);
-
-// Who the engine plays for, and whether the planned time is short enough for contempt to count. Main thread, at a search
-// start. A change makes all caches stale while `Contempt` is not 0.
-void set_contempt_context(Colour engine_side, bool active);

@@ -14,11 +14,11 @@ constexpr ScorePair TEMPO = {16, 8};
 // Nothing the evaluation says may read as a mate score.
 constexpr int HIGHEST_SCORE = 9598;
 
-// Side the engine plays and whether contempt counts in this search. Main thread, between searches.
-struct {
-    Colour engine_side = WHITE;
-    bool active = true;
-} contempt_context;
+// What a piece takes from the opening; a side with half of LAST_STAGE or more counts as complete.
+constexpr int MINOR_PHASE = 1;
+constexpr int ROOK_PHASE = 2;
+constexpr int QUEEN_PHASE = 4;
+constexpr int FULL_PHASE = LAST_STAGE / 2;
 
 constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
 
@@ -39,13 +39,12 @@ void set_attack_maps(const Position &pos, EvalScratch &scratch) {
         own.attacks[KING] = king_attacks(pos.king_square[c]);
         own.attacks[0] = own.attacks[PAWN] | own.attacks[KING];
         own.double_attacks |= own.attacks[PAWN] & own.attacks[KING];
-        own.threat_level = 0;
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
         const SideScratch &enemy = scratch.side[1 - c];
         own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks[PAWN]);
-        const Bitboard outpost_ranks = c == WHITE ? rank_mask(4) | rank_mask(5) : rank_mask(2) | rank_mask(3);
+        const Bitboard outpost_ranks = relative_rank_mask(c, FIFTH_RANK) | relative_rank_mask(c, SIXTH_RANK);
         own.outposts = FILES_B_TO_G & outpost_ranks & ~enemy.attack_span;
     }
 }
@@ -74,8 +73,7 @@ void set_pinned(const Position &pos, EvalScratch &scratch) {
     }
 }
 
-void set_material(const Position &pos, EvalScratch &scratch) {
-    const EvalTables &t = eval_tables;
+void set_material(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
         const std::uint32_t material = pos.material[c];
@@ -83,25 +81,29 @@ void set_material(const Position &pos, EvalScratch &scratch) {
         const int bishops = material_count(material, BISHOP);
         const int rooks = material_count(material, ROOK);
         const int queens = material_count(material, QUEEN);
-        own.material = material_count(material, PAWN) * t.pawn + knights * t.knight + bishops * t.bishop +
-                       rooks * t.rook + queens * t.queen;
+        own.material =
+            pawn_count(material) * t.pawn + knights * t.knight + bishops * t.bishop + rooks * t.rook + queens * t.queen;
         if (bishops >= 2) own.material += t.bishop_pair;
         if (queens == 1 && knights + bishops + rooks == 0) own.material += t.lone_queen;
-        own.piece_count = std::min(12, knights + bishops + 2 * rooks + 4 * queens);
+        own.piece_count =
+            std::min(FULL_PHASE, MINOR_PHASE * (knights + bishops) + ROOK_PHASE * rooks + QUEEN_PHASE * queens);
     }
     scratch.stage = LAST_STAGE - scratch.side[WHITE].piece_count - scratch.side[BLACK].piece_count;
 }
 
 // Contempt, from White's view: what the reference side still has on the board makes draws worth avoiding.
-int contempt_adjustment(const Position &pos) {
-    const int contempt = eval_tables.contempt;
-    if (contempt == 0 || !contempt_context.active) return 0;
-    const Colour reference = contempt > 0 ? contempt_context.engine_side : 1 - contempt_context.engine_side;
-    const int pieces = std::max(0, pos.nonpawn_material[reference] - 3);
-    const int pawns = std::min(6, material_count(pos.material[reference], PAWN));
-    constexpr int INITIAL_POSITION = 29 + 12;
-    const int adjustment = (pieces + 2 * pawns) * contempt / INITIAL_POSITION;
-    return contempt_context.engine_side == WHITE ? adjustment : -adjustment;
+int contempt_adjustment(const Position &pos, const EvalTables &tables) {
+    const int contempt = tables.contempt;
+    if (contempt == 0 || !tables.contempt_active) return 0;
+    const Colour reference = contempt > 0 ? tables.engine_side : 1 - tables.engine_side;
+    constexpr int LEFT_OUT = 3;  // a minor piece's units
+    constexpr int MOST_PAWNS = 6;
+    constexpr int PAWN_UNITS = 2;
+    constexpr int INITIAL_UNITS = 32 - LEFT_OUT + PAWN_UNITS * MOST_PAWNS;
+    const int pieces = std::max(0, pos.nonpawn_material[reference] - LEFT_OUT);
+    const int pawns = std::min(MOST_PAWNS, pawn_count(pos.material[reference]));
+    const int adjustment = (pieces + PAWN_UNITS * pawns) * contempt / INITIAL_UNITS;
+    return tables.engine_side == WHITE ? adjustment : -adjustment;
 }
 
 ScorePair difference(ScorePair white, ScorePair black) {
@@ -111,27 +113,12 @@ ScorePair difference(ScorePair white, ScorePair black) {
 // A clear positional edge counts a little more than its sum: up to 125 centipawns, from an edge of 199 on.
 int amplification(int positional) {
     constexpr int FULL_EDGE = 199;
+    constexpr int CURVE = 13;
+    constexpr int CURVE_UNIT = 4096;
     const int edge = std::min(std::abs(positional), FULL_EDGE);
-    const int bonus = 13 * edge * edge / 4096;
+    const int bonus = CURVE * edge * edge / CURVE_UNIT;
     return positional < 0 ? -bonus : bonus;
 }
-
-}  // namespace
-
-void refresh_eval_caches(EvalThread &thread) {
-    if (thread.generation == eval_generation) return;
-    thread.cache.fill({});
-    thread.pawn_hash.fill({});
-    thread.generation = eval_generation;
-}
-
-void set_contempt_context(Colour engine_side, bool active) {
-    const bool changed = contempt_context.engine_side != engine_side || contempt_context.active != active;
-    contempt_context = {engine_side, active};
-    if (changed && eval_tables.contempt != 0) ++eval_generation;
-}
-
-namespace {
 
 // Writes the totals of the pass, from the sides' own views.
 void fill_display(EvalDisplay &display, const EvalScratch &scratch, int scale) {
@@ -141,7 +128,7 @@ void fill_display(EvalDisplay &display, const EvalScratch &scratch, int scale) {
         display.positional[side] = static_cast<std::int16_t>(taper(scratch.side[c].positional, scratch.stage));
     }
     display.stage = scratch.stage;
-    display.draw_scale = scale / 256.0;
+    display.draw_scale = scale / static_cast<double>(FULL_SCALE);
     display.threatened = scratch.threatened;
     display.pinned = scratch.pinned;
     display.free_passers = scratch.free_passers;
@@ -153,6 +140,13 @@ int for_side(Colour side, int white_score) {
 }
 
 }  // namespace
+
+void refresh_eval_caches(EvalThread &thread) {
+    if (thread.generation == thread.tables->generation) return;
+    thread.cache.fill({});
+    thread.pawn_hash.fill({});
+    thread.generation = thread.tables->generation;
+}
 
 int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display) {
@@ -178,7 +172,6 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     // Shared bitboards
     EvalScratch scratch;
     scratch.occupied = pos.occupied();
-    scratch.threatened = scratch.free_passers = 0;
     scratch.display = display;
     set_pawn_bitboards(pos, scratch);
     set_king_zones(pos, scratch);
@@ -186,12 +179,13 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     set_pinned(pos, scratch);
 
     // Terms
-    set_material(pos, scratch);
-    evaluate_pawns(pos, thread, scratch);
-    evaluate_pieces(pos, scratch);
-    evaluate_kings(pos, scratch);
-    evaluate_passers(pos, scratch);
-    evaluate_threats(pos, scratch);
+    const EvalTables &tables = *thread.tables;
+    set_material(pos, tables, scratch);
+    evaluate_pawns(pos, tables, thread, scratch);
+    evaluate_pieces(pos, tables, scratch);
+    evaluate_kings(pos, tables, scratch);
+    evaluate_passers(pos, tables, scratch);
+    evaluate_threats(pos, tables, scratch);
     scratch.side[side].positional += TEMPO;
 
     // Combination
@@ -199,9 +193,9 @@ int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_ch
     const SideScratch &black = scratch.side[BLACK];
     const int material = taper(difference(white.material, black.material), scratch.stage);
     const int positional = taper(difference(white.positional, black.positional), scratch.stage);
-    const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos);
+    const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos, tables);
     const int scale = draw_scale(pos, scratch, unscaled);
-    const int score = for_side(side, unscaled * scale / 256);
+    const int score = for_side(side, unscaled * scale / FULL_SCALE);
 
     for (const Colour c : {WHITE, BLACK})
         result.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);

@@ -1,6 +1,5 @@
 // One king: shelter and danger in the opening half, activity in the endgame half.
 #include <bit>
-#include <cstdio>
 
 #include "board/attacks.h"
 #include "eval/scratch.h"
@@ -8,145 +7,176 @@
 namespace {
 
 constexpr int CONTACT_CHECK_THREAT = 900;  // centipawns: a queen can give check next to the king
-constexpr int SHELTER_RANKS = 3;           // the last relative rank index with a shield
+constexpr int FEW_PIECES = 2;              // enemy piece count up to which a king fears nothing
+constexpr int ENDGAME_PIECES = 9;          // piece count of both sides from which on activity does not count
+
+// Shelter: FILE_WEIGHT * table value * (4 - rank) / 16 + NO_SHELTER, up to the last rank with a shield.
+constexpr int LAST_SHELTER_RANK = FOURTH_RANK;
 constexpr int NO_SHELTER = -64;
-constexpr int FEW_PIECES = 2;                         // enemy piece count up to which a king fears nothing
-constexpr int ENDGAME_PIECES = 9;                     // piece count of both sides from which on activity does not count
-constexpr Bitboard INNER_BLOCK = 0x007E7E7E7E7E7E00;  // b2-g7
-
 constexpr std::array<int, 8> FILE_WEIGHT = {4, 4, 3, 2, 2, 3, 4, 4};
-constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 0, 0};
+constexpr int SHELTER_DIVISOR = 16;
+constexpr int SHIELD_SECOND_RANK = 3;  // points of a pawn
+constexpr int SHIELD_THIRD_RANK = 2;
+constexpr int SHIELD_FOURTH_RANK = 1;
+constexpr int SAME_WING = 2;  // files between the kings up to which pawns do not storm
 
-// The king of one colour, which is known at compile time.
-template <Colour C>
-class KingEvaluation {
-public:
-    KingEvaluation(const Position &pos, EvalScratch &scratch)
-        : pos_(pos),
-          scratch_(scratch),
-          king_(pos.king_square[C]),
-          own_(scratch.side[C]),
-          enemy_(scratch.side[1 - C]),
-          file_(CLAMPED_COORDINATE[file_of(king_)]) {}
+constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 0, 0};  // by number in the king zone
 
-    void run() {
-        const ScorePair table = eval_tables.king_squares[from_white_side(C, king_)];
-        int opening = table.op();
-        if (enemy_.piece_count > FEW_PIECES) opening += safety();
-        if (pos_.of(1 - C, QUEEN) == 0) opening /= 2;
-        int endgame = table.en();
-        if (own_.piece_count + enemy_.piece_count < ENDGAME_PIECES) endgame -= passivity();
-        scratch_.add(C, king_, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
-    }
+// The danger index, which the shield's points lower.
+constexpr int KNIGHT_ATTACKER = 4;  // each one that reaches the king zone
+constexpr int BISHOP_ATTACKER = 3;
+constexpr int ROOK_ATTACKER = 4;
+constexpr int QUEEN_ATTACKER = 5;
+constexpr int SAFE_CHECK = 4;   // each one
+constexpr int ZONE_ATTACK = 4;  // each square and type that attacks it unguarded
+constexpr int TO_MOVE = 1;      // taken off
 
-private:
-    Bitboard own_attacks(std::initializer_list<int> types) const {
-        Bitboard set = 0;
-        for (const int type : types) set |= own_.attacks[type];
-        return set;
-    }
+// Passivity
+constexpr Bitboard INNER_BLOCK = 0x007E7E7E7E7E7E00;  // b2-g7
+constexpr int NO_WAY_INSIDE = 10;
+constexpr int FIRST_FILE_STEP = 8;  // no pawn on the king's file and beside it ...
+constexpr int NEXT_FILE_STEP = 2;   // ... and this much more for each file further
 
-    // The three files around the king, in the lowest bits, of one rank of a set.
-    unsigned around_king(Bitboard set, int rank) const {
-        return static_cast<unsigned>(set >> (8 * rank + file_ - 1)) & 7;
-    }
-
-    // Points for own pawns on the three files around the king: 3 for one on relative rank 2, 2 on rank 3, 1 on rank 4.
-    int shield_index(int rank) const {
-        if (rank > SHELTER_RANKS) return 0;
-        const Bitboard pawns = pos_.of(C, PAWN) & ~enemy_.attacks[PAWN];
-        const unsigned second = around_king(pawns, C == WHITE ? 1 : 6);
-        const unsigned third = around_king(pawns, C == WHITE ? 2 : 5) & ~second;
-        const unsigned fourth = around_king(pawns, C == WHITE ? 3 : 4) & ~(second | third);
-        return 3 * std::popcount(second) + 2 * std::popcount(third) + std::popcount(fourth);
-    }
-
-    // Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
-    int storm_files() const {
-        if (std::abs(file_ - file_of(pos_.king_square[1 - C])) <= 2) return 0;
-        Bitboard files = pos_.of(1 - C, PAWN) & own_half(1 - C);
-        files |= files >> 32;
-        files |= files >> 16;
-        files |= files >> 8;
-        return 3 - std::popcount(around_king(files, 0));
-    }
-
-    int count_safe_checks(Bitboard safe) const {
-        const Bitboard diagonals = bishop_attacks(king_, scratch_.occupied) & safe;
-        const Bitboard lines = rook_attacks(king_, scratch_.occupied) & safe;
-        return popcount(knight_attacks(king_) & safe & enemy_.attacks[KNIGHT]) +
-               popcount(diagonals & enemy_.attacks[BISHOP]) + popcount(lines & enemy_.attacks[ROOK]) +
-               ((diagonals & enemy_.attacks[QUEEN]) != 0) + ((lines & enemy_.attacks[QUEEN]) != 0);
-    }
-
-    int count_zone_attacks() const {
-        const Bitboard zone = own_.king_zone;
-        const Bitboard by_minors = own_attacks({PAWN, KNIGHT, BISHOP});
-        const Bitboard by_rooks = by_minors | own_.attacks[ROOK];
-        const Bitboard by_queens = by_rooks | own_.attacks[QUEEN];
-        return popcount(zone & enemy_.attacks[PAWN]) + popcount(zone & enemy_.attacks[KNIGHT] & ~by_minors) +
-               popcount(zone & enemy_.attacks[BISHOP] & ~by_minors) +
-               popcount(zone & enemy_.attacks[ROOK] & ~by_rooks) + popcount(zone & enemy_.attacks[QUEEN] & ~by_queens);
-    }
-
-    int safety() {
-        const int rank = relative_rank(C, king_);
-        const int shield_points = shield_index(rank);
-        const int shield =
-            rank > SHELTER_RANKS
-                ? 0
-                : FILE_WEIGHT[file_of(king_)] * eval_tables.pawn_shield[shield_points] * (4 - rank) / 16 + NO_SHELTER;
-        const int storm = storm_files() * eval_tables.pawn_storm.op();
-        const Bitboard defenders = pos_.of(C, PAWN) | pos_.of(C, KNIGHT) | pos_.of(C, BISHOP);
-        const int defence = DEFENDERS_BONUS[popcount(defenders & own_.king_zone)];
-
-        // Squares from which an enemy piece may check without being taken.
-        const Bitboard covered = own_attacks({PAWN, KNIGHT, BISHOP, ROOK, QUEEN});
-        const Bitboard beside = king_attacks(king_);
-        const Bitboard safe = ~(pos_.all(1 - C) | covered | (beside & ~enemy_.double_attacks));
-        safe_checks_ = count_safe_checks(safe);
-        if ((beside & safe & enemy_.attacks[QUEEN]) != 0) own_.threat_level += CONTACT_CHECK_THREAT;
-
-        const unsigned units = enemy_.attack_units;
-        const auto attackers = [units](int field) { return static_cast<int>(units >> (3 * field) & 7); };
-        const int danger_index = 4 * attackers(0) + 3 * attackers(1) + 4 * attackers(2) + 5 * attackers(3) +
-                                 4 * safe_checks_ + 4 * count_zone_attacks() - shield_points - (pos_.side == C ? 1 : 0);
-        const int danger = danger_index > 0 ? eval_tables.king_danger[std::min(danger_index, 63)] : 0;
-        const int value = defence + shield + storm - danger;
-        if (scratch_.display != nullptr) {
-            show_board(pos_);
-            std::printf("sq=%s, KD= %d\n", std::string(square_name(king_)).c_str(), value);
-        }
-        return value;
-    }
-
-    // A king that cannot move towards the middle or is far from all pawns: on the a-file with all pawns on the g-file
-    // 8 + 10 + 12 + 14 + 16.
-    int passivity() const {
-        const Bitboard moves = king_attacks(king_) & ~pos_.all(C) & ~enemy_.attacks[0];
-        int loss = (moves & INNER_BLOCK) == 0 ? 10 : 0;
-        const Bitboard pawns = pos_.of(WHITE, PAWN) | pos_.of(BLACK, PAWN);
-        Bitboard region = file_mask(file_of(king_));
-        region |= shift_sideways(region);
-        for (int step = 8; ~region != 0 && (pawns & region) == 0; step += 2) {
-            loss += step;
-            region |= shift_sideways(region);
-        }
-        return loss;
-    }
-
-    const Position &pos_;
-    EvalScratch &scratch_;
-    Square king_;
-    SideScratch &own_;
-    const SideScratch &enemy_;
-    int file_;  // of the king, moved off the edge
-    int safe_checks_ = 0;
+// A king and what its terms look at.
+struct KingView {
+    const Position &pos;
+    const EvalTables &tables;
+    EvalScratch &scratch;
+    Square king;
+    SideScratch &own;
+    const SideScratch &enemy;
+    int file;  // of the king, moved off the edge
 };
+
+// The three files around the king, in the lowest bits, of one rank of a set.
+inline unsigned around_king(const KingView &view, Bitboard set, int rank) {
+    return static_cast<unsigned>(set >> (8 * rank + view.file - 1)) & 7;
+}
+
+// Points for own pawns on the three files around the king; one pawn counts a file.
+template <Colour C>
+int shield_index(const KingView &view, int rank) {
+    if (rank > LAST_SHELTER_RANK) return 0;
+    const Bitboard pawns = view.pos.of(C, PAWN) & ~view.enemy.attacks[PAWN];
+    const auto files_on = [&view, pawns](int relative) {
+        return around_king(view, pawns, C == WHITE ? relative : 7 - relative);
+    };
+    const unsigned second = files_on(SECOND_RANK);
+    const unsigned third = files_on(THIRD_RANK) & ~second;
+    const unsigned fourth = files_on(FOURTH_RANK) & ~(second | third);
+    return SHIELD_SECOND_RANK * std::popcount(second) + SHIELD_THIRD_RANK * std::popcount(third) +
+           SHIELD_FOURTH_RANK * std::popcount(fourth);
+}
+
+// Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
+template <Colour C>
+int storm_files(const KingView &view) {
+    if (std::abs(view.file - file_of(view.pos.king_square[1 - C])) <= SAME_WING) return 0;
+    Bitboard files = view.pos.of(1 - C, PAWN) & own_half(1 - C);
+    files |= files >> 32;
+    files |= files >> 16;
+    files |= files >> 8;
+    return 3 - std::popcount(around_king(view, files, 0));
+}
+
+inline int count_safe_checks(const KingView &view, Bitboard safe) {
+    const SideScratch &enemy = view.enemy;
+    const Bitboard diagonals = bishop_attacks(view.king, view.scratch.occupied) & safe;
+    const Bitboard lines = rook_attacks(view.king, view.scratch.occupied) & safe;
+    return popcount(knight_attacks(view.king) & safe & enemy.attacks[KNIGHT]) +
+           popcount(diagonals & enemy.attacks[BISHOP]) + popcount(lines & enemy.attacks[ROOK]) +
+           ((diagonals & enemy.attacks[QUEEN]) != 0) + ((lines & enemy.attacks[QUEEN]) != 0);
+}
+
+inline int count_zone_attacks(const KingView &view) {
+    const SideScratch &own = view.own;
+    const SideScratch &enemy = view.enemy;
+    const Bitboard zone = own.king_zone;
+    const Bitboard by_minors = own.attacks[PAWN] | own.attacks[KNIGHT] | own.attacks[BISHOP];
+    const Bitboard by_rooks = by_minors | own.attacks[ROOK];
+    const Bitboard by_queens = by_rooks | own.attacks[QUEEN];
+    return popcount(zone & enemy.attacks[PAWN]) + popcount(zone & enemy.attacks[KNIGHT] & ~by_minors) +
+           popcount(zone & enemy.attacks[BISHOP] & ~by_minors) + popcount(zone & enemy.attacks[ROOK] & ~by_rooks) +
+           popcount(zone & enemy.attacks[QUEEN] & ~by_queens);
+}
+
+// What the enemy pieces around the king cost, in centipawns.
+template <Colour C>
+int danger_of(const KingView &view, int safe_checks, int shield_points) {
+    const unsigned units = view.enemy.attack_units;
+    const auto attackers = [units](int type) { return static_cast<int>(units >> (3 * (type - KNIGHT)) & 7); };
+    const int index = KNIGHT_ATTACKER * attackers(KNIGHT) + BISHOP_ATTACKER * attackers(BISHOP) +
+                      ROOK_ATTACKER * attackers(ROOK) + QUEEN_ATTACKER * attackers(QUEEN) + SAFE_CHECK * safe_checks +
+                      ZONE_ATTACK * count_zone_attacks(view) - shield_points - (view.pos.side == C ? TO_MOVE : 0);
+    constexpr int LAST_INDEX = static_cast<int>(std::tuple_size_v<decltype(EvalTables::king_danger)>) - 1;
+    return index > 0 ? view.tables.king_danger[std::min(index, LAST_INDEX)] : 0;
+}
+
+// Shelter less danger, in centipawns; `safe_checks` is filled in.
+template <Colour C>
+int king_safety(const KingView &view, int &safe_checks) {
+    const SideScratch &own = view.own;
+    const SideScratch &enemy = view.enemy;
+    const int rank = relative_rank(C, view.king);
+    const int shield_points = shield_index<C>(view, rank);
+    const int shield = rank > LAST_SHELTER_RANK
+                           ? 0
+                           : FILE_WEIGHT[file_of(view.king)] * view.tables.pawn_shield[shield_points] *
+                                     (LAST_SHELTER_RANK + 1 - rank) / SHELTER_DIVISOR +
+                                 NO_SHELTER;
+    const int storm = storm_files<C>(view) * view.tables.pawn_storm.op();
+    const Bitboard defenders = view.pos.of(C, PAWN) | view.pos.of(C, KNIGHT) | view.pos.of(C, BISHOP);
+    const int defence = DEFENDERS_BONUS[popcount(defenders & own.king_zone)];
+
+    // Squares from which an enemy piece may check without being taken.
+    const Bitboard covered =
+        own.attacks[PAWN] | own.attacks[KNIGHT] | own.attacks[BISHOP] | own.attacks[ROOK] | own.attacks[QUEEN];
+    const Bitboard beside = king_attacks(view.king);
+    const Bitboard safe = ~(view.pos.all(1 - C) | covered | (beside & ~enemy.double_attacks));
+    safe_checks = count_safe_checks(view, safe);
+    if ((beside & safe & enemy.attacks[QUEEN]) != 0) view.own.threat_level += CONTACT_CHECK_THREAT;
+
+    const int value = defence + shield + storm - danger_of<C>(view, safe_checks, shield_points);
+    if (view.scratch.display != nullptr) view.scratch.display->king_danger[C] = value;
+    return value;
+}
+
+// A king that cannot move towards the middle or is far from all pawns: on the a-file with all pawns on the g-file
+// 8 + 10 + 12 + 14 + 16.
+template <Colour C>
+int king_passivity(const KingView &view) {
+    const Bitboard moves = king_attacks(view.king) & ~view.pos.all(C) & ~view.enemy.attacks[0];
+    int loss = (moves & INNER_BLOCK) == 0 ? NO_WAY_INSIDE : 0;
+    const Bitboard pawns = view.pos.of(WHITE, PAWN) | view.pos.of(BLACK, PAWN);
+    Bitboard region = file_mask(file_of(view.king));
+    region |= shift_sideways(region);
+    for (int step = FIRST_FILE_STEP; ~region != 0 && (pawns & region) == 0; step += NEXT_FILE_STEP) {
+        loss += step;
+        region |= shift_sideways(region);
+    }
+    return loss;
+}
+
+template <Colour C>
+void evaluate_king(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    const Square king = pos.king_square[C];
+    SideScratch &own = scratch.side[C];
+    const SideScratch &enemy = scratch.side[1 - C];
+    const KingView view{pos, tables, scratch, king, own, enemy, CLAMPED_COORDINATE[file_of(king)]};
+
+    const ScorePair table = tables.king_squares[from_white_side(C, king)];
+    int opening = table.op();
+    int safe_checks = 0;
+    if (enemy.piece_count > FEW_PIECES) opening += king_safety<C>(view, safe_checks);
+    if (pos.of(1 - C, QUEEN) == 0) opening /= 2;
+    int endgame = table.en();
+    if (own.piece_count + enemy.piece_count < ENDGAME_PIECES) endgame -= king_passivity<C>(view);
+    scratch.add(C, king, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks * tables.safe_check);
+}
 
 }  // namespace
 
-void evaluate_kings(const Position &pos, EvalScratch &scratch) {
-    KingEvaluation<WHITE>(pos, scratch).run();
-    KingEvaluation<BLACK>(pos, scratch).run();
+void evaluate_kings(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    evaluate_king<WHITE>(pos, tables, scratch);
+    evaluate_king<BLACK>(pos, tables, scratch);
 }

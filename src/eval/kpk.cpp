@@ -3,7 +3,7 @@
 #include <array>
 
 #include "board/attacks.h"
-#include "eval/scratch.h"
+#include "board/geometry.h"
 
 namespace {
 

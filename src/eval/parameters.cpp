@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-EvalTables eval_tables;
-std::uint32_t eval_generation = 1;
-
 namespace {
 
 // Rounds to the nearest integer, halves away from zero.
@@ -130,6 +127,12 @@ constexpr std::array<int, 8> PASSED_UNSAFE_BASE = {0, 6, 6, 14, 36,  80, 132, 0}
 constexpr std::array<int, 8> PASSED_SAFE_BASE   = {0, 9, 9, 26, 62, 122, 200, 0};
 // clang-format on
 
+// Weights that no setting changes.
+constexpr ScorePair LONE_QUEEN = {-50, -50};
+constexpr ScorePair PAWN_BLOCKED = {-3, -6};
+constexpr ScorePair BAD_BISHOP = {-5, -10};
+constexpr int QUEEN_FAR_HALF = -4;  // the queen on ranks 5 to 8, in the opening
+
 // A square table from its base tables: base * weight / divisor, truncated toward zero, then scaled by percentages.
 struct SquareTablePlan {
     const HalfBoard &base_op, &base_en;
@@ -152,9 +155,7 @@ SquareScores make_square_table(const SquareTablePlan &plan) {
     return table;
 }
 
-void build_square_tables() {
-    const Settings &s = settings;
-    EvalTables &t = eval_tables;
+void build_square_tables(const EvalWeights &s, EvalTables &t) {
     const WeightPair structure = s.Pawn_Structure;
     t.pawn_squares = make_square_table({PAWN_OP, PAWN_EN, s.PST_P, 28, 4, structure});
     for (ScorePair &pair : t.pawn_squares)
@@ -164,38 +165,49 @@ void build_square_tables() {
     t.knight_squares = make_square_table({KNIGHT_BASE, KNIGHT_BASE, s.PST_N, 42, 42, s.PST_Knight});
     t.bishop_squares = make_square_table({BISHOP_BASE, BISHOP_BASE, s.PST_B, 14, 14, s.PST_Bishop});
     t.rook_squares = make_square_table({ROOK_BASE, ROOK_BASE, s.PST_R, 8, 8, s.PST_Rook});
-    t.queen_squares = make_square_table({QUEEN_BASE, QUEEN_BASE, s.PST_Q, 14, 14, s.PST_Queen, -4});
+    t.queen_squares = make_square_table({QUEEN_BASE, QUEEN_BASE, s.PST_Q, 14, 14, s.PST_Queen, QUEEN_FAR_HALF});
     t.king_squares = make_square_table({KING_OP, KING_EN, s.PST_K, 32, 60, s.PST_King});
 }
 
+// A mobility curve: weight * ((squares / divisor) ^ MOBILITY_EXPONENT - offset).
 struct MobilityPlan {
     double divisor;       // squares for a full curve
     double offset;        // taken off at every count
     double zero_penalty;  // taken off for no square at all
 };
+constexpr double MOBILITY_EXPONENT = 0.65;
+constexpr MobilityPlan KNIGHT_MOBILITY = {8, 0.40, 0.06};
+constexpr MobilityPlan BISHOP_MOBILITY = {17, 0.35, 0.06};
+constexpr MobilityPlan ROOK_MOBILITY = {17, 0.35, 0.06};
+constexpr MobilityPlan QUEEN_MOBILITY = {26, 0.45, 0.12};
+
+constexpr int FULL_SHIELD = 9;         // shield index of three pawns at home
+constexpr double DANGER_SHARE = 0.25;  // of the squared danger index
+constexpr int STEEPEST_DANGER = 470;   // entry i is at most 470 / i above the one before
 
 template <std::size_t N>
 std::array<ScorePair, N> mobility_curve(const MobilityPlan &plan, WeightPair weight, WeightPair percent) {
     std::array<ScorePair, N> curve;
     for (std::size_t n = 0; n < N; ++n) {
-        double x = std::pow(static_cast<double>(n) / plan.divisor, 0.65) - plan.offset;
+        double x = std::pow(static_cast<double>(n) / plan.divisor, MOBILITY_EXPONENT) - plan.offset;
         if (n == 0) x -= plan.zero_penalty;
         curve[n] = {percent_of(percent.op, rnd(weight.op * x)), percent_of(percent.en, rnd(weight.en * x))};
     }
     return curve;
 }
 
-void build_king_curves() {
-    EvalTables &t = eval_tables;
-    const int shield = settings.pawn_shield.op;
+void build_king_curves(const EvalWeights &s, EvalTables &t) {
+    const int shield = s.pawn_shield.op;
     for (int i = 0; i < static_cast<int>(t.pawn_shield.size()); ++i)
-        t.pawn_shield[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(i < 9 ? i * shield / 9 : shield);
+        t.pawn_shield[static_cast<std::size_t>(i)] =
+            static_cast<std::int16_t>(i < FULL_SHIELD ? i * shield / FULL_SHIELD : shield);
 
-    const double k = settings.King_Safety.op * 0.01 * 0.25;
+    const double k = s.King_Safety.op * 0.01 * DANGER_SHARE;
     t.king_danger[0] = 0;
     for (int i = 1; i < static_cast<int>(t.king_danger.size()); ++i) {
         const auto n = static_cast<std::size_t>(i);
-        t.king_danger[n] = static_cast<std::int16_t>(std::min(t.king_danger[n - 1] + 470 / i, rnd(i * i * k)));
+        t.king_danger[n] =
+            static_cast<std::int16_t>(std::min(t.king_danger[n - 1] + STEEPEST_DANGER / i, rnd(i * i * k)));
     }
 }
 
@@ -205,14 +217,12 @@ ScorePair scale_pair(WeightPair weight, WeightPair percent) {
     return {percent_of(percent.op, weight.op), percent_of(percent.en, weight.en)};
 }
 
-void derive_eval_tables() {
-    const Settings &s = settings;
-    EvalTables &t = eval_tables;
-    ++eval_generation;
-    build_square_tables();
+void derive_eval_tables(const EvalWeights &s, EvalTables &t) {
+    ++t.generation;
+    build_square_tables(s, t);
 
     t.contempt = s.Contempt;
-    t.lone_queen = {-50, -50};
+    t.lone_queen = LONE_QUEEN;
     t.pawn = plain_pair(s.pawn_value);
     t.knight = plain_pair(s.knight_value);
     t.bishop = plain_pair(s.bishop_value);
@@ -224,7 +234,7 @@ void derive_eval_tables() {
     t.pawn_backward = scale_pair(s.pawn_backward, s.Pawn_Structure);
     t.pawn_isolated = scale_pair(s.pawn_isolated, s.Pawn_Structure);
     t.pawn_weak = scale_pair(s.pawn_weak, s.Pawn_Structure);
-    t.pawn_blocked = {-3, -6};
+    t.pawn_blocked = PAWN_BLOCKED;
     t.pawn_candidate = plain_pair(s.pawn_candidate);
 
     t.rook_open_file = plain_pair(s.rook_open_file);
@@ -242,7 +252,7 @@ void derive_eval_tables() {
     t.knight_half_outpost = {s.knight_outpost.op / 2, 0};
     t.bishop_outpost = {s.bishop_outpost.op, 0};
     t.bishop_half_outpost = {s.bishop_outpost.op / 2, 0};
-    t.bad_bishop = {-5, -10};
+    t.bad_bishop = BAD_BISHOP;
     t.pawn_storm = {s.pawn_storm.op, 0};
     t.safe_check = plain_pair(s.safe_check);
     for (std::size_t rank = 0; rank < 8; ++rank) {
@@ -250,9 +260,16 @@ void derive_eval_tables() {
         t.passed_safe[rank] = static_cast<std::int16_t>(s.Passed_Pawns.en * PASSED_SAFE_BASE[rank] / 100);
     }
 
-    t.knight_mobility = mobility_curve<11>({8, 0.40, 0.06}, s.knight_mobility, s.Mobility_Knight);
-    t.bishop_mobility = mobility_curve<21>({17, 0.35, 0.06}, s.bishop_mobility, s.Mobility_Bishop);
-    t.rook_mobility = mobility_curve<21>({17, 0.35, 0.06}, s.rook_mobility, s.Mobility_Rook);
-    t.queen_mobility = mobility_curve<29>({26, 0.45, 0.12}, s.queen_mobility, s.Mobility_Queen);
-    build_king_curves();
+    t.knight_mobility = mobility_curve<11>(KNIGHT_MOBILITY, s.knight_mobility, s.Mobility_Knight);
+    t.bishop_mobility = mobility_curve<21>(BISHOP_MOBILITY, s.bishop_mobility, s.Mobility_Bishop);
+    t.rook_mobility = mobility_curve<21>(ROOK_MOBILITY, s.rook_mobility, s.Mobility_Rook);
+    t.queen_mobility = mobility_curve<29>(QUEEN_MOBILITY, s.queen_mobility, s.Mobility_Queen);
+    build_king_curves(s, t);
+}
+
+void set_contempt_context(EvalTables &tables, Colour engine_side, bool active) {
+    const bool changed = tables.engine_side != engine_side || tables.contempt_active != active;
+    tables.engine_side = engine_side;
+    tables.contempt_active = active;
+    if (changed && tables.contempt != 0) ++tables.generation;
 }

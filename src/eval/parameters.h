@@ -1,16 +1,14 @@
-// The tables that the evaluation reads, derived from the weights and the personality in the settings, and the registry
-// of weights that tuners change by name.
+// The tables that the evaluation reads, derived from the weights and the personality.
 //
-// Owner: eval. Written by derive_eval_tables on the main thread while no search runs; read-only during a search.
+// A plain record: its owner derives it on one thread while no search runs that reads it; read-only during a search.
 #pragma once
 
 #include <array>
 #include <cstdint>
-#include <string_view>
-#include <vector>
 
-#include "base/settings.h"
+#include "board/types.h"
 #include "eval/score.h"
+#include "eval/weights.h"
 
 // One ScorePair a square, from White's side (a1 first); Black looks up the square mirrored vertically.
 using SquareScores = std::array<ScorePair, 64>;
@@ -25,6 +23,12 @@ struct EvalTables {
     ScorePair bad_bishop;
     ScorePair pawn_storm, safe_check;
     int contempt;  // centipawns
+    // Who the engine plays for, and whether contempt counts in this search: see set_contempt_context.
+    Colour engine_side = WHITE;
+    bool contempt_active = true;
+    // Raised whenever caches filled from these tables become stale. A thread whose caches carry another number clears
+    // them at its next search (refresh_eval_caches).
+    std::uint32_t generation = 0;
 
     std::array<std::int16_t, 8> passed_unsafe;  // by relative rank: the advance is not safe
     std::array<std::int16_t, 8> passed_safe;    // by relative rank: the advance is safe
@@ -41,33 +45,12 @@ struct EvalTables {
     SquareScores knight_squares, bishop_squares, rook_squares, queen_squares, king_squares;
 };
 
-extern EvalTables eval_tables;
+// Rebuilds every table from the weights and makes caches filled from the tables stale. The contempt context stays.
+void derive_eval_tables(const EvalWeights &weights, EvalTables &tables);
 
-// Rebuilds every table from `settings` and makes every thread's caches stale.
-void derive_eval_tables();
-
-// Number of times the tables have been rebuilt or the caches made stale otherwise. A thread whose caches carry another
-// number clears them at its next search.
-extern std::uint32_t eval_generation;
+// Who the engine plays for, and whether the planned time is short enough for contempt to count; for a search start. A
+// change makes all caches stale while the contempt is not 0.
+void set_contempt_context(EvalTables &tables, Colour engine_side, bool active);
 
 // Percentages applied to a weight: round(percent * 0.01 * weight), halves away from zero.
 ScorePair scale_pair(WeightPair weight, WeightPair percent);
-
-// One registered weight.
-struct TunableParam {
-    std::array<char, 25> name;  // at most 24 characters
-    std::int16_t *target;
-    double estimate;     // the value at registration, then a tuner's running estimate
-    double accumulator;  // the tuner's own
-    std::uint16_t selected;
-
-    std::string_view name_view() const { return name.data(); }
-};
-
-extern std::vector<TunableParam> tunables;
-
-// Registers every weight of `settings`, in a fixed order, unless that has been done.
-void register_eval_tunables();
-void register_tunable(std::string_view name, std::int16_t &target);
-// Marks the weight of that name; an unknown name changes nothing.
-void select_tunable(std::string_view name);

@@ -5,7 +5,27 @@
 
 namespace {
 
-constexpr int CANDIDATE_STAGE = 11;  // candidates count beyond this stage
+// A passed pawn's base value comes from the tables, by rank. What raises it:
+constexpr int FREE_PATH_OFFSET = 64;  // a free path to promotion adds (base + FREE_PATH_OFFSET) / FREE_PATH_DIVISOR ...
+constexpr int FREE_PATH_DIVISOR = 8;
+constexpr int UNCATCHABLE = 16;      // ... and 16 a rank when the enemy king is too far
+constexpr int DEFENDED_DIVISOR = 4;  // a defended target square adds a quarter
+// What the base becomes: 11/16 of it in the opening; in the endgame all of it and the kings' distances.
+constexpr int OPENING_SHARE = 11;
+constexpr int OPENING_DIVISOR = 16;
+constexpr int BEHIND_OWN_PAWN_DIVISOR = 2;  // of both halves
+constexpr int ENEMY_KING_DISTANCE = 24;     // a square of distance, a rank, in 8ths
+constexpr int OWN_KING_DISTANCE = 16;
+constexpr int DISTANCE_DIVISOR = 8;
+// What the enemy stands to lose, in centipawns, doubled with every rank.
+constexpr int SAFE_ADVANCE_THREAT = 2;
+constexpr int FREE_PATH_THREAT = 6;
+
+// Candidates: their share of the table's value, in 256ths.
+constexpr int CANDIDATE_STAGE = 11;  // they count beyond this stage
+constexpr int CANDIDATE_RANK = 32;   // each rank from the fourth on
+constexpr int CANDIDATE_KING = 24;   // each square between the enemy king and the pawn
+constexpr int CANDIDATE_DIVISOR = 256;
 
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
@@ -22,74 +42,77 @@ bool advance_is_safe(Position &pos, Colour c, Square from, Square target) {
     return gain == SEE_VALUES[type_of(victim)];
 }
 
-void evaluate_passer(Position &pos, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_passer(Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
     SideScratch &own = scratch.side[c];
     SideScratch &enemy = scratch.side[1 - c];
     const int direction = pawn_direction(c);
     const int rank = relative_rank(c, s);
     const Square front = s + direction;
     const bool blocked = pos.board[front] != 0;
-    const Square target = rank == 1 && !blocked ? front + direction : front;
-    const Square promotion = make_square(file_of(s), c == WHITE ? 7 : 0);
+    const Square target = rank == SECOND_RANK && !blocked ? front + direction : front;
+    const Square promotion = promotion_square(c, file_of(s));
     const Square enemy_king = pos.king_square[1 - c];
-    const Bitboard ahead = c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
+    const Bitboard ahead = squares_ahead(c, s);
 
     int reach = rank;  // relative rank that the pawn is counted on
-    int base = eval_tables.passed_unsafe[rank];
+    int base = tables.passed_unsafe[rank];
     if (!blocked && advance_is_safe(pos, c, s, target)) {
         reach = relative_rank(c, target);
-        base = eval_tables.passed_safe[rank];
-        enemy.threat_level += 2 << reach;
+        base = tables.passed_safe[rank];
+        enemy.threat_level += SAFE_ADVANCE_THREAT << reach;
         const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(1 - c) & ~own.attacks[0]) == 0;
         if (free_path) {
-            base += (base + 64) / 8;
-            enemy.threat_level += 6 << reach;
+            base += (base + FREE_PATH_OFFSET) / FREE_PATH_DIVISOR;
+            enemy.threat_level += FREE_PATH_THREAT << reach;
             scratch.free_passers |= bit(s);
             // Rule of the square
             const int moves = 8 - rank - (pos.side == c ? 1 : 0);
-            if (pos.nonpawn_material[1 - c] == 0 && moves < distance(enemy_king, promotion)) base += 16 * reach;
+            if (pos.nonpawn_material[1 - c] == 0 && moves < distance(enemy_king, promotion))
+                base += UNCATCHABLE * reach;
         }
     }
-    if ((own.attacks[PAWN] & bit(target)) != 0) base += base / 4;
+    if ((own.attacks[PAWN] & bit(target)) != 0) base += base / DEFENDED_DIVISOR;
 
-    const Square reference = rank < 6 ? target + direction : target;
+    const Square reference = rank < SEVENTH_RANK ? target + direction : target;
     const int enemy_distance = distance(enemy_king, reference);
     const int own_distance = distance(pos.king_square[c], reference);
-    int endgame = (24 * enemy_distance - 16 * own_distance) * reach / 8 + base;
-    int opening = 11 * base;
+    const int kings = ENEMY_KING_DISTANCE * enemy_distance - OWN_KING_DISTANCE * own_distance;
+    int endgame = kings * reach / DISTANCE_DIVISOR + base;
+    int opening = OPENING_SHARE * base;
     if ((ahead & pos.of(c, PAWN)) != 0) {
-        opening /= 32;
-        endgame /= 2;
+        opening /= OPENING_DIVISOR * BEHIND_OWN_PAWN_DIVISOR;
+        endgame /= BEHIND_OWN_PAWN_DIVISOR;
     } else {
-        opening /= 16;
+        opening /= OPENING_DIVISOR;
     }
     scratch.add(c, s, DisplayTerm::PASSERS, {opening, endgame});
 }
 
-void evaluate_candidate(const Position &pos, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_candidate(const Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
     const int rank = relative_rank(c, s);
     const Square front = s + pawn_direction(c);
-    if (rank <= 2 || pos.board[front] != 0) return;
+    if (rank <= THIRD_RANK || pos.board[front] != 0) return;
     const int sentries = popcount(attack_tables.passed_span[c][front] & pos.of(1 - c, PAWN));
     const int supporters = popcount(shift_sideways(bit(s)) & pos.of(c, PAWN));
     if (sentries != 0 && supporters < sentries) return;
     const int king_distance = distance(pos.king_square[1 - c], front + pawn_direction(c));
-    const int endgame = eval_tables.pawn_candidate.en() * ((rank - 2) * 32 + king_distance * 24) / 256;
+    const int share = (rank - THIRD_RANK) * CANDIDATE_RANK + king_distance * CANDIDATE_KING;
+    const int endgame = tables.pawn_candidate.en() * share / CANDIDATE_DIVISOR;
     scratch.add(c, s, DisplayTerm::PASSERS, {0, endgame});
 }
 
 }  // namespace
 
-void evaluate_passers(Position &pos, EvalScratch &scratch) {
+void evaluate_passers(Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     Bitboard passed = scratch.side[WHITE].passed_pawns | scratch.side[BLACK].passed_pawns;
     while (passed != 0) {
         const Square s = pop_lsb(passed);
-        evaluate_passer(pos, scratch, colour_of(pos.board[s]), s);
+        evaluate_passer(pos, tables, scratch, colour_of(pos.board[s]), s);
     }
     if (scratch.stage <= CANDIDATE_STAGE) return;
     Bitboard candidates = scratch.side[WHITE].candidate_pawns | scratch.side[BLACK].candidate_pawns;
     while (candidates != 0) {
         const Square s = pop_lsb(candidates);
-        evaluate_candidate(pos, scratch, colour_of(pos.board[s]), s);
+        evaluate_candidate(pos, tables, scratch, colour_of(pos.board[s]), s);
     }
 }

@@ -23,8 +23,7 @@ Bitboard front_fill(Colour c, Bitboard pawns) {
 }
 
 // Score of one pawn. A white pawn on a5 with b4 and no other neighbour is connected to nothing, but b4 attacks a5: defended.
-ScorePair pawn_score(const Position &pos, const EvalScratch &scratch, Colour c, Square s) {
-    const EvalTables &t = eval_tables;
+ScorePair pawn_score(const Position &pos, const EvalTables &t, const EvalScratch &scratch, Colour c, Square s) {
     const SideScratch &own = scratch.side[c];
     const Bitboard pawns = pos.of(c, PAWN);
     const Bitboard file = file_mask(file_of(s));
@@ -34,7 +33,7 @@ ScorePair pawn_score(const Position &pos, const EvalScratch &scratch, Colour c, 
     if ((own.attack_span & bit(s + pawn_direction(c))) == 0) {
         score += t.pawn_backward;
         if ((pawns & shift_sideways(file)) == 0) score += t.pawn_isolated;
-        const Bitboard ahead = c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
+        const Bitboard ahead = squares_ahead(c, s);
         if ((pos.of(1 - c, PAWN) & ahead) == 0) score += t.pawn_weak;
     }
     if ((pawns & shift_sideways(bit(s))) != 0) score += t.connected_squares[table_square];
@@ -65,7 +64,7 @@ void set_pawn_bitboards(const Position &pos, EvalScratch &scratch) {
     }
 }
 
-void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratch) {
+void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &thread, EvalScratch &scratch) {
     ++thread.pawn_probes;
     PawnHashEntry &entry = thread.pawn_hash[pos.pawn_key % PAWN_HASH_SIZE];
     if (entry.key == pos.pawn_key && thread.iteration != 0) {
@@ -77,15 +76,14 @@ void evaluate_pawns(const Position &pos, EvalThread &thread, EvalScratch &scratc
             scratch.side[c].positional = {};
             for (Bitboard pawns = pos.of(c, PAWN); pawns != 0;) {
                 const Square s = pop_lsb(pawns);
-                scratch.add(c, s, DisplayTerm::PAWNS, pawn_score(pos, scratch, c, s));
+                scratch.add(c, s, DisplayTerm::PAWNS, pawn_score(pos, tables, scratch, c, s));
             }
             entry.score[c] = scratch.side[c].positional;
         }
     }
     for (const Colour c : {WHITE, BLACK}) {
         const Bitboard blocked = pos.of(c, PAWN) & shift_forward(1 - c, scratch.occupied);
-        const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, 1);
-        scratch.side[c].positional +=
-            popcount(blocked) * eval_tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
+        const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, SECOND_RANK);
+        scratch.side[c].positional += popcount(blocked) * tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
     }
 }

@@ -5,7 +5,11 @@
 namespace {
 
 constexpr Bitboard CENTRE_BLOCK = 0x00003C3C3C3C0000;  // c3-f6
-constexpr int CORNERED_PIECE_THREAT = 250;             // centipawns
+constexpr ScorePair KNIGHT_OFF_THE_WINGS = {-8, 0};    // attacks nothing on the files around the kings
+constexpr ScorePair QUEEN_OFF_THE_WINGS = {-10, -10};
+constexpr int CORNERED_BELOW = 2;           // squares
+constexpr int CORNERED_PIECE_THREAT = 250;  // centipawns
+constexpr int TRAPPED_ROOK_BELOW = 5;       // squares
 
 // Amount that a piece of a type, reaching the enemy king zone, adds to the attack units.
 constexpr std::array<unsigned, 8> ATTACK_UNIT = {0, 0, 1, 8, 64, 512, 0, 0};
@@ -20,139 +24,144 @@ constexpr DisplayTerm term_of(int type) {
     return static_cast<DisplayTerm>(static_cast<int>(DisplayTerm::KNIGHTS) + type - KNIGHT);
 }
 
-// The pieces of one colour, kind by kind; everything that depends on the colour is known at compile time.
-template <Colour C>
-class PieceEvaluation {
-public:
-    PieceEvaluation(const Position &pos, EvalScratch &scratch)
-        : pos_(pos),
-          scratch_(scratch),
-          own_(scratch.side[C]),
-          tables_(eval_tables),
-          enemy_zone_(scratch.side[1 - C].king_zone),
-          attacks_(own_.attacks[0]),
-          double_attacks_(own_.double_attacks) {}
-
-    void run() {
-        each(KNIGHT, [this](Square s, bool pinned) { return knight(s, pinned); });
-        each(BISHOP, [this](Square s, bool pinned) { return bishop(s, pinned); });
-        each(ROOK, [this](Square s, bool pinned) { return rook(s, pinned); });
-        each(QUEEN, [this](Square s, bool pinned) { return queen(s, pinned); });
-        own_.attacks[0] = attacks_;
-        own_.double_attacks = double_attacks_;
-        own_.attack_units = attack_units_;
-        own_.positional += positional_;
-    }
-
-private:
-    template <typename Score>
-    void each(int type, Score score) {
-        type_attacks_ = 0;
-        for (Bitboard pieces = pos_.of(C, type); pieces != 0;) {
-            const Square s = pop_lsb(pieces);
-            const ScorePair pair = score(s, (scratch_.pinned & bit(s)) != 0);
-            positional_ += pair;
-            if (scratch_.display != nullptr) scratch_.show(C, s, term_of(type), pair);
-        }
-        own_.attacks[static_cast<std::size_t>(type)] = type_attacks_;
-    }
-
-    void record_attacks(int type, Bitboard attacks) {
-        double_attacks_ |= attacks & attacks_;
-        attacks_ |= attacks;
-        type_attacks_ |= attacks;
-        attack_units_ += (attacks & enemy_zone_) != 0 ? ATTACK_UNIT[static_cast<std::size_t>(type)] : 0;
-    }
-
-    // A minor piece on its last rank that can hardly move is about to be lost.
-    void note_cornered(Square s, int area_count) {
-        if (area_count < 2 && relative_rank(C, s) == 7) own_.threat_level += CORNERED_PIECE_THREAT;
-    }
-
-    ScorePair knight(Square s, bool pinned) {
-        const Bitboard attacks = knight_attacks(s);
-        record_attacks(KNIGHT, attacks);
-        const int count = pinned ? 0 : popcount(attacks & own_.mobility_area);
-        ScorePair score = tables_.knight_squares[from_white_side(C, s)];
-        score += tables_.knight_mobility[count];
-        if ((attacks & scratch_.flank_files) == 0) score += ScorePair(-8, 0);
-        if ((own_.outposts & bit(s)) != 0) {
-            score += tables_.knight_outpost;
-            if ((own_.attacks[PAWN] & bit(s)) != 0) score += tables_.knight_half_outpost;
-        } else if ((attacks & own_.outposts) != 0) {
-            score += tables_.knight_half_outpost;
-        }
-        note_cornered(s, count);
-        return score;
-    }
-
-    ScorePair bishop(Square s, bool pinned) {
-        // The bishop sees through its own queens.
-        const Bitboard attacks = bishop_attacks(s, scratch_.occupied & ~pos_.of(C, QUEEN));
-        record_attacks(BISHOP, attacks);
-        const int area_count = pinned ? 0 : popcount(attacks & own_.mobility_area);
-        // Central squares count twice.
-        const int count = pinned ? 0 : area_count + popcount(attacks & CENTRE_BLOCK);
-        ScorePair score = tables_.bishop_squares[from_white_side(C, s)];
-        score += tables_.bishop_mobility[count];
-        if ((own_.outposts & bit(s)) != 0)
-            score += tables_.bishop_outpost;
-        else if ((attacks & own_.outposts) != 0)
-            score += tables_.bishop_half_outpost;
-        const Bitboard same_colour = is_light(s) ? LIGHT_SQUARES : ~LIGHT_SQUARES;
-        score += popcount(own_.blocked_pawns & same_colour) * tables_.bad_bishop;
-        note_cornered(s, area_count);
-        return score;
-    }
-
-    ScorePair rook(Square s, bool pinned) {
-        const Bitboard see_through = pos_.of(C, ROOK) | pos_.of(C, QUEEN);
-        const Bitboard attacks = rook_attacks(s, scratch_.occupied & ~see_through);
-        record_attacks(ROOK, attacks);
-        const Bitboard file = file_mask(file_of(s));
-        const int area_count = pinned ? 0 : popcount(attacks & own_.mobility_area);
-        const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(1 - C));
-        ScorePair score = tables_.rook_squares[from_white_side(C, s)];
-        score += tables_.rook_mobility[count];
-        if ((pos_.of(C, PAWN) & file) == 0)
-            score += (pos_.of(1 - C, PAWN) & file) != 0 ? tables_.rook_half_open_file : tables_.rook_open_file;
-        const Bitboard own_rank = rank_mask(rank_of(s));
-        if (area_count < 5 && ((pos_.of(C, PAWN) | pos_.of(C, KING)) & own_rank & TRAPPING_FILES[file_of(s)]) != 0)
-            score += tables_.rook_trapped;
-        const Bitboard last_ranks = relative_rank_mask(C, 6) | relative_rank_mask(C, 7);
-        if (relative_rank(C, s) == 6 && ((pos_.of(1 - C, PAWN) | pos_.of(1 - C, KING)) & last_ranks) != 0)
-            score += tables_.rook_rank7;
-        return score;
-    }
-
-    ScorePair queen(Square s, bool pinned) {
-        // The queen sees through its own bishops on diagonals and its own rooks on lines.
-        const Bitboard attacks = bishop_attacks(s, scratch_.occupied & ~pos_.of(C, BISHOP)) |
-                                 rook_attacks(s, scratch_.occupied & ~pos_.of(C, ROOK));
-        record_attacks(QUEEN, attacks);
-        const int count = pinned ? 0 : popcount(attacks & own_.mobility_area);
-        ScorePair score = tables_.queen_squares[from_white_side(C, s)];
-        score += tables_.queen_mobility[count];
-        if ((attacks & scratch_.flank_files) == 0) score += ScorePair(-10, -10);
-        return score;
-    }
-
-    const Position &pos_;
-    EvalScratch &scratch_;
-    SideScratch &own_;
-    const EvalTables &tables_;
-    const Bitboard enemy_zone_;
-    // What run() hands over at its end; close at hand in between.
-    Bitboard attacks_;
-    Bitboard double_attacks_;
-    Bitboard type_attacks_ = 0;
-    unsigned attack_units_ = 0;
-    ScorePair positional_;
+// The pieces of one colour while they are looked at, kind by kind. The sums move to the scratch record at the end; here
+// they are close at hand.
+struct PiecePass {
+    const Position &pos;
+    const EvalTables &tables;
+    EvalScratch &scratch;
+    SideScratch &own;
+    const Bitboard enemy_zone;
+    Bitboard attacks, double_attacks;  // so far
+    Bitboard type_attacks = 0;         // of the kind at hand
+    unsigned attack_units = 0;
+    ScorePair positional = {};
 };
+
+template <int TYPE>
+void record_attacks(PiecePass &pass, Bitboard attacks) {
+    pass.double_attacks |= attacks & pass.attacks;
+    pass.attacks |= attacks;
+    pass.type_attacks |= attacks;
+    pass.attack_units += (attacks & pass.enemy_zone) != 0 ? ATTACK_UNIT[TYPE] : 0;
+}
+
+// A minor piece on its last rank that can hardly move is about to be lost.
+template <Colour C>
+void note_cornered(PiecePass &pass, Square s, int area_count) {
+    if (area_count < CORNERED_BELOW && relative_rank(C, s) == EIGHTH_RANK)
+        pass.own.threat_level += CORNERED_PIECE_THREAT;
+}
+
+template <Colour C>
+ScorePair knight_score(PiecePass &pass, Square s, bool pinned) {
+    const EvalTables &t = pass.tables;
+    const SideScratch &own = pass.own;
+    const Bitboard attacks = knight_attacks(s);
+    record_attacks<KNIGHT>(pass, attacks);
+    const int count = pinned ? 0 : popcount(attacks & own.mobility_area);
+    ScorePair score = t.knight_squares[from_white_side(C, s)];
+    score += t.knight_mobility[count];
+    if ((attacks & pass.scratch.flank_files) == 0) score += KNIGHT_OFF_THE_WINGS;
+    if ((own.outposts & bit(s)) != 0) {
+        score += t.knight_outpost;
+        if ((own.attacks[PAWN] & bit(s)) != 0) score += t.knight_half_outpost;
+    } else if ((attacks & own.outposts) != 0) {
+        score += t.knight_half_outpost;
+    }
+    note_cornered<C>(pass, s, count);
+    return score;
+}
+
+template <Colour C>
+ScorePair bishop_score(PiecePass &pass, Square s, bool pinned) {
+    const EvalTables &t = pass.tables;
+    const SideScratch &own = pass.own;
+    // The bishop sees through its own queens.
+    const Bitboard attacks = bishop_attacks(s, pass.scratch.occupied & ~pass.pos.of(C, QUEEN));
+    record_attacks<BISHOP>(pass, attacks);
+    const int area_count = pinned ? 0 : popcount(attacks & own.mobility_area);
+    // Central squares count twice.
+    const int count = pinned ? 0 : area_count + popcount(attacks & CENTRE_BLOCK);
+    ScorePair score = t.bishop_squares[from_white_side(C, s)];
+    score += t.bishop_mobility[count];
+    if ((own.outposts & bit(s)) != 0)
+        score += t.bishop_outpost;
+    else if ((attacks & own.outposts) != 0)
+        score += t.bishop_half_outpost;
+    score += popcount(own.blocked_pawns & same_coloured(s)) * t.bad_bishop;
+    note_cornered<C>(pass, s, area_count);
+    return score;
+}
+
+template <Colour C>
+ScorePair rook_score(PiecePass &pass, Square s, bool pinned) {
+    const Position &pos = pass.pos;
+    const EvalTables &t = pass.tables;
+    const Bitboard see_through = pos.of(C, ROOK) | pos.of(C, QUEEN);
+    const Bitboard attacks = rook_attacks(s, pass.scratch.occupied & ~see_through);
+    record_attacks<ROOK>(pass, attacks);
+    const Bitboard file = file_mask(file_of(s));
+    const int area_count = pinned ? 0 : popcount(attacks & pass.own.mobility_area);
+    const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(1 - C));
+    ScorePair score = t.rook_squares[from_white_side(C, s)];
+    score += t.rook_mobility[count];
+    if ((pos.of(C, PAWN) & file) == 0)
+        score += (pos.of(1 - C, PAWN) & file) != 0 ? t.rook_half_open_file : t.rook_open_file;
+    const Bitboard own_rank = rank_mask(rank_of(s));
+    if (area_count < TRAPPED_ROOK_BELOW &&
+        ((pos.of(C, PAWN) | pos.of(C, KING)) & own_rank & TRAPPING_FILES[file_of(s)]) != 0)
+        score += t.rook_trapped;
+    const Bitboard last_ranks = relative_rank_mask(C, SEVENTH_RANK) | relative_rank_mask(C, EIGHTH_RANK);
+    if (relative_rank(C, s) == SEVENTH_RANK && ((pos.of(1 - C, PAWN) | pos.of(1 - C, KING)) & last_ranks) != 0)
+        score += t.rook_rank7;
+    return score;
+}
+
+template <Colour C>
+ScorePair queen_score(PiecePass &pass, Square s, bool pinned) {
+    const Position &pos = pass.pos;
+    // The queen sees through its own bishops on diagonals and its own rooks on lines.
+    const Bitboard occupied = pass.scratch.occupied;
+    const Bitboard attacks =
+        bishop_attacks(s, occupied & ~pos.of(C, BISHOP)) | rook_attacks(s, occupied & ~pos.of(C, ROOK));
+    record_attacks<QUEEN>(pass, attacks);
+    const int count = pinned ? 0 : popcount(attacks & pass.own.mobility_area);
+    ScorePair score = pass.tables.queen_squares[from_white_side(C, s)];
+    score += pass.tables.queen_mobility[count];
+    if ((attacks & pass.scratch.flank_files) == 0) score += QUEEN_OFF_THE_WINGS;
+    return score;
+}
+
+template <Colour C, int TYPE, ScorePair (*SCORE)(PiecePass &, Square, bool)>
+void evaluate_kind(PiecePass &pass) {
+    pass.type_attacks = 0;
+    for (Bitboard pieces = pass.pos.of(C, TYPE); pieces != 0;) {
+        const Square s = pop_lsb(pieces);
+        const ScorePair pair = SCORE(pass, s, (pass.scratch.pinned & bit(s)) != 0);
+        pass.positional += pair;
+        if (pass.scratch.display != nullptr) pass.scratch.show(C, s, term_of(TYPE), pair);
+    }
+    pass.own.attacks[TYPE] = pass.type_attacks;
+}
+
+template <Colour C>
+void evaluate_side(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    SideScratch &own = scratch.side[C];
+    PiecePass pass{pos, tables, scratch, own, scratch.side[1 - C].king_zone, own.attacks[0], own.double_attacks};
+    evaluate_kind<C, KNIGHT, knight_score<C>>(pass);
+    evaluate_kind<C, BISHOP, bishop_score<C>>(pass);
+    evaluate_kind<C, ROOK, rook_score<C>>(pass);
+    evaluate_kind<C, QUEEN, queen_score<C>>(pass);
+    own.attacks[0] = pass.attacks;
+    own.double_attacks = pass.double_attacks;
+    own.attack_units = pass.attack_units;
+    own.positional += pass.positional;
+}
 
 }  // namespace
 
-void evaluate_pieces(const Position &pos, EvalScratch &scratch) {
-    PieceEvaluation<WHITE>(pos, scratch).run();
-    PieceEvaluation<BLACK>(pos, scratch).run();
+void evaluate_pieces(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    evaluate_side<WHITE>(pos, tables, scratch);
+    evaluate_side<BLACK>(pos, tables, scratch);
 }

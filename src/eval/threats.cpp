@@ -3,9 +3,12 @@
 
 namespace {
 
+// What the owner of a hung man stands to lose, in centipawns.
+constexpr int HUNG_PAWN_THREAT = 64;
+constexpr int HUNG_PIECE_THREAT = 256;
+
 template <Colour VICTIM>
-void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
-    const EvalTables &t = eval_tables;
+void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[1 - VICTIM];
     if ((enemy.attacks[0] & pos.all(VICTIM)) == 0) return;
@@ -27,29 +30,29 @@ void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
     own.positional += pawns * t.hung_pawn + pieces * t.hung_piece + popcount(attacked) * t.attacked_piece;
     if (pawns + pieces >= 2) own.positional += t.multi_hung;
     scratch.threatened |= hung_pawns | hung_pieces;
-    own.threat_level += (pawns + 4 * pieces) * 64;
+    own.threat_level += pawns * HUNG_PAWN_THREAT + pieces * HUNG_PIECE_THREAT;
 }
 
 template <Colour VICTIM>
-void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch) {
+void evaluate_pawn_pushes(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     constexpr Colour PUSHER = 1 - VICTIM;
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[PUSHER];
     const Bitboard empty = ~scratch.occupied;
     const Bitboard pawns = pos.of(PUSHER, PAWN);
     const Bitboard single = shift_forward(PUSHER, pawns) & empty;
-    const Bitboard from_second = shift_forward(PUSHER, pawns & relative_rank_mask(PUSHER, 1)) & empty;
+    const Bitboard from_second = shift_forward(PUSHER, pawns & relative_rank_mask(PUSHER, SECOND_RANK)) & empty;
     const Bitboard pushes = single | (shift_forward(PUSHER, from_second) & empty);
     const Bitboard kept = pushes & (~own.attacks[0] | enemy.attacks[PAWN] | enemy.double_attacks);
     const Bitboard attacked = pawn_attack_set(PUSHER, kept) & pos.all(VICTIM) & ~pos.of(VICTIM, PAWN);
-    own.positional += popcount(attacked) * eval_tables.threat_ppush;
+    own.positional += popcount(attacked) * tables.threat_ppush;
 }
 
 }  // namespace
 
-void evaluate_threats(const Position &pos, EvalScratch &scratch) {
-    evaluate_hung_pieces<WHITE>(pos, scratch);
-    evaluate_hung_pieces<BLACK>(pos, scratch);
-    evaluate_pawn_pushes<WHITE>(pos, scratch);
-    evaluate_pawn_pushes<BLACK>(pos, scratch);
+void evaluate_threats(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+    evaluate_hung_pieces<WHITE>(pos, tables, scratch);
+    evaluate_hung_pieces<BLACK>(pos, tables, scratch);
+    evaluate_pawn_pushes<WHITE>(pos, tables, scratch);
+    evaluate_pawn_pushes<BLACK>(pos, tables, scratch);
 }

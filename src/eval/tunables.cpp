@@ -1,86 +1,110 @@
-// The registry of tunable weights.
+#include "eval/tunables.h"
+
 #include <algorithm>
-#include <string>
-
-#include "eval/parameters.h"
-
-std::vector<TunableParam> tunables;
 
 namespace {
 
 struct NamedPair {
     const char *name;
-    WeightPair Settings::*pair;
+    WeightPair EvalWeights::*pair;
 };
 
-// Registered as <name>_op and <name>_en.
+// Listed as <name>_op and <name>_en.
 constexpr NamedPair PAIRS_BEFORE_OUTPOSTS[] = {
-    {"pawn_value", &Settings::pawn_value},           {"knight_value", &Settings::knight_value},
-    {"bishop_value", &Settings::bishop_value},       {"rook_value", &Settings::rook_value},
-    {"queen_value", &Settings::queen_value},         {"bishop_pair", &Settings::bishop_pair},
-    {"knight_mobility", &Settings::knight_mobility}, {"bishop_mobility", &Settings::bishop_mobility},
-    {"rook_mobility", &Settings::rook_mobility},     {"queen_mobility", &Settings::queen_mobility},
-    {"pawn_doubled", &Settings::pawn_doubled},       {"pawn_backward", &Settings::pawn_backward},
-    {"pawn_isolated", &Settings::pawn_isolated},     {"pawn_weak", &Settings::pawn_weak},
-    {"pawn_connected", &Settings::pawn_connected},   {"pawn_defended", &Settings::pawn_defended},
-    {"pawn_candidate", &Settings::pawn_candidate},
+    {"pawn_value", &EvalWeights::pawn_value},           {"knight_value", &EvalWeights::knight_value},
+    {"bishop_value", &EvalWeights::bishop_value},       {"rook_value", &EvalWeights::rook_value},
+    {"queen_value", &EvalWeights::queen_value},         {"bishop_pair", &EvalWeights::bishop_pair},
+    {"knight_mobility", &EvalWeights::knight_mobility}, {"bishop_mobility", &EvalWeights::bishop_mobility},
+    {"rook_mobility", &EvalWeights::rook_mobility},     {"queen_mobility", &EvalWeights::queen_mobility},
+    {"pawn_doubled", &EvalWeights::pawn_doubled},       {"pawn_backward", &EvalWeights::pawn_backward},
+    {"pawn_isolated", &EvalWeights::pawn_isolated},     {"pawn_weak", &EvalWeights::pawn_weak},
+    {"pawn_connected", &EvalWeights::pawn_connected},   {"pawn_defended", &EvalWeights::pawn_defended},
+    {"pawn_candidate", &EvalWeights::pawn_candidate},
 };
 constexpr NamedPair PAIRS_AFTER_OUTPOSTS[] = {
-    {"rook_open_file", &Settings::rook_open_file}, {"rook_half_open_file", &Settings::rook_half_open_file},
-    {"rook_rank7", &Settings::rook_rank7},         {"rook_trapped", &Settings::rook_trapped},
-    {"queen_rank7", &Settings::queen_rank7},
+    {"rook_open_file", &EvalWeights::rook_open_file}, {"rook_half_open_file", &EvalWeights::rook_half_open_file},
+    {"rook_rank7", &EvalWeights::rook_rank7},         {"rook_trapped", &EvalWeights::rook_trapped},
+    {"queen_rank7", &EvalWeights::queen_rank7},
 };
 constexpr NamedPair PAIRS_AFTER_STORM[] = {
-    {"safe_check", &Settings::safe_check}, {"hung_pawn", &Settings::hung_pawn},
-    {"hung_piece", &Settings::hung_piece}, {"attacked_piece", &Settings::attacked_piece},
-    {"multi_hung", &Settings::multi_hung}, {"threat_ppush", &Settings::threat_ppush},
-    {"PST_P", &Settings::PST_P},           {"PST_N", &Settings::PST_N},
-    {"PST_B", &Settings::PST_B},           {"PST_R", &Settings::PST_R},
-    {"PST_Q", &Settings::PST_Q},           {"PST_K", &Settings::PST_K},
+    {"safe_check", &EvalWeights::safe_check}, {"hung_pawn", &EvalWeights::hung_pawn},
+    {"hung_piece", &EvalWeights::hung_piece}, {"attacked_piece", &EvalWeights::attacked_piece},
+    {"multi_hung", &EvalWeights::multi_hung}, {"threat_ppush", &EvalWeights::threat_ppush},
+    {"PST_P", &EvalWeights::PST_P},           {"PST_N", &EvalWeights::PST_N},
+    {"PST_B", &EvalWeights::PST_B},           {"PST_R", &EvalWeights::PST_R},
+    {"PST_Q", &EvalWeights::PST_Q},           {"PST_K", &EvalWeights::PST_K},
 };
 
-template <std::size_t N>
-void register_pairs(const NamedPair (&pairs)[N]) {
-    for (const NamedPair &named : pairs) {
-        WeightPair &pair = settings.*named.pair;
-        register_tunable(std::string(named.name).append("_op"), pair.op);
-        register_tunable(std::string(named.name).append("_en"), pair.en);
-    }
+// The weight's place in a record that may be constant.
+template <typename Weights>
+auto &weight_in(Weights &weights, const PairHalf &place) {
+    return weights.*place.pair.*place.half;
 }
+template <typename Weights, std::size_t N>
+auto &weight_in(Weights &weights, const ScratchEntry<N> &entry) {
+    return (weights.*entry.table)[entry.index];
+}
+
+class TunableList {
+public:
+    explicit TunableList(const EvalWeights &weights) : weights_(weights) {}
+
+    void add(std::string name, WeightRef weight) {
+        params.push_back({std::move(name), weight, static_cast<double>(weight.of(weights_)), false});
+    }
+    void add_op(std::string name, WeightPair EvalWeights::*pair) {
+        add(std::move(name), {PairHalf{pair, &WeightPair::op}});
+    }
+    void add_en(std::string name, WeightPair EvalWeights::*pair) {
+        add(std::move(name), {PairHalf{pair, &WeightPair::en}});
+    }
+    template <std::size_t N>
+    void add_pairs(const NamedPair (&pairs)[N]) {
+        for (const NamedPair &named : pairs) {
+            add_op(std::string(named.name).append("_op"), named.pair);
+            add_en(std::string(named.name).append("_en"), named.pair);
+        }
+    }
+
+    std::vector<TunableParam> params;
+
+private:
+    const EvalWeights &weights_;
+};
 
 }  // namespace
 
-void register_tunable(std::string_view name, std::int16_t &target) {
-    TunableParam param{};
-    std::copy_n(name.begin(), std::min(name.size(), param.name.size() - 1), param.name.begin());
-    param.target = &target;
-    param.estimate = target;
-    tunables.push_back(param);
+std::int16_t &WeightRef::of(EvalWeights &weights) const {
+    return std::visit([&weights](const auto &at) -> std::int16_t & { return weight_in(weights, at); }, place);
+}
+std::int16_t WeightRef::of(const EvalWeights &weights) const {
+    return std::visit([&weights](const auto &at) -> std::int16_t { return weight_in(weights, at); }, place);
 }
 
-void register_eval_tunables() {
-    if (!tunables.empty()) return;
-    register_pairs(PAIRS_BEFORE_OUTPOSTS);
-    register_tunable("knight_outpost", settings.knight_outpost.op);
-    register_tunable("bishop_outpost", settings.bishop_outpost.op);
-    register_pairs(PAIRS_AFTER_OUTPOSTS);
-    register_tunable("pawn_shield", settings.pawn_shield.op);
-    register_tunable("pawn_storm", settings.pawn_storm.op);
-    register_pairs(PAIRS_AFTER_STORM);
-    register_tunable("pawnstruct", settings.Pawn_Structure.op);
-    register_tunable("king_safety", settings.King_Safety.op);
-    register_tunable("ppawns", settings.Passed_Pawns.en);
-    register_tunable("threats", settings.Threats.en);
-    for (std::size_t i = 0; i < settings.pst_scratch.size(); ++i) {
+std::vector<TunableParam> eval_tunables(const EvalWeights &weights) {
+    TunableList list(weights);
+    list.add_pairs(PAIRS_BEFORE_OUTPOSTS);
+    list.add_op("knight_outpost", &EvalWeights::knight_outpost);
+    list.add_op("bishop_outpost", &EvalWeights::bishop_outpost);
+    list.add_pairs(PAIRS_AFTER_OUTPOSTS);
+    list.add_op("pawn_shield", &EvalWeights::pawn_shield);
+    list.add_op("pawn_storm", &EvalWeights::pawn_storm);
+    list.add_pairs(PAIRS_AFTER_STORM);
+    list.add_op("pawnstruct", &EvalWeights::Pawn_Structure);
+    list.add_op("king_safety", &EvalWeights::King_Safety);
+    list.add_en("ppawns", &EvalWeights::Passed_Pawns);
+    list.add_en("threats", &EvalWeights::Threats);
+    for (std::size_t i = 0; i < weights.pst_scratch.size(); ++i) {
         const char name[] = {'p', 's', 't', '_', static_cast<char>('a' + i % 4), static_cast<char>('1' + i / 4), '\0'};
-        register_tunable(name, settings.pst_scratch[i]);
+        list.add(name, {ScratchEntry<32>{&EvalWeights::pst_scratch, i}});
     }
-    for (std::size_t i = 0; i < settings.p_scratch.size(); ++i)
-        register_tunable(std::string("p").append(std::to_string(i + 1)), settings.p_scratch[i]);
+    for (std::size_t i = 0; i < weights.p_scratch.size(); ++i)
+        list.add(std::string("p").append(std::to_string(i + 1)), {ScratchEntry<15>{&EvalWeights::p_scratch, i}});
+    return std::move(list.params);
 }
 
-void select_tunable(std::string_view name) {
-    const auto found = std::find_if(tunables.begin(), tunables.end(),
-                                    [name](const TunableParam &param) { return param.name_view() == name; });
-    if (found != tunables.end()) found->selected = 1;
+void select_tunable(std::vector<TunableParam> &params, std::string_view name) {
+    const auto found =
+        std::find_if(params.begin(), params.end(), [name](const TunableParam &param) { return param.name == name; });
+    if (found != params.end()) found->selected = true;
 }

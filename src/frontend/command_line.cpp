@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "base/control.h"
-#include "base/settings.h"
 #include "base/text.h"
+#include "search/settings.h"
 #include "search/strength.h"
 
 namespace {

@@ -6,7 +6,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "base/text.h"
 #include "board/attacks.h"
 #include "board/see.h"
@@ -20,6 +19,7 @@
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/timing.h"
@@ -222,7 +222,7 @@ void reductions(const Words &, std::string_view) {
 
 void evaluation(const Words &, std::string_view) { show_evaluation(); }
 
-void evaluation_parameters(const Words &, std::string_view) { print_display(eval_params_text()); }
+void evaluation_parameters(const Words &, std::string_view) { print_display(eval_params_text(eval_tables)); }
 
 void trace(const Words &words, std::string_view) { set_trace_level(std::clamp(integer_at(words, 1), 0, 65535)); }
 

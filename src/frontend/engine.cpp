@@ -5,7 +5,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/probe.h"
@@ -16,6 +15,7 @@
 #include "platform/interrupt.h"
 #include "search/report.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"

@@ -10,9 +10,9 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "base/text.h"
 #include "frontend/engine.h"
+#include "search/settings.h"
 #include "search/strength.h"
 #include "search/threads.h"
 #include "search/tt.h"
@@ -24,7 +24,8 @@ constexpr std::size_t LONGEST_NAME = 100;
 constexpr std::size_t LONGEST_VALUE = 200;
 
 using Spin = std::int16_t Settings::*;
-using Pair = WeightPair Settings::*;
+using Weight = std::int16_t EvalWeights::*;
+using Pair = WeightPair EvalWeights::*;
 using Text = OptionText Settings::*;
 
 enum class Kind { SPIN, CHECK, BUTTON, PAIR, TEXT, HIDDEN_PAIR };
@@ -32,7 +33,7 @@ enum class Kind { SPIN, CHECK, BUTTON, PAIR, TEXT, HIDDEN_PAIR };
 struct Option {
     const char *name;
     Kind kind;
-    std::variant<std::monostate, Spin, Pair, Text> field;
+    std::variant<std::monostate, Spin, Weight, Pair, Text> field;
     int low = 0;
     int high = 0;
     void (*then)() = nullptr;  // after the value has been stored and the reply printed
@@ -82,30 +83,30 @@ const Option OPTIONS[] = {
     {"MoveOverhead",      Kind::SPIN,   &Settings::MoveOverhead,       0,     5000},
     {"UCI_LimitStrength", Kind::CHECK,  &Settings::UCI_LimitStrength},
     {"UCI_Elo",           Kind::SPIN,   &Settings::UCI_Elo,            0,     0,            apply_target_elo},
-    {"Contempt",          Kind::SPIN,   &Settings::Contempt,           -150,  150},
+    {"Contempt",          Kind::SPIN,   &EvalWeights::Contempt,           -150,  150},
     {"Selectivity",       Kind::SPIN,   &Settings::Selectivity,        0,     200},
-    {"Mtl_Pawn",          Kind::PAIR,   &Settings::pawn_value,         20,    2000},
-    {"Mtl_Knight",        Kind::PAIR,   &Settings::knight_value,       20,    2000},
-    {"Mtl_Bishop",        Kind::PAIR,   &Settings::bishop_value,       20,    2000},
-    {"Mtl_Rook",          Kind::PAIR,   &Settings::rook_value,         20,    2000},
-    {"Mtl_Queen",         Kind::PAIR,   &Settings::queen_value,        20,    2000},
-    {"Mtl_BishopPair",    Kind::PAIR,   &Settings::bishop_pair,        0,     100},
-    {"PST_Pawn",          Kind::PAIR,   &Settings::PST_Pawn,           0,     200},
-    {"PST_Knight",        Kind::PAIR,   &Settings::PST_Knight,         0,     200},
-    {"PST_Bishop",        Kind::PAIR,   &Settings::PST_Bishop,         0,     200},
-    {"PST_Rook",          Kind::PAIR,   &Settings::PST_Rook,           0,     200},
-    {"PST_Queen",         Kind::PAIR,   &Settings::PST_Queen,          0,     200},
-    {"PST_King",          Kind::PAIR,   &Settings::PST_King,           0,     200},
-    {"Mobility_Knight",   Kind::PAIR,   &Settings::Mobility_Knight,    0,     200},
-    {"Mobility_Bishop",   Kind::PAIR,   &Settings::Mobility_Bishop,    0,     200},
-    {"Mobility_Rook",     Kind::PAIR,   &Settings::Mobility_Rook,      0,     200},
-    {"Mobility_Queen",    Kind::PAIR,   &Settings::Mobility_Queen,     0,     200},
-    {"Pawn_Structure",    Kind::PAIR,   &Settings::Pawn_Structure,     0,     200},
-    {"Passed_Pawns",      Kind::PAIR,   &Settings::Passed_Pawns,       0,     200},
-    {"King_Safety",       Kind::PAIR,   &Settings::King_Safety,        0,     200},
-    {"Threats",           Kind::PAIR,   &Settings::Threats,            0,     200},
-    {"Awareness",         Kind::HIDDEN_PAIR, &Settings::Awareness,     0,     200},
-    {"tune",              Kind::HIDDEN_PAIR, &Settings::tune,          0,     200},
+    {"Mtl_Pawn",          Kind::PAIR,   &EvalWeights::pawn_value,         20,    2000},
+    {"Mtl_Knight",        Kind::PAIR,   &EvalWeights::knight_value,       20,    2000},
+    {"Mtl_Bishop",        Kind::PAIR,   &EvalWeights::bishop_value,       20,    2000},
+    {"Mtl_Rook",          Kind::PAIR,   &EvalWeights::rook_value,         20,    2000},
+    {"Mtl_Queen",         Kind::PAIR,   &EvalWeights::queen_value,        20,    2000},
+    {"Mtl_BishopPair",    Kind::PAIR,   &EvalWeights::bishop_pair,        0,     100},
+    {"PST_Pawn",          Kind::PAIR,   &EvalWeights::PST_Pawn,           0,     200},
+    {"PST_Knight",        Kind::PAIR,   &EvalWeights::PST_Knight,         0,     200},
+    {"PST_Bishop",        Kind::PAIR,   &EvalWeights::PST_Bishop,         0,     200},
+    {"PST_Rook",          Kind::PAIR,   &EvalWeights::PST_Rook,           0,     200},
+    {"PST_Queen",         Kind::PAIR,   &EvalWeights::PST_Queen,          0,     200},
+    {"PST_King",          Kind::PAIR,   &EvalWeights::PST_King,           0,     200},
+    {"Mobility_Knight",   Kind::PAIR,   &EvalWeights::Mobility_Knight,    0,     200},
+    {"Mobility_Bishop",   Kind::PAIR,   &EvalWeights::Mobility_Bishop,    0,     200},
+    {"Mobility_Rook",     Kind::PAIR,   &EvalWeights::Mobility_Rook,      0,     200},
+    {"Mobility_Queen",    Kind::PAIR,   &EvalWeights::Mobility_Queen,     0,     200},
+    {"Pawn_Structure",    Kind::PAIR,   &EvalWeights::Pawn_Structure,     0,     200},
+    {"Passed_Pawns",      Kind::PAIR,   &EvalWeights::Passed_Pawns,       0,     200},
+    {"King_Safety",       Kind::PAIR,   &EvalWeights::King_Safety,        0,     200},
+    {"Threats",           Kind::PAIR,   &EvalWeights::Threats,            0,     200},
+    {"Awareness",         Kind::HIDDEN_PAIR, &EvalWeights::Awareness,     0,     200},
+    {"tune",              Kind::HIDDEN_PAIR, &EvalWeights::tune,          0,     200},
 };
 // clang-format on
 
@@ -113,7 +114,18 @@ constexpr int LOWEST_ELO = 1500;
 
 int highest_elo() { return static_cast<int>(calibrated_elo); }
 
-bool is_elo(const Option &option) { return std::get<Spin>(option.field) == &Settings::UCI_Elo; }
+bool is_field(const Option &option, Spin field) {
+    const Spin *spin = std::get_if<Spin>(&option.field);
+    return spin != nullptr && *spin == field;
+}
+
+bool is_elo(const Option &option) { return is_field(option, &Settings::UCI_Elo); }
+
+// The number that a SPIN or CHECK option names.
+std::int16_t &number_of(Settings &s, const Option &option) {
+    if (const Weight *weight = std::get_if<Weight>(&option.field)) return s.weights.**weight;
+    return s.*std::get<Spin>(option.field);
+}
 
 std::int16_t spin_value(const Option &option, std::string_view value) {
     // The strength is kept within what this machine reaches, even when that is below the lowest one offered.
@@ -138,21 +150,21 @@ WeightPair pair_value(const Option &option, std::string_view value, WeightPair o
 void store(const Option &option, std::string_view value) {
     switch (option.kind) {
     case Kind::SPIN: {
-        std::int16_t &field = settings.*std::get<Spin>(option.field);
+        std::int16_t &field = number_of(settings, option);
         field = spin_value(option, value);
         print_format("info string %s set to %d", option.name, field);
         break;
     }
     case Kind::CHECK: {
-        std::int16_t &field = settings.*std::get<Spin>(option.field);
+        std::int16_t &field = number_of(settings, option);
         field = value.find("true") != std::string_view::npos ? 1 : 0;
-        if (std::get<Spin>(option.field) == &Settings::Log) enable_logging(field != 0);  // decides over the reply
+        if (is_field(option, &Settings::Log)) enable_logging(field != 0);  // decides over the reply
         print_format("info string %s set to %d", option.name, field);
         break;
     }
     case Kind::PAIR:
     case Kind::HIDDEN_PAIR: {
-        WeightPair &field = settings.*std::get<Pair>(option.field);
+        WeightPair &field = settings.weights.*std::get<Pair>(option.field);
         field = pair_value(option, value, field);
         print_format("info string %s set to %d,%d", option.name, field.op, field.en);
         break;
@@ -168,19 +180,18 @@ void store(const Option &option, std::string_view value) {
 }
 
 void list_option(const Option &option) {
-    const Settings &d = default_settings;
+    Settings &d = default_settings;
     switch (option.kind) {
     case Kind::SPIN:
-        print_format("option name %s type spin default %d min %d max %d", option.name, d.*std::get<Spin>(option.field),
-                     option.low, is_elo(option) ? highest_elo() : option.high);
+        print_format("option name %s type spin default %d min %d max %d", option.name, number_of(d, option), option.low,
+                     is_elo(option) ? highest_elo() : option.high);
         break;
     case Kind::CHECK:
-        print_format("option name %s type check default %s", option.name,
-                     d.*std::get<Spin>(option.field) != 0 ? "true" : "false");
+        print_format("option name %s type check default %s", option.name, number_of(d, option) != 0 ? "true" : "false");
         break;
     case Kind::BUTTON: print_format("option name %s type button", option.name); break;
     case Kind::PAIR: {
-        const WeightPair pair = d.*std::get<Pair>(option.field);
+        const WeightPair pair = d.weights.*std::get<Pair>(option.field);
         print_format("option name %s type string default %d,%d", option.name, pair.op, pair.en);
         break;
     }

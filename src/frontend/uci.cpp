@@ -5,7 +5,6 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "base/text.h"
 #include "base/version.h"
 #include "board/notation.h"
@@ -14,6 +13,7 @@
 #include "frontend/options.h"
 #include "search/params.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/tt.h"
 
@@ -34,7 +34,7 @@ void isready(std::string_view) { print_line("readyok"); }
 
 void debug(std::string_view) { debug_echo = true; }
 
-void show_parameters(std::string_view) { print_display(search_params_text() + eval_params_text()); }
+void show_parameters(std::string_view) { print_display(search_params_text() + eval_params_text(eval_tables)); }
 
 void setoption(std::string_view rest) {
     constexpr std::string_view NAME = "name";

@@ -279,7 +279,7 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
     // 12. Gate for the beta-side rules
     const bool gate = eval >= beta + search_params.BP_margin && eval >= thread.plies[ply - 2].static_eval - 75 &&
                       type == CUT_NODE && !probe.low && parent.search_mode != 2 && pos.nonpawn_material[side] > 0 &&
-                      (pos.material[side] & 15) != 0 && beta >= -MATE_THRESHOLD;
+                      pawn_count(pos.material[side]) != 0 && beta >= -MATE_THRESHOLD;
     if (gate) {
         // 13. Depth trim
         const int threat = record.eval.threat_level[side];

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "base/settings.h"
+#include "search/settings.h"
 
 struct SearchParams {
     std::int16_t FP_depth, SEP_depth, ProbCut_depth, NMP_depth, LMP_depth, LMR_depth;  // plies

@@ -21,7 +21,7 @@ int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
     const int captured = type_of(entry.captured);
     if (captured != NO_TYPE) {
         const Colour enemy = 1 - side;
-        const std::uint32_t pawns = (pos.material[enemy] & 15) - (captured == PAWN ? 1 : 0);
+        const int pawns = pawn_count(pos.material[enemy]) - (captured == PAWN ? 1 : 0);
         if (pawns == 0 && pos.nonpawn_material[enemy] - NONPAWN_UNIT[captured] < 4) return DELTA_LAST_PIECES;
     }
     if (type_of(entry.piece) == PAWN && relative_rank(side, to_square(entry.move)) >= 6) return DELTA_FAR_PAWN;

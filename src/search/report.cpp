@@ -1,5 +1,7 @@
 #include "search/report.h"
 
+#include <cstdio>
+
 #include "base/output.h"
 #include "board/notation.h"
 #include "search/threads.h"
@@ -104,6 +106,15 @@ void print_search_line(int thread_index, int line_number, int depth, int score, 
                                    line_number > 0 ? '.' : ' ', elapsed, nodes / 1000.0, score, console_pv(pv).c_str());
     if (thread_index == 0 && line_number == search_shared.multi_pv) line += '\n';
     print_line(line);
+}
+
+void print_king_danger(const Position &pos, const EvalDisplay &display) {
+    for (const Colour c : {WHITE, BLACK}) {
+        const std::optional<int> danger = display.king_danger[static_cast<std::size_t>(c)];
+        if (!danger) continue;
+        show_board(pos);
+        std::printf("sq=%s, KD= %d\n", std::string(square_name(pos.king_square[c])).c_str(), *danger);
+    }
 }
 
 void print_final_line() {

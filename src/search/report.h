@@ -14,6 +14,9 @@ void print_search_line(int thread_index, int line_number, int depth, int score, 
 // The last line of a search, from root_result; nothing when there is no line to show.
 void print_final_line();
 
+// The board and the danger of each king that an evaluation has looked at.
+void print_king_danger(const Position &pos, const EvalDisplay &display);
+
 // Whether progress lines are due by now.
 bool progress_due();
 

@@ -73,6 +73,7 @@ void initialise_root(SearchThread &thread) {
     if (display != nullptr) *display = {};
     thread.root_eval =
         static_cast<std::int16_t>(evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check != 0, root.eval, display));
+    if (display != nullptr) print_king_danger(pos, *display);
     thread.score = thread.root_eval;
     root.static_eval = thread.root_eval;
     thread.plies[0].static_eval = static_cast<std::int16_t>(-thread.root_eval);
@@ -181,7 +182,7 @@ private:
         root_.search_mode = 0;
         const bool late = depth_ > 5 && root_.moves_searched > 4 && root_.in_check == 0 && best_ > late_threshold_ &&
                           (root_.move_flags & QUIET_MASK) == 0 && pos_.nonpawn_material[side_] > 0 &&
-                          (pos_.material[side_] & 15) != 0;
+                          pawn_count(pos_.material[side_]) != 0;
         root_.reduction = late ? 1 : 0;
     }
 

@@ -13,10 +13,10 @@
 
 #include "base/control.h"
 #include "base/relaxed.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/position.h"
 #include "eval/eval.h"
+#include "search/settings.h"
 #include "tablebase/probe.h"
 
 constexpr int INFINITE = 10001;       // window bound beyond any score; "no move yet" is -INFINITE

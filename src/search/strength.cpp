@@ -5,10 +5,10 @@
 
 #include "base/control.h"
 #include "base/output.h"
-#include "base/settings.h"
 #include "board/attacks.h"
 #include "platform/clock.h"
 #include "search/params.h"
+#include "search/settings.h"
 #include "search/threads.h"
 
 namespace {

@@ -15,6 +15,8 @@
 SearchThread *game = nullptr;
 Tablebases tablebases;
 RandomGenerator random_generator;
+EvalTables eval_tables;
+EvalDisplay eval_display;
 
 namespace {
 
@@ -36,6 +38,7 @@ void initialise_record(SearchThread &thread, int index) {
     thread.position.thread = &thread.history;
     thread.position.ep_square = NO_SQUARE;
     thread.random_state = static_cast<std::uint32_t>(index) * 123;
+    thread.eval.tables = &eval_tables;
     for (PlyRecord &record : thread.plies) {
         record.list = record.current = thread.move_stack.data();
         record.checker = NO_SQUARE;

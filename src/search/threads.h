@@ -13,6 +13,10 @@ extern SearchThread *game;
 extern Tablebases tablebases;
 // Draws of play: book moves. Seeded at start-up. Main thread.
 extern RandomGenerator random_generator;
+// The evaluation tables that all threads and the game record read. Written on the main thread while no search runs.
+extern EvalTables eval_tables;
+// The tables of the `ev` view. Written by thread 0 while the display is on, read by the main thread afterwards.
+extern EvalDisplay eval_display;
 
 // Allocates and frees the game record. False when there is no memory.
 bool allocate_game();

@@ -185,11 +185,11 @@ void begin_search() {
     if (settings.settings_changed != 0) {
         print_line("info string setting search and eval params...");
         derive_search_params();
-        derive_eval_tables();
+        derive_eval_tables(settings.weights, eval_tables);
         settings.settings_changed = 0;
     }
     plan_time(side);
-    set_contempt_context(side, plan.target < LONGEST_CONTEMPT);
+    set_contempt_context(eval_tables, side, plan.target < LONGEST_CONTEMPT);
     report_plan();
 }
 

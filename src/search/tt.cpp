@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "base/output.h"
-#include "base/settings.h"
 #include "platform/pages.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 
 Relaxed<std::uint8_t> hash_enabled(1);

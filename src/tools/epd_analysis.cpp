@@ -153,7 +153,7 @@ void analyse_epd_file(const char *file_name, PollInput poll_input) {
     std::printf("Analyzing %s...\n", file_name);
     std::fflush(stdout);
     derive_search_params();
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     if (max_depth <= 2) hash_enabled = 0;
 
     Totals totals;

@@ -10,7 +10,6 @@
 #include "base/line_reader.h"
 #include "base/output.h"
 #include "base/progress.h"
-#include "base/settings.h"
 #include "base/text.h"
 #include "board/attacks.h"
 #include "board/movegen.h"
@@ -18,6 +17,7 @@
 #include "eval/parameters.h"
 #include "games/game_text.h"
 #include "games/results.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "tools/workbench.h"
 
@@ -277,7 +277,7 @@ void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
     OutputFile out(out_name);
     OutputFile corrections("tmpX.epd");
     if (!out.is_open() || !corrections.is_open()) return;
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     settings.Log = 0;
     enable_logging(false);
 

@@ -8,14 +8,15 @@
 #include "base/control.h"
 #include "base/output.h"
 #include "base/progress.h"
-#include "base/settings.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "book/probe.h"
 #include "eval/parameters.h"
+#include "eval/tunables.h"
 #include "games/results.h"
 #include "search/params.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
@@ -61,7 +62,7 @@ bool drawn_before_search(Position &pos) {
 PlayedMove choose_move(Move &move, PollInput poll_input) {
     Position &pos = game->position;
     derive_search_params();
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     begin_search();
     move = NO_MOVE;
     if (game->history.undo_count < settings.OwnBook_Depth)
@@ -126,32 +127,33 @@ void write_game(OutputFile &file, const FinishedGame &finished, int number) {
 }
 
 // Gives every selected weight of `settings` a random distance from its estimate, up to a fifth of it.
-void perturb_weights() {
-    for (TunableParam &param : tunables) {
-        *param.target = nearest_weight(param.estimate);
-        if (param.selected == 0) continue;
+void perturb_weights(const std::vector<TunableParam> &tunables) {
+    for (const TunableParam &param : tunables) {
+        std::int16_t &weight = param.weight.of(settings.weights);
+        weight = nearest_weight(param.estimate);
+        if (!param.selected) continue;
         const int r = std::rand() % 400;
         double distance = (0.001 * r - 0.2) * param.estimate;
         if (distance > 0.0 && distance < LEAST_PERTURBATION) distance = LEAST_PERTURBATION;
         if (distance < 0.0 && distance > -LEAST_PERTURBATION) distance = -LEAST_PERTURBATION;
-        *param.target = nearest_weight(param.estimate + distance);
+        weight = nearest_weight(param.estimate + distance);
     }
 }
 
-void show_estimates(int games) {
+void show_estimates(const std::vector<TunableParam> &tunables, int games) {
     std::printf("ngames= %d\n", games);
     for (const TunableParam &param : tunables)
-        if (param.selected != 0)
-            std::printf(" * %-24s : %6.1f  %4d\n", param.name.data(), param.estimate, *param.target);
+        if (param.selected)
+            std::printf(" * %-24s : %6.1f  %4d\n", param.name.c_str(), param.estimate,
+                        param.weight.of(settings.weights));
     std::fflush(stdout);
 }
 
 // Moves the estimates towards the perturbed weights when these have won more games, and away when they have lost more.
-// The perturbed weights are those of `settings`.
-void follow_winner(int surplus) {
+void follow_winner(std::vector<TunableParam> &tunables, const EvalWeights &perturbed, int surplus) {
     for (TunableParam &param : tunables)
-        if (param.selected != 0)
-            param.estimate += surplus * STEP_RATE * (*param.target - nearest_weight(param.estimate));
+        if (param.selected)
+            param.estimate += surplus * STEP_RATE * (param.weight.of(perturbed) - nearest_weight(param.estimate));
 }
 
 // Games that the perturbed copy won more than it lost.
@@ -172,8 +174,8 @@ int play_cycle(const Settings &perturbed, const Settings &reference, int games_b
 }  // namespace
 
 void run_selfplay_tuning(PollInput poll_input) {
-    register_eval_tunables();
-    for (const char *name : TUNED_WEIGHTS) select_tunable(name);
+    std::vector<TunableParam> tunables = eval_tunables(settings.weights);
+    for (const char *name : TUNED_WEIGHTS) select_tunable(tunables, name);
     OutputFile file(GAME_FILE);
     if (!file.is_open()) {
         std::printf("can't open %s\n", GAME_FILE);
@@ -193,13 +195,12 @@ void run_selfplay_tuning(PollInput poll_input) {
     for (int games = 0; games < GAMES && !quit_flag; games += GAMES_PER_CYCLE) {
         settings = default_settings;
         const Settings reference = default_settings;
-        perturb_weights();
+        perturb_weights(tunables);
         const Settings perturbed = settings;
         progress.finish();
-        show_estimates(games);
+        show_estimates(tunables, games);
         const int surplus = play_cycle(perturbed, reference, games, file, progress, poll_input);
-        settings = perturbed;  // the registry points into the live record
-        if (!quit_flag) follow_winner(surplus);
+        if (!quit_flag) follow_winner(tunables, perturbed.weights, surplus);
     }
     settings = default_settings;
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "base/control.h"
 #include "base/line_reader.h"
@@ -12,6 +13,7 @@
 #include "base/progress.h"
 #include "base/text.h"
 #include "eval/parameters.h"
+#include "eval/tunables.h"
 #include "games/epd.h"
 #include "games/results.h"
 #include "search/params.h"
@@ -76,7 +78,7 @@ double tuning_error(const char *file_name, OutputFile *filtered, PollInput poll_
     LineReader file(file_name, LONGEST_LINE);
     if (!file.is_open()) return NO_ERROR_KNOWN;
     derive_search_params();
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     hash_enabled = 0;
 
     Progress progress("positions");
@@ -160,14 +162,14 @@ struct Rates {
 };
 
 // Moves one weight down its gradient. Returns the size of the rate used.
-double descend(TunableParam &param, double k0, TuningLog &log, PollInput poll_input) {
-    const std::int16_t value = *param.target;
+double descend(TunableParam &param, std::int16_t &weight, double k0, TuningLog &log, PollInput poll_input) {
+    const std::int16_t value = weight;
     const double x = param.estimate;
     const int h = nearest_weight(std::fabs(x) * 0.03 + 1.0);
     const auto error_at = [&](int v) {
-        *param.target = nearest_weight(v);
+        weight = nearest_weight(v);
         const double error = tuning_error(SAMPLE_FILE, nullptr, poll_input);
-        *param.target = value;
+        weight = value;
         return error;
     };
     const double e1 = error_at(value - h);
@@ -178,18 +180,17 @@ double descend(TunableParam &param, double k0, TuningLog &log, PollInput poll_in
     const double step = std::clamp(-lr * a, -0.025 * a, 0.025 * a);
     if (quit_flag) return 0.0;  // the errors are of parts of the file
     param.estimate += step;
-    param.accumulator = g;
     log.say(format_line("p1=%4d/%6.5f, p2=%4d/%6.5f, g=%10.2e, lr=%5.2f, x=%5.1f, p=%6.1f\n", value - h, e1, value + h,
                         e2, g, lr * 100.0, step, param.estimate));
     return std::fabs(lr);
 }
 
-Rates descend_all(double k0, TuningLog &log, PollInput poll_input) {
+Rates descend_all(std::vector<TunableParam> &tunables, double k0, TuningLog &log, PollInput poll_input) {
     Rates rates;
     int count = 0;
     for (TunableParam &param : tunables) {
-        if (param.selected == 0 || quit_flag) continue;
-        const double rate = descend(param, k0, log, poll_input);
+        if (!param.selected || quit_flag) continue;
+        const double rate = descend(param, param.weight.of(settings.weights), k0, log, poll_input);
         rates.average += rate;
         rates.highest = std::max(rates.highest, rate);
         ++count;
@@ -198,7 +199,7 @@ Rates descend_all(double k0, TuningLog &log, PollInput poll_input) {
     return rates;
 }
 
-void run_passes(const char *file_name, TuningLog &log, PollInput poll_input) {
+void run_passes(std::vector<TunableParam> &tunables, const char *file_name, TuningLog &log, PollInput poll_input) {
     constexpr int PASSES = 100;
     constexpr int SAMPLE_PERCENT = 10;
     double k0 = 3000.0;
@@ -208,15 +209,16 @@ void run_passes(const char *file_name, TuningLog &log, PollInput poll_input) {
         log.say(format_line("pass= %d, k0= %0.3e, avg_lr= %0.1f, max_lr= %0.1f\n", pass, k0, rates.average * 100.0,
                             rates.highest * 100.0));
         for (TunableParam &param : tunables) {
-            if (param.selected == 0) continue;
-            *param.target = nearest_weight(param.estimate);
-            log.say(format_line("** %s = %d\n", param.name.data(), *param.target));
+            if (!param.selected) continue;
+            std::int16_t &weight = param.weight.of(settings.weights);
+            weight = nearest_weight(param.estimate);
+            log.say(format_line("** %s = %d\n", param.name.c_str(), weight));
         }
         const double error = tuning_error(HALF_FILE, nullptr, poll_input);
         if (quit_flag) break;
         log.say(format_line("\nerr= %0.5f\n\n", error));
         log.flush();
-        rates = descend_all(k0, log, poll_input);
+        rates = descend_all(tunables, k0, log, poll_input);
         const double r = (0.8 * rates.average + 0.2 * rates.highest) * 100.0;
         if (r < 0.75) k0 *= 1.05;
         if (r > 1.25) k0 *= 0.95;
@@ -277,22 +279,23 @@ void say(const std::string &text) {
     std::fflush(stdout);
 }
 
-void search_best_value(TunableParam &param, PollInput poll_input) {
+void search_best_value(const TunableParam &param, PollInput poll_input) {
     constexpr int MOST_TRIES = 30;
-    const std::int16_t start = *param.target;
+    std::int16_t &weight = param.weight.of(settings.weights);
+    const std::int16_t start = weight;
     ValueSearch search(start);
     int value = start;
     for (int tries = 0; tries < MOST_TRIES; ++tries) {
-        *param.target = nearest_weight(value);
+        weight = nearest_weight(value);
         const double error = tuning_error(SAMPLE_FILE, nullptr, poll_input);
         if (quit_flag) break;
-        say(format_line("%s= %d, err= %0.6f\n", param.name.data(), value, error));
+        say(format_line("%s= %d, err= %0.6f\n", param.name.c_str(), value, error));
         search.add(value, error, tries == 0);
         say(search.text());
         if (!search.next(value, value)) break;
     }
     say(search.text());
-    *param.target = start;
+    weight = start;
 }
 
 }  // namespace
@@ -309,17 +312,17 @@ void make_training_file(const char *file_name, PollInput poll_input) {
 
 void run_gradient_tuning(const char *file_name, PollInput poll_input) {
     constexpr int HALF_PERCENT = 50;
-    register_eval_tunables();
-    select_tunable("king_safety");
-    for (int i = 1; i <= 15; ++i) select_tunable("p" + std::to_string(i));
+    std::vector<TunableParam> tunables = eval_tunables(settings.weights);
+    select_tunable(tunables, "king_safety");
+    for (int i = 1; i <= 15; ++i) select_tunable(tunables, "p" + std::to_string(i));
     TuningLog log;
     if (!log.is_open()) return;
     log.log(format_line("tuning file is %s\n\n", file_name));
     noise = NO_PROGRESS_LINES;
     max_depth = 0;
     copy_random_subset(file_name, HALF_FILE, HALF_PERCENT);
-    run_passes(file_name, log, poll_input);
-    derive_eval_tables();
+    run_passes(tunables, file_name, log, poll_input);
+    derive_eval_tables(settings.weights, eval_tables);
 }
 
 void tune_one_parameter(std::string_view name, std::string_view file_name, int percent, PollInput poll_input) {
@@ -328,18 +331,18 @@ void tune_one_parameter(std::string_view name, std::string_view file_name, int p
     if (!file_name.empty()) tuning_file = file_name;
     if (percent >= 0) share = std::min(percent, 100);
     say(format_line("tune file= %s\n", tuning_file.c_str()));
-    register_eval_tunables();
+    const std::vector<TunableParam> tunables = eval_tunables(settings.weights);
     const auto param = std::find_if(tunables.begin(), tunables.end(),
-                                    [name](const TunableParam &candidate) { return candidate.name_view() == name; });
+                                    [name](const TunableParam &candidate) { return candidate.name == name; });
     if (param != tunables.end()) {
         const std::uint8_t saved_depth = max_depth;
         const double saved_noise = noise;
         max_depth = 0;
         noise = NO_PROGRESS_LINES;
-        say(format_line("\ntuning %s\n", param->name.data()));
+        say(format_line("\ntuning %s\n", param->name.c_str()));
         copy_random_subset(tuning_file.c_str(), SAMPLE_FILE, share);
         search_best_value(*param, poll_input);
-        derive_eval_tables();
+        derive_eval_tables(settings.weights, eval_tables);
         max_depth = saved_depth;
         noise = saved_noise;
     }

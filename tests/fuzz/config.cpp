@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     settings.Hash = 1;
     // Whatever was set, the tables can be built and a position evaluated.
     derive_search_params();
-    derive_eval_tables();
+    derive_eval_tables(settings.weights, eval_tables);
     set_fen(game->position, "r1bqk2r/pp2bppp/2n1pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2QK2R w KQkq -");
     EvalResult result{};
     refresh_eval_caches(game->eval);

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "base/control.h"
-#include "base/settings.h"
 #include "board/attacks.h"
 #include "eval/kpk.h"
 #include "eval/parameters.h"
@@ -21,6 +20,7 @@
 #include "frontend/input.h"
 #include "platform/clock.h"
 #include "search/params.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/tt.h"
 
@@ -44,7 +44,7 @@ inline void start() {
         if (!allocate_game() || start_threads(1) != 0 || !tt_allocate()) std::abort();
         std::atexit(stop_threads);
         derive_search_params();
-        derive_eval_tables();
+        derive_eval_tables(settings.weights, eval_tables);
         return true;
     }();
     (void)started;

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "base/control.h"
-#include "base/settings.h"
 #include "board/attacks.h"
 #include "board/notation.h"
 #include "eval/kpk.h"
@@ -18,6 +17,7 @@
 #include "search/params.h"
 #include "search/report.h"
 #include "search/search.h"
+#include "search/settings.h"
 #include "search/threads.h"
 #include "search/timing.h"
 #include "search/tt.h"
@@ -38,7 +38,7 @@ protected:
         ASSERT_EQ(start_threads(1), 0);
         ASSERT_TRUE(tt_allocate());
         derive_search_params();
-        derive_eval_tables();
+        derive_eval_tables(settings.weights, eval_tables);
         settings.settings_changed = 0;
         set_fen(game->position, START_FEN);
     }

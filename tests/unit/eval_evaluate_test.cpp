@@ -79,9 +79,9 @@ TEST_F(EvaluateTest, ContemptFollowsTheEnginesSide) {
         {20, WHITE, false, 16}, {0, BLACK, true, 16},
     };
     for (const auto &c : cases) {
-        settings.Contempt = static_cast<std::int16_t>(c.contempt);
-        derive_eval_tables();
-        set_contempt_context(c.engine, c.active);
+        settings.weights.Contempt = static_cast<std::int16_t>(c.contempt);
+        derive_eval_tables(settings.weights, eval_tables);
+        set_contempt_context(eval_tables, c.engine, c.active);
         EXPECT_EQ(score(start), c.score) << c.contempt;
     }
 }

@@ -2,29 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+
+#include "eval/tunables.h"
 
 namespace {
 
-// Changes of the settings end with the test.
 class EvalParameters : public testing::Test {
 protected:
-    void SetUp() override {
-        settings = Settings{};
-        derive_eval_tables();
-    }
-    void TearDown() override {
-        settings = saved_settings_;
-        tunables = saved_tunables_;
-        derive_eval_tables();
-    }
+    EvalParameters() { derive(); }
+    void derive() { derive_eval_tables(weights, tables); }
     std::string text(ScorePair pair) const { return std::to_string(pair.op()) + ',' + std::to_string(pair.en()); }
 
-    const EvalTables &tables = eval_tables;
-
-private:
-    const Settings saved_settings_ = settings;
-    const std::vector<TunableParam> saved_tunables_ = tunables;
+    EvalWeights weights;
+    EvalTables tables;
 };
 
 template <typename Table>
@@ -40,10 +32,10 @@ std::string text_of(const Table &table) {
 }
 
 TEST_F(EvalParameters, PersonalityScalesTheCurves) {
-    settings.King_Safety = {200, 100};
-    settings.Passed_Pawns = {100, 33};
-    settings.pawn_shield.op = -50;
-    derive_eval_tables();
+    weights.King_Safety = {200, 100};
+    weights.Passed_Pawns = {100, 33};
+    weights.pawn_shield.op = -50;
+    derive();
     EXPECT_EQ(text_of(tables.king_danger).substr(0, 75),
               "0 1 2 5 8 13 18 25 32 41 50 61 72 85 98 113 128 145 162 181 200 221 242 262");
     EXPECT_EQ(tables.king_danger[63], 710);
@@ -51,8 +43,8 @@ TEST_F(EvalParameters, PersonalityScalesTheCurves) {
     EXPECT_EQ(text_of(tables.passed_safe), "0 2 2 8 20 40 66 0 ");
     EXPECT_EQ(text_of(tables.pawn_shield).substr(0, 41), "0 -5 -11 -16 -22 -27 -33 -38 -44 -50 -50 ");
 
-    settings.King_Safety = {0, 100};
-    derive_eval_tables();
+    weights.King_Safety = {0, 100};
+    derive();
     for (const std::int16_t danger : tables.king_danger) EXPECT_EQ(danger, 0);
 }
 
@@ -76,17 +68,17 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
     const EvalTables before = tables;
     const struct {
         const char *name;
-        WeightPair Settings::*percent;
+        WeightPair EvalWeights::*percent;
         std::vector<const SquareScores *> squares;
     } cases[] = {
-        {"PST_Pawn", &Settings::PST_Pawn, {&tables.pawn_squares}},
-        {"PST_Knight", &Settings::PST_Knight, {&tables.knight_squares}},
-        {"PST_Bishop", &Settings::PST_Bishop, {&tables.bishop_squares}},
-        {"PST_Rook", &Settings::PST_Rook, {&tables.rook_squares}},
-        {"PST_Queen", &Settings::PST_Queen, {&tables.queen_squares}},
-        {"PST_King", &Settings::PST_King, {&tables.king_squares}},
+        {"PST_Pawn", &EvalWeights::PST_Pawn, {&tables.pawn_squares}},
+        {"PST_Knight", &EvalWeights::PST_Knight, {&tables.knight_squares}},
+        {"PST_Bishop", &EvalWeights::PST_Bishop, {&tables.bishop_squares}},
+        {"PST_Rook", &EvalWeights::PST_Rook, {&tables.rook_squares}},
+        {"PST_Queen", &EvalWeights::PST_Queen, {&tables.queen_squares}},
+        {"PST_King", &EvalWeights::PST_King, {&tables.king_squares}},
         {"Pawn_Structure",
-         &Settings::Pawn_Structure,
+         &EvalWeights::Pawn_Structure,
          {&tables.pawn_squares, &tables.connected_squares, &tables.defended_squares}},
     };
     const SquareScores *const all[] = {&tables.pawn_squares,   &tables.connected_squares, &tables.defended_squares,
@@ -94,12 +86,12 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
                                        &tables.queen_squares,  &tables.king_squares};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        settings = Settings{};
-        derive_eval_tables();
+        weights = EvalWeights{};
+        derive();
         std::vector<SquareScores> plain;
         for (const SquareScores *table : all) plain.push_back(*table);
-        settings.*c.percent = {200, 0};
-        derive_eval_tables();
+        weights.*c.percent = {200, 0};
+        derive();
         for (std::size_t i = 0; i < std::size(all); ++i) {
             const bool scaled = std::find(c.squares.begin(), c.squares.end(), all[i]) != c.squares.end();
             for (std::size_t s = 0; s < 64; ++s) {
@@ -109,15 +101,15 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
         }
     }
 
-    settings = Settings{};
-    settings.Mobility_Knight = {200, 50};
-    settings.Mobility_Queen = {0, 0};
-    settings.Threats = {50, 200};
-    settings.Pawn_Structure = {50, 150};
-    settings.PST_Pawn = {50, 100};
-    settings.knight_outpost.op = -5;
-    settings.Contempt = -12;
-    derive_eval_tables();
+    weights = EvalWeights{};
+    weights.Mobility_Knight = {200, 50};
+    weights.Mobility_Queen = {0, 0};
+    weights.Threats = {50, 200};
+    weights.Pawn_Structure = {50, 150};
+    weights.PST_Pawn = {50, 100};
+    weights.knight_outpost.op = -5;
+    weights.Contempt = -12;
+    derive();
     EXPECT_EQ(text_of(tables.knight_mobility), "-36,-12 -12,-4 0,0 10,3 18,6 26,9 34,11 42,13 48,15 54,17 60,19 ");
     for (const ScorePair pair : tables.queen_mobility) EXPECT_EQ(pair, ScorePair(0, 0));
     EXPECT_EQ(text_of(tables.rook_mobility), text_of(before.rook_mobility));
@@ -134,9 +126,9 @@ TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {
 }
 
 TEST_F(EvalParameters, DerivingMakesCachesStale) {
-    const std::uint32_t before = eval_generation;
-    derive_eval_tables();
-    EXPECT_NE(eval_generation, before);
+    const std::uint32_t before = tables.generation;
+    derive();
+    EXPECT_NE(tables.generation, before);
 }
 
 TEST(ScorePairs, HalvesDoNotDisturbEachOther) {
@@ -152,60 +144,43 @@ TEST(ScorePairs, HalvesDoNotDisturbEachOther) {
     }
 }
 
-class Tunables : public EvalParameters {
-protected:
-    void SetUp() override {
-        EvalParameters::SetUp();
-        tunables.clear();
-    }
-};
-
-TEST_F(Tunables, TargetsAreTheWeights) {
-    register_eval_tunables();
-    register_eval_tunables();  // once is enough
-    EXPECT_EQ(tunables.size(), 123u);
+TEST(Tunables, NameTheWeights) {
+    EvalWeights weights;
+    const std::vector<TunableParam> params = eval_tunables(weights);
+    EXPECT_EQ(params.size(), 123u);
     const struct {
         const char *name;
         std::int16_t *target;
         double start;
     } cases[] = {
-        {"pawn_value_op", &settings.pawn_value.op, 90},   {"rook_trapped_op", &settings.rook_trapped.op, -25},
-        {"pawnstruct", &settings.Pawn_Structure.op, 100}, {"ppawns", &settings.Passed_Pawns.en, 100},
-        {"pst_d3", &settings.pst_scratch[11], -19},       {"p15", &settings.p_scratch[14], 4},
+        {"pawn_value_op", &weights.pawn_value.op, 90},   {"rook_trapped_op", &weights.rook_trapped.op, -25},
+        {"pawnstruct", &weights.Pawn_Structure.op, 100}, {"ppawns", &weights.Passed_Pawns.en, 100},
+        {"pst_d3", &weights.pst_scratch[11], -19},       {"p15", &weights.p_scratch[14], 4},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        const auto found = std::find_if(tunables.begin(), tunables.end(),
-                                        [&c](const TunableParam &param) { return param.name_view() == c.name; });
-        ASSERT_NE(found, tunables.end());
-        EXPECT_EQ(found->target, c.target);
+        const auto found = std::find_if(params.begin(), params.end(),
+                                        [&c](const TunableParam &param) { return param.name == c.name; });
+        ASSERT_NE(found, params.end());
+        EXPECT_EQ(&found->weight.of(weights), c.target);
         EXPECT_EQ(found->estimate, c.start);
-        EXPECT_EQ(found->accumulator, 0.0);
-        EXPECT_EQ(found->selected, 0);
+        EXPECT_FALSE(found->selected);
     }
 }
 
-TEST_F(Tunables, SelectedByExactName) {
-    std::int16_t weights[4] = {1, -2, 3, 4};
-    register_tunable("first", weights[0]);
-    register_tunable("twin", weights[1]);
-    register_tunable("twin", weights[2]);
-    register_tunable("a_name_of_24_characters_and_more", weights[3]);
-    EXPECT_EQ(tunables[1].estimate, -2.0);
-    EXPECT_EQ(tunables[3].name_view(), "a_name_of_24_characters_");
-
-    const auto selected = [] {
-        std::string flags;
-        for (const TunableParam &param : tunables) flags += param.selected != 0 ? '1' : '0';
-        return flags;
+TEST(Tunables, SelectedByExactName) {
+    std::vector<TunableParam> params = eval_tunables(EvalWeights{});
+    const auto selected = [&params] {
+        std::string names;
+        for (const TunableParam &param : params)
+            if (param.selected) names += param.name + ' ';
+        return names;
     };
-    for (const char *unknown : {"", "firs", "first ", "First", "a_name_of_24_characters_and_more"})
-        select_tunable(unknown);
-    EXPECT_EQ(selected(), "0000");
-    select_tunable("twin");
-    EXPECT_EQ(selected(), "0100");
-    select_tunable("a_name_of_24_characters_");
-    EXPECT_EQ(selected(), "0101");
+    for (const char *unknown : {"", "pawn_value", "p1 ", "P1", "p16"}) select_tunable(params, unknown);
+    EXPECT_EQ(selected(), "");
+    select_tunable(params, "p1");
+    select_tunable(params, "hung_pawn_en");
+    EXPECT_EQ(selected(), "hung_pawn_en p1 ");
 }
 
 }  // namespace

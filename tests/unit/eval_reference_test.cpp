@@ -49,10 +49,8 @@ TEST_F(ReferenceTest, Evaluations) {
         ASSERT_EQ(row.size(), static_cast<std::size_t>(COLUMNS));
         EvalResult result{};
         EvalDisplay display;
-        testing::internal::CaptureStdout();  // the display prints boards
         set_fen(pos, row[FEN]);
         const int score = evaluate(pos, game->eval, pos.side, 2, false, result, &display);
-        testing::internal::GetCapturedStdout();
         EXPECT_EQ(std::to_string(score), row[SCORE]);
         EXPECT_EQ(result.flags, row[KIND] == "draw" ? RECOGNISED_DRAW : 0);
         if (row[KIND] != "eval") {

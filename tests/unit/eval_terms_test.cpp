@@ -21,15 +21,12 @@ protected:
         settings = Settings{};
         settings.Hash = 4;
         if (change != nullptr) change();
-        derive_eval_tables();
+        derive_eval_tables(settings.weights, eval_tables);
         Position &pos = game->position;
         set_fen(pos, fen);
         result = {};
         display = {};
-        testing::internal::CaptureStdout();  // the display prints boards
-        const int score = evaluate(pos, game->eval, pos.side, 2, false, result, &display);
-        testing::internal::GetCapturedStdout();
-        return score;
+        return evaluate(pos, game->eval, pos.side, 2, false, result, &display);
     }
     int total(DisplayTerm term, Colour c) const {
         return display.totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];
@@ -56,21 +53,21 @@ TEST_F(EvalTermsTest, Totals) {
         Change change = nullptr;
     } cases[] = {
         // undefended: 8 squares (24, 30) less g6: (21, 26); outpost 240 only: (269, 36): 1097 / 24
-        {"6k1/7p/8/4N3/8/8/P7/6K1 w - -", KNIGHTS, 45, [] { settings.knight_outpost.op = 240; }},
+        {"6k1/7p/8/4N3/8/8/P7/6K1 w - -", KNIGHTS, 45, [] { settings.weights.knight_outpost.op = 240; }},
         // the pawn d7 takes c6 and e6 away: 6 squares (17, 21); b5 and f5 remain as outposts,
         // half of 240: (8 + 17 + 120, 10 + 21) = (145, 31): 858 / 24
-        {"6k1/3p4/8/8/3N4/8/P7/6K1 w - -", KNIGHTS, 35, [] { settings.knight_outpost.op = 240; }},
+        {"6k1/3p4/8/8/3N4/8/P7/6K1 w - -", KNIGHTS, 35, [] { settings.weights.knight_outpost.op = 240; }},
         // d5: (2, 2), c6, b7, a8, e6, f7, g8, c4, b3, a2 is a pawn, e4, f3, g2, h1: 12, c6, e6, c4, e4, f3: 17 (36, 43);
         // outpost 240: (278, 45): 1313 / 24
-        {"6k1/7p/8/3B4/8/8/P7/6K1 w - -", BISHOPS, 54, [] { settings.bishop_outpost.op = 240; }},
+        {"6k1/7p/8/3B4/8/8/P7/6K1 w - -", BISHOPS, 54, [] { settings.weights.bishop_outpost.op = 240; }},
         // shield 4 x 90 x 4 / 16 - 64 = 26: (8 + 26 - 6) / 2 = 14: -777 / 24
-        {"nn2k3/n7/8/8/8/8/5PPP/6K1 w - -", KINGS, -32, [] { settings.pawn_shield.op = 90; }},
+        {"nn2k3/n7/8/8/8/8/5PPP/6K1 w - -", KINGS, -32, [] { settings.weights.pawn_shield.op = 90; }},
         // storm 3 x -30: (8 - 106) / 2 = -49: -966 / 24
-        {"kn6/nn6/8/8/8/8/5PPP/6K1 w - -", KINGS, -40, [] { settings.pawn_storm.op = -30; }},
+        {"kn6/nn6/8/8/8/8/5PPP/6K1 w - -", KINGS, -40, [] { settings.weights.pawn_storm.op = -30; }},
         // safe checks cost 80 each, not 8: (-594, -59): -3556 / 24
-        {"4k3/8/8/8/8/5q1p/P7/6K1 w - -", KINGS, -148, [] { settings.safe_check.op = -80; }},
+        {"4k3/8/8/8/8/5q1p/P7/6K1 w - -", KINGS, -148, [] { settings.weights.safe_check.op = -80; }},
         // 100 x 136 / 256 = 53
-        {"7k/3p4/8/4PP2/8/8/8/K7 w - -", PASSERS, 119, [] { settings.pawn_candidate.en = 100; }},
+        {"7k/3p4/8/4PP2/8/8/8/K7 w - -", PASSERS, 119, [] { settings.weights.pawn_candidate.en = 100; }},
     };
     for (const auto &c : cases) {
         const std::string fen = c.fen;

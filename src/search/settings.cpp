@@ -1,4 +1,4 @@
-#include "base/settings.h"
+#include "search/settings.h"
 
 #include <algorithm>
 

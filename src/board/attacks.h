@@ -65,9 +65,14 @@ inline Bitboard queen_attacks(Square s, Bitboard occupied) {
     return rook_attacks(s, occupied) | bishop_attacks(s, occupied);
 }
 
-// Whether any piece of `c` attacks `s` in the position as it stands.
-bool square_attacked(const Position &pos, Square s, Colour c);
+// Whether a piece of `by`, one of `among`, attacks `s`. Sliders see through every square outside `occupied`.
+bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among = ~Bitboard{0});
 
-// Square of the least valuable piece of `c`, one of `among`, that attacks `s`, or NO_SQUARE. Sliders see through every
+// The same for the position as it stands.
+inline bool square_attacked(const Position &pos, Square s, Colour by) {
+    return square_attacked(pos, s, by, pos.occupied());
+}
+
+// Square of the least valuable piece of `by`, one of `among`, that attacks `s`, or NO_SQUARE. Sliders see through every
 // square outside `occupied`.
-Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied, Bitboard among = ~Bitboard{0});
+Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among = ~Bitboard{0});

@@ -135,7 +135,7 @@ MoveEntry *gen_all(const Position &pos, MoveEntry *list) {
     return list;
 }
 
-MoveEntry *gen_legal(Position &pos, MoveEntry *list) {
+MoveEntry *gen_legal(const Position &pos, MoveEntry *list) {
     gen_all(pos, list);
     MoveEntry *end = list;
     for (const MoveEntry *entry = list; entry->move != END_OF_LIST; ++entry)
@@ -144,7 +144,7 @@ MoveEntry *gen_legal(Position &pos, MoveEntry *list) {
     return end;
 }
 
-bool is_legal(Position &pos, Colour side, Move m) {
+bool is_legal(const Position &pos, Colour side, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
     const Square king = pos.king_square[side];
@@ -154,25 +154,11 @@ bool is_legal(Position &pos, Colour side, Move m) {
                !square_attacked(pos, (from + to) / 2, enemy);
 
     const Square victim = is_en_passant_capture(pos, m) ? to - pawn_direction(side) : to;
-    const int victim_type = colour_of(pos.board[victim]) == enemy ? pos.type_on(victim) : NO_TYPE;
-
-    // Only the occupancy and the enemy's pieces matter for the attack test.
-    const Bitboard own_before = pos.pieces[side][0];
-    const Bitboard enemy_before = pos.pieces[enemy][0];
-    const Bitboard victims_before = pos.pieces[enemy][victim_type];
-    if (victim_type != NO_TYPE) {
-        pos.pieces[enemy][0] &= ~bit(victim);
-        pos.pieces[enemy][victim_type] &= ~bit(victim);
-    }
-    pos.pieces[side][0] = (own_before & ~bit(from)) | bit(to);
-    const bool legal = !square_attacked(pos, from == king ? to : king, enemy);
-    if (victim_type != NO_TYPE) pos.pieces[enemy][victim_type] = victims_before;
-    pos.pieces[enemy][0] = enemy_before;
-    pos.pieces[side][0] = own_before;
-    return legal;
+    const Bitboard occupied = (pos.all(side) & ~bit(from)) | bit(to) | (pos.all(enemy) & ~bit(victim));
+    return !square_attacked(pos, from == king ? to : king, enemy, occupied, ~bit(victim));
 }
 
-bool no_legal_moves(Position &pos) {
+bool no_legal_moves(const Position &pos) {
     MoveList list;
     gen_all(pos, list.data());
     for (const MoveEntry *entry = list.data(); entry->move != END_OF_LIST; ++entry)
@@ -275,7 +261,7 @@ Bitboard sole_blockers(const Position &pos, Square target, Colour slider_side, C
 
 }  // namespace
 
-bool is_legal_move(Position &pos, Move m) {
+bool is_legal_move(const Position &pos, Move m) {
     MoveList list;
     const MoveEntry *end = gen_legal(pos, list.data());
     return std::any_of(static_cast<const MoveEntry *>(list.data()), end,
@@ -285,7 +271,7 @@ bool is_legal_move(Position &pos, Move m) {
 Pins::Pins(const Position &pos, Colour side, bool check)
     : pinned(sole_blockers(pos, pos.king_square[side], 1 - side, side)), in_check(check) {}
 
-bool is_legal(Position &pos, Colour side, Move m, const Pins &pins) {
+bool is_legal(const Position &pos, Colour side, Move m, const Pins &pins) {
     const Square from = from_square(m);
     const Square king = pos.king_square[side];
     if (pins.in_check || from == king || is_en_passant_capture(pos, m)) return is_legal(pos, side, m);

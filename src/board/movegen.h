@@ -1,7 +1,7 @@
 // Pseudo-legal move generation in three groups, legality, and the questions asked of single moves.
 //
 // Generators append to the caller's buffer and return its new end; they write no terminator. Any set-up that set_fen
-// accepts is safe here, however strange. Every procedure leaves the position as it found it.
+// accepts is safe here, however strange.
 #pragma once
 
 #include <array>
@@ -29,13 +29,13 @@ using MoveList = std::array<MoveEntry, MAX_MOVES + 1>;
 MoveEntry *gen_all(const Position &pos, MoveEntry *list);
 
 // All legal moves of the side to move, in the order of gen_all, terminated. Returns the end.
-MoveEntry *gen_legal(Position &pos, MoveEntry *list);
+MoveEntry *gen_legal(const Position &pos, MoveEntry *list);
 
 // Whether a move word of any origin is a legal move of the side to move.
-bool is_legal_move(Position &pos, Move m);
+bool is_legal_move(const Position &pos, Move m);
 
 // Whether a pseudo-legal move leaves the own king safe; a castling king may not leave, cross or enter an attacked square.
-bool is_legal(Position &pos, Colour side, Move m);
+bool is_legal(const Position &pos, Colour side, Move m);
 
 // The same answers for many moves of one position: what they depend on is worked out once. For positions that can be
 // searched.
@@ -44,10 +44,10 @@ struct Pins {
     Bitboard pinned;  // own pieces that alone stand between their king and an enemy slider
     bool in_check;    // then every move is looked at for itself
 };
-bool is_legal(Position &pos, Colour side, Move m, const Pins &pins);
+bool is_legal(const Position &pos, Colour side, Move m, const Pins &pins);
 
 // Whether the side to move is mated or stalemated.
-bool no_legal_moves(Position &pos);
+bool no_legal_moves(const Position &pos);
 
 // Whether a move that was stored elsewhere can be played by `side` here, king safety aside.
 bool is_pseudo_legal(const Position &pos, Move m, Colour side);

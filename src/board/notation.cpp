@@ -139,7 +139,7 @@ MoveTexts move_to_san(const Position &pos, Move m) {
     return texts;
 }
 
-bool parse_move(Position &pos, std::string_view typed, Move &move) {
+bool parse_move(const Position &pos, std::string_view typed, Move &move) {
     const std::string text = normalise(typed);
     if (text.empty()) return false;
     MoveList list;
@@ -166,7 +166,7 @@ std::string_view without_move_number(std::string_view word) {
     return glued ? word.substr(start) : word;
 }
 
-Move parse_coordinates(Position &pos, std::string_view text) {
+Move parse_coordinates(const Position &pos, std::string_view text) {
     MoveList list;
     const MoveEntry *end = gen_legal(pos, list.data());
     for (const MoveEntry *entry = list.data(); entry != end; ++entry)

@@ -27,10 +27,10 @@ MoveTexts move_to_san(const Position &pos, Move m);
 
 // Finds the legal move of the side to move that a text denotes. True when exactly one matches; with exactly two
 // "ambiguous move" goes to standard output.
-bool parse_move(Position &pos, std::string_view text, Move &move);
+bool parse_move(const Position &pos, std::string_view text, Move &move);
 
 // The word without the move number that some game files glue to a move: "e4" for "1.e4", "1..." as it is.
 std::string_view without_move_number(std::string_view word);
 
 // Finds the legal move that a coordinate text (e2e4, e7e8q) denotes; NO_MOVE when there is none.
-Move parse_coordinates(Position &pos, std::string_view text);
+Move parse_coordinates(const Position &pos, std::string_view text);

@@ -9,37 +9,46 @@ namespace {
 
 constexpr int LONGEST_EXCHANGE = 64;  // any set-up may be asked about
 
-}  // namespace
-
-int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop) {
+// `among`: the pieces that may capture after the one on `from`, and in its place when there is none.
+int swap_off(const Position &pos, int victim, Colour side, Square from, Square to, Bitboard occupied, Bitboard among,
+             bool may_stop) {
     std::array<int, LONGEST_EXCHANGE> gains;
     int captures = 0;
-    int victim = pos.type_on(to);
-    Bitboard unused = ~Bitboard{0};  // all but the pieces that have captured; the last of these stands on `to`
     int value = 0;
 
     // Forward: who captures what
-    if (from == NO_SQUARE) from = least_attacker(pos, to, side, occupied);
+    if (from == NO_SQUARE) from = least_attacker(pos, to, side, occupied, among);
     while (from != NO_SQUARE) {
         if (victim == KING) {
             value = SEE_KING_TAKEN;
             break;
         }
-        gains[static_cast<std::size_t>(captures++)] = SEE_VALUES[victim];
+        gains[captures++] = SEE_VALUES[victim];
         victim = pos.type_on(from);
-        unused &= ~bit(from);
+        // The piece that has captured now stands on `to`.
+        among &= ~bit(from);
         occupied &= ~bit(from);
         side = 1 - side;
-        from = least_attacker(pos, to, side, occupied, unused);
+        from = least_attacker(pos, to, side, occupied, among);
     }
 
     // Backward: what each side gains when it may stop before a loss
     while (captures > 0) {
         --captures;
-        value = gains[static_cast<std::size_t>(captures)] - value;
+        value = gains[captures] - value;
         if (captures > 0 || may_stop) value = std::max(value, 0);
     }
     return value;
+}
+
+}  // namespace
+
+int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop) {
+    return swap_off(pos, pos.type_on(to), side, from, to, occupied, ~Bitboard{0}, may_stop);
+}
+
+int see_value_of(const Position &pos, int victim, Colour side, Square to, Bitboard occupied, Bitboard among) {
+    return swap_off(pos, victim, side, NO_SQUARE, to, occupied, among, true);
 }
 
 bool see_at_least(const Position &pos, Square from, Square to, int threshold) {

@@ -20,6 +20,10 @@ constexpr int SEE_TOLERANCE = 69;
 // is never negative.
 int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop);
 
+// The same, from the least valuable attacker on and with the right to stop, as if a piece of type `victim` stood on `to`
+// and only pieces of `among` could capture.
+int see_value_of(const Position &pos, int victim, Colour side, Square to, Bitboard occupied, Bitboard among);
+
 // Whether the exchange on `to` that the piece on `from` starts is worth at least `threshold` centipawns to its side, which
 // may not decline. The same as comparing see_value, in fewer steps.
 bool see_at_least(const Position &pos, Square from, Square to, int threshold);

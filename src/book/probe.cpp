@@ -100,7 +100,7 @@ void list_entries(const std::vector<BookEntry> &entries, const std::vector<std::
 
 }  // namespace
 
-Move probe_book(Position &pos) {
+Move probe_book(const Position &pos) {
     if (settings.OwnBook_File.empty()) return NO_MOVE;
     const std::vector<BookEntry> entries = find_entries(settings.OwnBook_File.c_str(), polyglot_key(pos));
     const std::vector<std::int64_t> shares = shares_of(entries);

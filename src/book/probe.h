@@ -7,4 +7,4 @@
 // the move drawn is not legal. Reads the OwnBook settings; `OwnBook_Variety` shifts all weights by a share of the first
 // one, from -25 % to +75 %, before the draw. Lists the moves it drew from. Main thread; the position is unchanged when
 // it returns.
-Move probe_book(Position &pos);
+Move probe_book(const Position &pos);

@@ -154,7 +154,7 @@ int for_side(Colour side, int white_score) {
 
 }  // namespace
 
-int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display) {
     if (in_check) return IN_CHECK_SCORE;
     result.threat_level[WHITE] = result.threat_level[BLACK] = 0;

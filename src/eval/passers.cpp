@@ -9,20 +9,14 @@ constexpr int CANDIDATE_STAGE = 11;  // candidates count beyond this stage
 
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
-bool advance_is_safe(Position &pos, Colour c, Square from, Square target) {
-    const std::uint8_t victim = pos.board[target];
-    if (type_of(victim) == KING) return false;
-    pos.board[target] = pos.board[from];
-    pos.board[from] = 0;
-    pos.pieces[c][PAWN] ^= bit(from);
-    const int gain = see_value(pos, 1 - c, NO_SQUARE, target, pos.occupied() & ~bit(from), true);
-    pos.pieces[c][PAWN] ^= bit(from);
-    pos.board[from] = pos.board[target];
-    pos.board[target] = victim;
-    return gain == SEE_VALUES[type_of(victim)];
+bool advance_is_safe(const Position &pos, Colour c, Square from, Square target) {
+    const int victim = pos.type_on(target);
+    if (victim == KING) return false;
+    const int gain = see_value_of(pos, PAWN, 1 - c, target, pos.occupied() & ~bit(from), ~bit(from));
+    return gain == SEE_VALUES[victim];
 }
 
-void evaluate_passer(Position &pos, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_passer(const Position &pos, EvalScratch &scratch, Colour c, Square s) {
     SideScratch &own = scratch.side[c];
     SideScratch &enemy = scratch.side[1 - c];
     const int direction = pawn_direction(c);
@@ -80,7 +74,7 @@ void evaluate_candidate(const Position &pos, EvalScratch &scratch, Colour c, Squ
 
 }  // namespace
 
-void evaluate_passers(Position &pos, EvalScratch &scratch) {
+void evaluate_passers(const Position &pos, EvalScratch &scratch) {
     Bitboard passed = scratch.side[WHITE].passed_pawns | scratch.side[BLACK].passed_pawns;
     while (passed != 0) {
         const Square s = pop_lsb(passed);

@@ -49,7 +49,7 @@ Move first_legal_move() {
 }
 
 // Whether the game is drawn or lost in the position that a book move leads to: then the search decides.
-bool book_move_refused(Position &pos) {
+bool book_move_refused(const Position &pos) {
     if (pos.fifty <= 3) return false;
     return (pos.fifty >= 100 && no_legal_moves(pos)) || count_repetitions(pos) >= 2;
 }

@@ -14,7 +14,7 @@ namespace {
 // Exchange safety, computed at most once a move.
 class Safety {
 public:
-    Safety(Position &pos, Move m) : pos_(pos), move_(m) {}
+    Safety(const Position &pos, Move m) : pos_(pos), move_(m) {}
     bool safe() {
         if (state_ == UNKNOWN) state_ = see_ok(pos_, move_) ? SAFE : UNSAFE;
         return state_ == SAFE;
@@ -22,14 +22,14 @@ public:
 
 private:
     enum { UNKNOWN, SAFE, UNSAFE } state_ = UNKNOWN;
-    Position &pos_;
+    const Position &pos_;
     Move move_;
 };
 
 // King-zone test: some square next to the enemy king comes into the line of the piece on `to` and is attacked by its side
 // once the piece has left `from`. `span`: empty-board lines of one kind; `same_kind`: own pieces of that line kind, looked
 // through. With a rook moving a1-f1 against a king on g8 and an own queen on f7 square f8 would be such a square.
-bool reaches_king_zone(Position &pos, Colour side, Square from, Square to, const SquareTable &span,
+bool reaches_king_zone(const Position &pos, Colour side, Square from, Square to, const SquareTable &span,
                        Bitboard same_kind) {
     const Square king = pos.king_square[1 - side];
     const Bitboard blockers = pos.occupied() & ~same_kind;
@@ -38,13 +38,7 @@ bool reaches_king_zone(Position &pos, Colour side, Square from, Square to, const
         const Square target = pop_lsb(zone);
         if ((between(to, target) & blockers) != 0) continue;
         // The moving piece is lifted off its start square.
-        const int type = pos.type_on(from);
-        pos.pieces[side][0] ^= bit(from);
-        pos.pieces[side][type] ^= bit(from);
-        const bool attacked = square_attacked(pos, target, side);
-        pos.pieces[side][0] ^= bit(from);
-        pos.pieces[side][type] ^= bit(from);
-        if (attacked) return true;
+        if (square_attacked(pos, target, side, pos.occupied() & ~bit(from), ~bit(from))) return true;
     }
     return false;
 }
@@ -59,7 +53,7 @@ bool attacks_along(const Position &pos, Square from, Square to, const SquareTabl
 }
 
 // Whether a late quiet move threatens something, judged from its target square.
-bool is_threat(Position &pos, Colour side, const MoveEntry &entry) {
+bool is_threat(const Position &pos, Colour side, const MoveEntry &entry) {
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);
     const Colour enemy = 1 - side;
@@ -89,8 +83,8 @@ bool is_threat(Position &pos, Colour side, const MoveEntry &entry) {
 bool is_quiet(std::uint16_t flags) { return (flags & QUIET_MASK) == 0; }
 
 // Late-move pruning: whether the move is worth searching at all.
-bool survives_late_move_pruning(Position &pos, Colour side, int depth, const PlyRecord &record, const MoveEntry &entry,
-                                Safety &safety) {
+bool survives_late_move_pruning(const Position &pos, Colour side, int depth, const PlyRecord &record,
+                                const MoveEntry &entry, Safety &safety) {
     if (is_quiet(record.move_flags)) {
         const bool early = record.moves_searched < search_params.LMP_count[depth] + entry.score / 4;
         return (early || is_threat(pos, side, entry)) && safety.safe();

@@ -87,7 +87,7 @@ void score_quiets(const SearchThread &thread, int ply, MoveEntry *first) {
 }
 
 // Captures and promotions of a full search by exchange class: losing ones fall far behind the quiet moves.
-std::int16_t exchange_class(Position &pos, const MoveEntry &entry) {
+std::int16_t exchange_class(const Position &pos, const MoveEntry &entry) {
     if ((entry.move & UNDER_PROMOTE) != 0) return UNDERPROMOTION_SCORE;
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);

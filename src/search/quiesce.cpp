@@ -34,7 +34,7 @@ bool is_futile(const Position &pos, Colour side, const MoveEntry &entry, int sta
     return gives_check(pos, side, entry) == 0 || stand + DELTA_NEVER_PRUNED <= limit;
 }
 
-bool loses_exchange(Position &pos, const MoveEntry &entry) {
+bool loses_exchange(const Position &pos, const MoveEntry &entry) {
     const int mover = type_of(entry.piece);
     if (PIECE_RANK[mover] <= PIECE_RANK[type_of(entry.captured)] || mover == KING ||
         is_en_passant_capture(pos, entry.move))

@@ -54,7 +54,7 @@ struct FinishedGame {
 };
 
 // Whether the position has occurred twice before. At the end of the fifty-move clock the game must not be over otherwise.
-bool drawn_before_search(Position &pos) {
+bool drawn_before_search(const Position &pos) {
     if (pos.fifty < 4) return false;
     if (pos.fifty >= 100 && no_legal_moves(pos)) return true;
     return count_repetitions(pos) >= 2;

@@ -48,7 +48,7 @@ void trace(const Position &pos, Move m) {
 }
 
 UndoEntry &push_entry(Position &pos, Move m, int captured) {
-    MoveHistory &history = *pos.thread;
+    MoveHistory &history = *pos.history;
     assert(history.undo_count < HISTORY_SIZE - 1);
     UndoEntry &entry = history.undo[history.undo_count];
     entry = {pos.key, pos.pawn_key, m, static_cast<std::uint8_t>(captured), pos.ep_square, pos.fifty, pos.castling};
@@ -59,7 +59,7 @@ UndoEntry &push_entry(Position &pos, Move m, int captured) {
 }
 
 const UndoEntry &pop_entry(Position &pos) {
-    MoveHistory &history = *pos.thread;
+    MoveHistory &history = *pos.history;
     assert(history.undo_count > 0);
     --history.undo_count;
     --history.ply;

@@ -163,10 +163,10 @@ void clear_position(Position &pos) {
     pos.fifty = 0;
     pos.castling = 0;
     pos.ep_square = NO_SQUARE;
-    pos.thread->undo_count = 0;
-    pos.thread->ply = 1;
-    pos.thread->current_move = NO_MOVE;
-    pos.thread->undo[0] = pos.thread->undo[1] = UndoEntry{};
+    pos.history->undo_count = 0;
+    pos.history->ply = 1;
+    pos.history->current_move = NO_MOVE;
+    pos.history->undo[0] = pos.history->undo[1] = UndoEntry{};
 }
 
 int set_fen(Position &pos, std::string_view text) {
@@ -300,7 +300,7 @@ std::string_view unsearchable_reason(const Position &pos) {
 }
 
 int count_repetitions(const Position &pos) {
-    const MoveHistory &history = *pos.thread;
+    const MoveHistory &history = *pos.history;
     const int oldest = std::max(history.undo_count - pos.fifty, 0);
     int matches = 0;
     for (int i = history.undo_count - 4; i >= oldest; i -= 2) matches += history.undo[i].key == pos.key;

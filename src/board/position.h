@@ -40,7 +40,7 @@ struct MoveHistory {
 };
 
 struct Position {
-    MoveHistory *thread;                 // history of the thread that owns this position
+    MoveHistory *history;               // history of the thread that owns this position
     std::array<std::uint8_t, 65> board;  // piece code per square; entry 64 is always empty
     Bitboard pieces[2][8];               // [colour][type]; slot 0 holds all pieces of the colour
     std::uint64_t key;                   // position key; bit 0 is the side to move

@@ -94,7 +94,7 @@ GameResult result_in(std::string_view line) {
 class BookReader {
 public:
     BookReader() : history_(std::make_unique<MoveHistory>()) {
-        position_.thread = history_.get();
+        position_.history = history_.get();
         position_.ep_square = NO_SQUARE;
         set_fen(position_, START_FEN);
     }

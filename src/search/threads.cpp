@@ -30,7 +30,7 @@ int pool_size = 0;
 
 void initialise_record(SearchThread &thread, int index) {
     thread.index = index;
-    thread.position.thread = &thread.history;
+    thread.position.history = &thread.history;
     thread.position.ep_square = NO_SQUARE;
     thread.random_state = static_cast<std::uint32_t>(index) * 123;
     for (PlyRecord &record : thread.plies) {
@@ -146,7 +146,7 @@ void prepare_threads() {
     for (int i = 0; i < pool_size; ++i) {
         SearchThread &thread = search_thread_at(i);
         thread.position = game->position;
-        thread.position.thread = &thread.history;
+        thread.position.history = &thread.history;
         const MoveHistory &history = game->history;
         std::copy_n(history.undo.begin(), history.undo_count, thread.history.undo.begin());
         thread.history.undo_count = history.undo_count;

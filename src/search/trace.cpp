@@ -21,7 +21,7 @@ constexpr int BLOCK = 9;  // columns of one move
 
 // A position's history is the first member of its thread's record.
 static_assert(offsetof(SearchThread, history) == 0);
-const SearchThread &thread_of(const Position &pos) { return *reinterpret_cast<const SearchThread *>(pos.thread); }
+const SearchThread &thread_of(const Position &pos) { return *reinterpret_cast<const SearchThread *>(pos.history); }
 
 void write_trace(const Position &pos, Move m) {
     const std::lock_guard<std::mutex> guard(trace_lock);

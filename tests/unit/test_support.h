@@ -32,7 +32,7 @@ inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = S
     }();
     (void)ready;
     auto board = std::make_unique<TestPosition>();
-    board->pos.thread = &board->history;
+    board->pos.history = &board->history;
     board->set_up_result = set_fen(board->pos, fen);
     return board;
 }

@@ -68,9 +68,9 @@ Bitboard walk_lines(Square s, const Directions &directions, Bitboard occupied, b
 void build_slider_tables(std::array<SliderTable, 64> &tables, const std::array<std::uint64_t, 64> &magics,
                          const Directions &directions, Bitboard *sets) {
     for (Square s = 0; s < 64; ++s) {
-        SliderTable &table = tables[static_cast<std::size_t>(s)];
+        SliderTable &table = tables[s];
         table.mask = walk_lines(s, directions, 0, true);
-        table.magic = magics[static_cast<std::size_t>(s)];
+        table.magic = magics[s];
         table.attacks = sets;
         table.shift = 64 - popcount(table.mask);
         Bitboard blockers = 0;

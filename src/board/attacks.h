@@ -1,4 +1,4 @@
-// Attack tables and sliding attacks, and the two attack queries on a position.
+// Attack tables and sliding attacks, and the attack questions about a position.
 #pragma once
 
 #include <array>
@@ -54,15 +54,32 @@ struct SliderTable {
 extern std::array<SliderTable, 64> rook_table, bishop_table;  // built by init_attacks
 
 inline Bitboard rook_attacks(Square s, Bitboard occupied) {
-    const SliderTable &table = rook_table[static_cast<std::size_t>(s)];
+    const SliderTable &table = rook_table[s];
     return table.attacks[table.index(occupied)];
 }
 inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
-    const SliderTable &table = bishop_table[static_cast<std::size_t>(s)];
+    const SliderTable &table = bishop_table[s];
     return table.attacks[table.index(occupied)];
 }
 inline Bitboard queen_attacks(Square s, Bitboard occupied) {
     return rook_attacks(s, occupied) | bishop_attacks(s, occupied);
+}
+
+// Pieces of both colours that alone stand between `target` and one of the sliders of the given sets.
+inline Bitboard sole_blockers(Square target, Bitboard diagonal, Bitboard straight, Bitboard occupied) {
+    Bitboard sliders = (bishop_span(target) & diagonal) | (rook_span(target) & straight);
+    Bitboard sole = 0;
+    while (sliders != 0) {
+        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
+        if ((blockers & (blockers - 1)) == 0) sole |= blockers;
+    }
+    return sole;
+}
+
+// The same for all sliders of one colour in the position as it stands.
+inline Bitboard sole_blockers(const Position &pos, Square target, Colour sliders) {
+    const Bitboard queens = pos.of(sliders, QUEEN);
+    return sole_blockers(target, pos.of(sliders, BISHOP) | queens, pos.of(sliders, ROOK) | queens, pos.occupied());
 }
 
 // Whether a piece of `by`, one of `among`, attacks `s`. Sliders see through every square outside `occupied`.

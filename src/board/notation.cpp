@@ -6,6 +6,8 @@
 
 #include "base/control.h"
 #include "board/attacks.h"
+#include "board/checks.h"
+#include "board/legality.h"
 #include "board/movegen.h"
 
 namespace {

@@ -13,6 +13,8 @@
 
 #include "base/line_reader.h"
 #include "base/progress.h"
+#include "board/fen.h"
+#include "board/makemove.h"
 #include "board/notation.h"
 #include "board/position.h"
 #include "book/format.h"

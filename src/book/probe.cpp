@@ -9,7 +9,7 @@
 #include "base/control.h"
 #include "base/output.h"
 #include "base/settings.h"
-#include "board/movegen.h"
+#include "board/legality.h"
 #include "board/notation.h"
 #include "book/format.h"
 

@@ -50,27 +50,15 @@ void set_attack_maps(const Position &pos, EvalScratch &scratch) {
     }
 }
 
-// Pieces of `c` that alone stand between `target` and an enemy slider of the given sets.
-Bitboard pinned_to(const Position &pos, Colour c, Square target, Bitboard diagonal, Bitboard straight,
-                   Bitboard occupied) {
-    Bitboard pinned = 0;
-    Bitboard sliders = (bishop_span(target) & diagonal) | (rook_span(target) & straight);
-    while (sliders != 0) {
-        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
-        if (blockers != 0 && (blockers & (blockers - 1)) == 0) pinned |= blockers;
-    }
-    return pinned & pos.all(c);
-}
-
 void set_pinned(const Position &pos, EvalScratch &scratch) {
     scratch.pinned = 0;
     for (const Colour c : {WHITE, BLACK}) {
         const Bitboard bishops = pos.of(1 - c, BISHOP);
         const Bitboard rooks = pos.of(1 - c, ROOK);
         const Bitboard queens = pos.of(1 - c, QUEEN);
-        scratch.pinned |= pinned_to(pos, c, pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
-        if (pos.of(c, QUEEN) != 0)
-            scratch.pinned |= pinned_to(pos, c, lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
+        Bitboard pinned = sole_blockers(pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
+        if (pos.of(c, QUEEN) != 0) pinned |= sole_blockers(lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
+        scratch.pinned |= pinned & pos.all(c);
     }
 }
 

@@ -2,7 +2,9 @@
 #include <bit>
 #include <cstdio>
 
+#include "base/output.h"
 #include "board/attacks.h"
+#include "board/fen.h"
 #include "eval/scratch.h"
 
 namespace {
@@ -114,7 +116,7 @@ private:
         const int danger = danger_index > 0 ? eval_tables.king_danger[std::min(danger_index, 63)] : 0;
         const int value = defence + shield + storm - danger;
         if (scratch_.display != nullptr) {
-            show_board(pos_);
+            print_line(board_text(pos_));
             std::printf("sq=%s, KD= %d\n", std::string(square_name(king_)).c_str(), value);
         }
         return value;

@@ -1,6 +1,6 @@
 // Passed pawns and candidates.
 #include "board/attacks.h"
-#include "board/see.h"
+#include "board/exchange.h"
 #include "eval/scratch.h"
 
 namespace {

@@ -8,6 +8,8 @@
 #include "base/settings.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "board/fen.h"
+#include "board/makemove.h"
 #include "board/notation.h"
 #include "eval/display.h"
 #include "frontend/engine.h"

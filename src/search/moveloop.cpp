@@ -3,7 +3,11 @@
 #include <cstring>
 
 #include "board/attacks.h"
-#include "board/see.h"
+#include "board/checks.h"
+#include "board/exchange.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
 #include "search/params.h"
 #include "search/picker.h"
 #include "search/search.h"

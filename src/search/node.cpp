@@ -1,8 +1,12 @@
 // One node below the root: limits, draws, extension, table, static evaluation and the pruning rules, in a fixed order.
 #include <algorithm>
 
-#include "board/attacks.h"
-#include "board/see.h"
+#include "board/checks.h"
+#include "board/exchange.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
+#include "board/repetition.h"
 #include "fathom/tbcore.h"
 #include "platform/clock.h"
 #include "search/params.h"
@@ -51,13 +55,7 @@ void initialise_record(SearchThread &thread, int ply, int alpha, int beta, NodeT
 bool is_draw(const SearchThread &thread, int ply) {
     const Position &pos = thread.position;
     if (pos.fifty >= 100) return true;
-    const MoveHistory &history = thread.history;
-    const int root = history.undo_count - (ply - 1);  // entry of the root position
-    const int oldest = std::max(history.undo_count - pos.fifty, 0);
-    int game_matches = 0;
-    for (int i = history.undo_count - 4; i >= oldest; i -= 2)
-        if (history.undo[i].key == pos.key && (i >= root || ++game_matches == 2)) return true;
-    return false;
+    return is_draw_by_repetition(pos, thread.history.undo_count - (ply - 1));
 }
 
 // One ply for an evasion, unless the check is easily answered: outside the principal variation, no discovered check, and
@@ -226,7 +224,7 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
 
     // 3. Record and check detection
     initialise_record(thread, ply, alpha, beta, type, pv);
-    record.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+    record.checker = static_cast<std::uint8_t>(checker_of(pos, side));
     const bool in_check = record.checker != NO_SQUARE;
     record.in_check = in_check;
 

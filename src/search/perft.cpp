@@ -1,4 +1,6 @@
-#include "board/attacks.h"
+#include "board/checks.h"
+#include "board/legality.h"
+#include "board/makemove.h"
 #include "board/movegen.h"
 #include "search/search.h"
 
@@ -6,12 +8,10 @@ namespace {
 
 // The legal moves of the side to move, generated in one go (evasions of the checker when in check), into the list of a ply.
 MoveEntry *legal_moves(SearchThread &thread, Colour side, int ply) {
-    Position &pos = thread.position;
-    const auto checker = static_cast<Square>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+    const Position &pos = thread.position;
+    const Square checker = checker_of(pos, side);
     MoveEntry *list = thread.plies[ply].list;
-    MoveEntry *end = gen_captures(pos, side, list, checker);
-    end = gen_promotions(pos, side, true, end);
-    end = gen_quiets(pos, side, end, checker);
+    const MoveEntry *end = gen_moves(pos, side, list, checker);
     const Pins pins(pos, side, checker != NO_SQUARE);
     MoveEntry *kept = list;
     for (const MoveEntry *entry = list; entry != end; ++entry)

@@ -4,7 +4,8 @@
 #include <utility>
 
 #include "board/attacks.h"
-#include "board/see.h"
+#include "board/exchange.h"
+#include "board/movegen.h"
 
 namespace {
 

@@ -1,7 +1,11 @@
 // Quiescence search: captures (and, near the horizon, checks) until the position is quiet.
 #include <algorithm>
 
-#include "board/see.h"
+#include "board/checks.h"
+#include "board/exchange.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
 #include "search/picker.h"
 #include "search/search.h"
 #include "search/tt.h"

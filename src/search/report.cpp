@@ -1,6 +1,7 @@
 #include "search/report.h"
 
 #include "base/output.h"
+#include "board/fen.h"
 #include "board/notation.h"
 #include "search/threads.h"
 #include "search/timing.h"
@@ -54,6 +55,8 @@ std::string console_pv(const Line &pv) {
 }
 
 }  // namespace
+
+void show_board(const Position &pos) { print_line(board_text(pos)); }
 
 bool progress_due() { return noise != NO_PROGRESS_LINES && search_shared.elapsed >= noise; }
 

@@ -14,6 +14,9 @@ void print_search_line(int thread_index, int line_number, int depth, int score, 
 // The last line of a search, from root_result; nothing when there is no line to show.
 void print_final_line();
 
+// Prints FEN, diagram and side to move through print_line.
+void show_board(const Position &pos);
+
 // Whether progress lines are due by now.
 bool progress_due();
 

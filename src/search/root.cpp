@@ -3,7 +3,10 @@
 #include <cstdlib>
 
 #include "base/output.h"
-#include "board/attacks.h"
+#include "board/checks.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
 #include "board/notation.h"
 #include "fathom/tbcore.h"
 #include "platform/clock.h"
@@ -67,7 +70,7 @@ void initialise_root(SearchThread &thread) {
 
     Position &pos = thread.position;
     const Colour side = pos.side;
-    root.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+    root.checker = static_cast<std::uint8_t>(checker_of(pos, side));
     root.in_check = root.checker != NO_SQUARE;
     EvalDisplay *display = is_main(thread) && display_evaluation ? &eval_display : nullptr;
     if (display != nullptr) *display = {};
@@ -81,9 +84,7 @@ void initialise_root(SearchThread &thread) {
 void generate_root_moves(SearchThread &thread) {
     Position &pos = thread.position;
     PlyRecord &root = thread.plies[ROOT_PLY];
-    MoveEntry *end = gen_captures(pos, pos.side, root.list, root.checker);
-    end = gen_promotions(pos, pos.side, true, end);
-    end = gen_quiets(pos, pos.side, end, root.checker);
+    MoveEntry *end = gen_moves(pos, pos.side, root.list, root.checker);
     end =
         std::remove_if(root.list, end, [&pos](const MoveEntry &entry) { return !is_legal(pos, pos.side, entry.move); });
     terminate_list(end);

@@ -14,7 +14,7 @@
 #include "base/control.h"
 #include "base/relaxed.h"
 #include "base/settings.h"
-#include "board/movegen.h"
+#include "board/checks.h"
 #include "board/position.h"
 #include "eval/eval.h"
 #include "fathom/tbprobe.h"

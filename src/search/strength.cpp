@@ -6,7 +6,11 @@
 #include "base/control.h"
 #include "base/output.h"
 #include "base/settings.h"
-#include "board/attacks.h"
+#include "board/checks.h"
+#include "board/fen.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
 #include "platform/clock.h"
 #include "search/params.h"
 #include "search/threads.h"
@@ -43,7 +47,7 @@ void calibration_round(SearchThread &thread) {
     const Colour side = pos.side;
     PlyRecord &root = thread.plies[1];
     ++thread.nodes;
-    root.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+    root.checker = static_cast<std::uint8_t>(checker_of(pos, side));
     evaluate(pos, thread.eval, side, 1, root.checker != NO_SQUARE, root.eval);
     gen_all(pos, root.list);
     int played = 0;

@@ -5,6 +5,9 @@
 #include <cstdlib>
 
 #include "base/output.h"
+#include "board/fen.h"
+#include "board/legality.h"
+#include "board/movegen.h"
 #include "eval/parameters.h"
 #include "platform/clock.h"
 #include "search/params.h"

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <type_traits>
 
+#include "board/makemove.h"
 #include "board/notation.h"
 #include "search/search.h"
 

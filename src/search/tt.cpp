@@ -4,6 +4,7 @@
 
 #include "base/output.h"
 #include "base/settings.h"
+#include "board/hash_codes.h"
 #include "platform/pages.h"
 #include "search/search.h"
 #include "search/threads.h"

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/relaxed.h"
+#include "board/hash_codes.h"
 #include "board/position.h"
 #include "search/search.h"
 

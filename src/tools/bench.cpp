@@ -3,6 +3,7 @@
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/version.h"
+#include "board/fen.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/timing.h"

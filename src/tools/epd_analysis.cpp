@@ -7,6 +7,7 @@
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "board/fen.h"
 #include "board/notation.h"
 #include "eval/parameters.h"
 #include "search/params.h"

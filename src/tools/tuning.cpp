@@ -11,6 +11,7 @@
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "board/fen.h"
 #include "eval/parameters.h"
 #include "search/params.h"
 #include "search/search.h"

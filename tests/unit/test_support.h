@@ -13,9 +13,15 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/checks.h"
+#include "board/fen.h"
+#include "board/hash_codes.h"
+#include "board/legality.h"
+#include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "board/repetition.h"
 
 // A position and the history it needs. Lives on the heap: the history is large, and the position points into it.
 struct TestPosition {

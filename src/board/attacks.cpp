@@ -122,7 +122,7 @@ Square first_with_clear_path(Square s, Bitboard sliders, Bitboard occupied) {
 }  // namespace
 
 bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
-    if ((pawn_attacks(1 - by, s) & pos.of(by, PAWN) & among) != 0) return true;
+    if ((pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among) != 0) return true;
     if ((knight_attacks(s) & pos.of(by, KNIGHT) & among) != 0) return true;
     if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return true;
     const Bitboard diagonals = bishop_span(s) & among;
@@ -133,7 +133,7 @@ bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied
 }
 
 Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
-    if (const Bitboard pawns = pawn_attacks(1 - by, s) & pos.of(by, PAWN) & among; pawns != 0) return lsb(pawns);
+    if (const Bitboard pawns = pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among; pawns != 0) return lsb(pawns);
     if (const Bitboard knights = knight_attacks(s) & pos.of(by, KNIGHT) & among; knights != 0) return lsb(knights);
     const Bitboard diagonals = bishop_span(s) & among;
     const Bitboard straights = rook_span(s) & among;

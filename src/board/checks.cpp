@@ -33,10 +33,10 @@ bool any_clear_line(Bitboard sliders, Square king, Bitboard occupied) {
 }  // namespace
 
 CheckSquares::CheckSquares(const Position &pos, Colour side) {
-    const Square king = pos.king_square[1 - side];
+    const Square king = pos.king_square[opponent(side)];
     const Bitboard occupied = pos.occupied();
     from[NO_TYPE] = from[KING] = from[7] = 0;
-    from[PAWN] = pawn_attacks(1 - side, king);
+    from[PAWN] = pawn_attacks(opponent(side), king);
     from[KNIGHT] = knight_attacks(king);
     from[BISHOP] = bishop_attacks(king, occupied);
     from[ROOK] = rook_attacks(king, occupied);
@@ -52,7 +52,7 @@ int gives_check(const Position &pos, Colour side, const MoveEntry &entry, const 
 int gives_check(const Position &pos, Colour side, const MoveEntry &entry) {
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);
-    const Square king = pos.king_square[1 - side];
+    const Square king = pos.king_square[opponent(side)];
     constexpr std::uint32_t SLIDER_COUNTS = 0xFFF00;
     if ((pos.material[side] & SLIDER_COUNTS) != 0) {
         const Bitboard occupied = (pos.occupied() & ~bit(from)) | bit(to);

@@ -10,8 +10,8 @@ namespace {
 constexpr int LONGEST_EXCHANGE = 64;  // any set-up may be asked about
 
 // `among`: the pieces that may capture after the one on `from`, and in its place when there is none.
-int swap_off(const Position &pos, int victim, Colour side, Square from, Square to, Bitboard occupied, Bitboard among,
-             bool may_stop) {
+int swap_off(const Position &pos, PieceType victim, Colour side, Square from, Square to, Bitboard occupied,
+             Bitboard among, bool may_stop) {
     std::array<int, LONGEST_EXCHANGE> gains;
     int captures = 0;
     int value = 0;
@@ -28,7 +28,7 @@ int swap_off(const Position &pos, int victim, Colour side, Square from, Square t
         // The piece that has captured now stands on `to`.
         among &= ~bit(from);
         occupied &= ~bit(from);
-        side = 1 - side;
+        side = opponent(side);
         from = least_attacker(pos, to, side, occupied, among);
     }
 
@@ -47,13 +47,13 @@ int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard
     return swap_off(pos, pos.type_on(to), side, from, to, occupied, ~Bitboard{0}, may_stop);
 }
 
-int see_value_of(const Position &pos, int victim, Colour side, Square to, Bitboard occupied, Bitboard among) {
+int see_value_of(const Position &pos, PieceType victim, Colour side, Square to, Bitboard occupied, Bitboard among) {
     return swap_off(pos, victim, side, NO_SQUARE, to, occupied, among, true);
 }
 
 bool see_at_least(const Position &pos, Square from, Square to, int threshold) {
     Colour side = colour_of(pos.board[from]);
-    int victim = pos.type_on(to);
+    PieceType victim = pos.type_on(to);
     if (victim == KING) return SEE_KING_TAKEN >= threshold;
     // The side that answers may win at most `limit` in the rest of the exchange, which can be less than all of it; the other
     // one must win at least `needed` in its turn.
@@ -65,7 +65,7 @@ bool see_at_least(const Position &pos, Square from, Square to, int threshold) {
         victim = pos.type_on(from);
         unused &= ~bit(from);
         occupied &= ~bit(from);
-        side = 1 - side;
+        side = opponent(side);
     };
     while (true) {
         capture();
@@ -87,8 +87,8 @@ bool see_at_least(const Position &pos, Square from, Square to, int threshold) {
 bool see_ok(const Position &pos, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
-    const int mover = pos.type_on(from);
-    const int captured = pos.type_on(to);
+    const PieceType mover = pos.type_on(from);
+    const PieceType captured = pos.type_on(to);
     if (PIECE_RANK[mover] <= PIECE_RANK[captured]) return true;
     if ((to == pos.ep_square && mover == PAWN) || captured == KING) return true;
     return see_at_least(pos, from, to, -SEE_TOLERANCE);

@@ -22,7 +22,7 @@ int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard
 
 // The same, from the least valuable attacker on and with the right to stop, as if a piece of type `victim` stood on `to`
 // and only pieces of `among` could capture.
-int see_value_of(const Position &pos, int victim, Colour side, Square to, Bitboard occupied, Bitboard among);
+int see_value_of(const Position &pos, PieceType victim, Colour side, Square to, Bitboard occupied, Bitboard among);
 
 // Whether the exchange on `to` that the piece on `from` starts is worth at least `threshold` centipawns to its side, which
 // may not decline. The same as comparing see_value, in fewer steps.

@@ -102,7 +102,7 @@ std::string get_fen(const Position &pos) {
     for (int rank = 7; rank >= 0; --rank) {
         int empty = 0;
         for (int file = 0; file < 8; ++file) {
-            const int piece = pos.board[make_square(file, rank)];
+            const Piece piece = pos.board[make_square(file, rank)];
             if (piece == 0) {
                 ++empty;
                 continue;
@@ -130,7 +130,7 @@ std::string board_text(const Position &pos) {
     for (int rank = 7; rank >= 0; --rank) {
         text += ' ';
         for (int file = 0; file < 8; ++file) {
-            const int piece = pos.board[make_square(file, rank)];
+            const Piece piece = pos.board[make_square(file, rank)];
             text += ' ';
             if (piece != 0)
                 text += (colour_of(piece) == WHITE ? WHITE_DIAGRAM : BLACK_DIAGRAM)[type_of(piece)];

@@ -17,7 +17,7 @@ bool is_legal(const Position &pos, Colour side, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
     const Square king = pos.king_square[side];
-    const Colour enemy = 1 - side;
+    const Colour enemy = opponent(side);
     if (from == king && (to == from + 2 || to == from - 2))
         return !square_attacked(pos, from, enemy) && !square_attacked(pos, to, enemy) &&
                !square_attacked(pos, (from + to) / 2, enemy);
@@ -44,7 +44,7 @@ bool is_legal_move(const Position &pos, Move m) {
 }
 
 Pins::Pins(const Position &pos, Colour side, bool check)
-    : pinned(sole_blockers(pos, pos.king_square[side], 1 - side) & pos.all(side)), in_check(check) {}
+    : pinned(sole_blockers(pos, pos.king_square[side], opponent(side)) & pos.all(side)), in_check(check) {}
 
 bool is_legal(const Position &pos, Colour side, Move m, const Pins &pins) {
     const Square from = from_square(m);
@@ -76,8 +76,8 @@ bool king_can_move(const Position &pos, Colour side, Square from, Square to) {
     const Square rook = to > from ? from + 3 : from - 4;
     if (rook < 0 || rook > 63 || rank_of(rook) != rank_of(from)) return false;
     return pos.board[from + direction] == 0 && pos.board[to] == 0 && pos.board[rook] == make_piece(side, ROOK) &&
-           !square_attacked(pos, from, 1 - side) && !square_attacked(pos, from + direction, 1 - side) &&
-           !square_attacked(pos, to, 1 - side);
+           !square_attacked(pos, from, opponent(side)) && !square_attacked(pos, from + direction, opponent(side)) &&
+           !square_attacked(pos, to, opponent(side));
 }
 
 }  // namespace
@@ -86,7 +86,7 @@ bool is_pseudo_legal(const Position &pos, Move m, Colour side) {
     if (m == NO_MOVE) return false;
     const Square from = from_square(m);
     const Square to = to_square(m);
-    const int type = pos.type_on(from);
+    const PieceType type = pos.type_on(from);
     if ((pos.all(side) & bit(from)) == 0 || (pos.all(side) & bit(to)) != 0 || pos.type_on(to) == KING) return false;
     const bool promotes = type == PAWN && relative_rank(side, to) == 7;
     if (((m & PROMOTE_ANY) != 0) != promotes) return false;

@@ -145,11 +145,11 @@ void unmake_move(Position &pos) {
         put_piece(pos, make_piece(mover, PAWN), to);
     }
     move_piece(pos, to, from);
-    if (entry.captured != NO_TYPE) put_piece(pos, make_piece(1 - mover, entry.captured), to);
+    if (entry.captured != NO_TYPE) put_piece(pos, make_piece(opponent(mover), entry.captured), to);
 
     const PieceType type = type_of(pos.board[from]);
     if (type == PAWN && is_en_passant(from, to, entry.captured)) {
-        put_piece(pos, make_piece(1 - mover, PAWN), to - pawn_direction(mover));
+        put_piece(pos, make_piece(opponent(mover), PAWN), to - pawn_direction(mover));
     } else if (type == KING && is_castling(from, to)) {
         const RookMove rook = castling_rook(from, to);
         move_piece(pos, rook.to, rook.from);

@@ -51,7 +51,7 @@ bool king_at_home_square(const Position &pos, Colour side) {
 }  // namespace
 
 MoveEntry *gen_captures(const Position &pos, Colour side, MoveEntry *list, Square target) {
-    const Bitboard enemy = pos.all(1 - side);
+    const Bitboard enemy = pos.all(opponent(side));
     const Bitboard targets = target != NO_SQUARE ? bit(target) : enemy;
 
     // Toward the a-file first, then toward the h-file.
@@ -77,7 +77,7 @@ MoveEntry *gen_promotions(const Position &pos, Colour side, bool under, MoveEntr
             add(pos, list, from, to, PROMOTE_ROOK);
         }
     };
-    const Bitboard enemy = pos.all(1 - side);
+    const Bitboard enemy = pos.all(opponent(side));
     for (Bitboard pawns = pos.of(side, PAWN) & rank_mask(side == WHITE ? 6 : 1); pawns != 0;) {
         const Square from = pop_lsb(pawns);
         const Square front = from + pawn_direction(side);

@@ -36,7 +36,7 @@ MoveEntry *gen_all(const Position &pos, MoveEntry *list);
 inline Bitboard en_passant_target(const Position &pos, Colour side) {
     if (pos.ep_square == NO_SQUARE || rank_of(pos.ep_square) == 0 || rank_of(pos.ep_square) == 7) return 0;
     const Square pawn = pos.ep_square - pawn_direction(side);
-    const bool takeable = pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(1 - side, PAWN);
+    const bool takeable = pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(opponent(side), PAWN);
     return takeable ? bit(pos.ep_square) : 0;
 }
 

@@ -32,7 +32,7 @@ char rank_digit(Square s) { return static_cast<char>('1' + rank_of(s)); }
 
 // The other pieces of the same kind that also reach `to`.
 Bitboard rivals(const Position &pos, Square from, Square to) {
-    const int piece = pos.board[from];
+    const Piece piece = pos.board[from];
     const Bitboard occupied = pos.occupied() | bit(to);
     Bitboard reach = 0;
     switch (type_of(piece)) {
@@ -100,7 +100,7 @@ std::string normalise(std::string_view typed) {
 // Whether a move can have a text that equals `text`, told from the first letter and, for a piece, the square at the end.
 bool can_match(const Position &pos, Move m, std::string_view text) {
     const Square from = from_square(m);
-    const int type = pos.type_on(from);
+    const PieceType type = pos.type_on(from);
     switch (text[0]) {
     case 'N':
     case 'B':

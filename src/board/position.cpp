@@ -86,7 +86,7 @@ std::string_view unsearchable_reason(const Position &pos) {
         if (popcount(pos.all(c)) > 16) return "more than 16 pieces on one side";
         if ((pos.of(c, PAWN) & (RANK_1 | RANK_8)) != 0) return "pawn on the first or last rank";
     }
-    if (square_attacked(pos, pos.king_square[1 - pos.side], pos.side))
+    if (square_attacked(pos, pos.king_square[opponent(pos.side)], pos.side))
         return "the side that has just moved is in check";
     return {};
 }

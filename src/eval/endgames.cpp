@@ -16,7 +16,7 @@ constexpr int DEAD_DRAW_SCALE = 16;
 int score_kpk(const Position &pos, Colour strong) {
     const Square pawn = lsb(pos.of(strong, PAWN));
     const Square strong_king = pos.king_square[strong];
-    const Square weak_king = pos.king_square[1 - strong];
+    const Square weak_king = pos.king_square[opponent(strong)];
     const Square promotion = make_square(file_of(pawn), strong == WHITE ? 7 : 0);
     const int score =
         distance(weak_king, promotion) + 4 * relative_rank(strong, pawn) - distance(strong_king, promotion);
@@ -25,7 +25,7 @@ int score_kpk(const Position &pos, Colour strong) {
 
 // Drives the weak king into a corner of the bishop's colour.
 int score_kbnk(const Position &pos, Colour strong) {
-    Square weak_king = pos.king_square[1 - strong];
+    Square weak_king = pos.king_square[opponent(strong)];
     const Square strong_king = pos.king_square[strong];
     const int apart = distance(strong_king, weak_king);
     if (is_light(lsb(pos.of(strong, BISHOP)))) weak_king ^= 7;
@@ -37,7 +37,7 @@ int score_kbnk(const Position &pos, Colour strong) {
 
 // Drives the weak king to the edge and the strong king towards it.
 int score_mating_drive(const Position &pos, Colour strong) {
-    const Square weak_king = pos.king_square[1 - strong];
+    const Square weak_king = pos.king_square[opponent(strong)];
     const auto from_centre = [](int coordinate) { return std::max(3 - coordinate, coordinate - 4); };
     const int edge = 10 * (from_centre(file_of(weak_king)) + from_centre(rank_of(weak_king)));
     return 100 * pos.nonpawn_material[strong] + 200 + 2 * (edge - 8 * distance(pos.king_square[strong], weak_king));
@@ -132,7 +132,7 @@ bool recognise_bare_king(const Position &pos, int &white_score) {
 
 int draw_scale(const Position &pos, const EvalScratch &scratch, int score) {
     const Colour s = score >= 0 ? WHITE : BLACK;
-    const Colour w = 1 - s;
+    const Colour w = opponent(s);
     const DrawScale scale{pos,
                           scratch,
                           s,

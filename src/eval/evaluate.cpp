@@ -43,7 +43,7 @@ void set_attack_maps(const Position &pos, EvalScratch &scratch) {
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        const SideScratch &enemy = scratch.side[1 - c];
+        const SideScratch &enemy = scratch.side[opponent(c)];
         own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks[PAWN]);
         const Bitboard outpost_ranks = c == WHITE ? rank_mask(4) | rank_mask(5) : rank_mask(2) | rank_mask(3);
         own.outposts = FILES_B_TO_G & outpost_ranks & ~enemy.attack_span;
@@ -53,9 +53,9 @@ void set_attack_maps(const Position &pos, EvalScratch &scratch) {
 void set_pinned(const Position &pos, EvalScratch &scratch) {
     scratch.pinned = 0;
     for (const Colour c : {WHITE, BLACK}) {
-        const Bitboard bishops = pos.of(1 - c, BISHOP);
-        const Bitboard rooks = pos.of(1 - c, ROOK);
-        const Bitboard queens = pos.of(1 - c, QUEEN);
+        const Bitboard bishops = pos.of(opponent(c), BISHOP);
+        const Bitboard rooks = pos.of(opponent(c), ROOK);
+        const Bitboard queens = pos.of(opponent(c), QUEEN);
         Bitboard pinned = sole_blockers(pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
         if (pos.of(c, QUEEN) != 0) pinned |= sole_blockers(lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
         scratch.pinned |= pinned & pos.all(c);
@@ -84,7 +84,7 @@ void set_material(const Position &pos, EvalScratch &scratch) {
 int contempt_adjustment(const Position &pos) {
     const int contempt = eval_tables.contempt;
     if (contempt == 0 || !contempt_context.active) return 0;
-    const Colour reference = contempt > 0 ? contempt_context.engine_side : 1 - contempt_context.engine_side;
+    const Colour reference = contempt > 0 ? contempt_context.engine_side : opponent(contempt_context.engine_side);
     const int pieces = std::max(0, pos.nonpawn_material[reference] - 3);
     const int pawns = std::min(6, material_count(pos.material[reference], PAWN));
     constexpr int INITIAL_POSITION = 29 + 12;

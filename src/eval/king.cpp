@@ -28,14 +28,14 @@ public:
           scratch_(scratch),
           king_(pos.king_square[C]),
           own_(scratch.side[C]),
-          enemy_(scratch.side[1 - C]),
+          enemy_(scratch.side[opponent(C)]),
           file_(CLAMPED_COORDINATE[file_of(king_)]) {}
 
     void run() {
         const ScorePair table = eval_tables.king_squares[from_white_side(C, king_)];
         int opening = table.op();
         if (enemy_.piece_count > FEW_PIECES) opening += safety();
-        if (pos_.of(1 - C, QUEEN) == 0) opening /= 2;
+        if (pos_.of(opponent(C), QUEEN) == 0) opening /= 2;
         int endgame = table.en();
         if (own_.piece_count + enemy_.piece_count < ENDGAME_PIECES) endgame -= passivity();
         scratch_.add(C, king_, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks_ * eval_tables.safe_check);
@@ -65,8 +65,8 @@ private:
 
     // Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
     int storm_files() const {
-        if (std::abs(file_ - file_of(pos_.king_square[1 - C])) <= 2) return 0;
-        Bitboard files = pos_.of(1 - C, PAWN) & own_half(1 - C);
+        if (std::abs(file_ - file_of(pos_.king_square[opponent(C)])) <= 2) return 0;
+        Bitboard files = pos_.of(opponent(C), PAWN) & own_half(opponent(C));
         files |= files >> 32;
         files |= files >> 16;
         files |= files >> 8;
@@ -105,7 +105,7 @@ private:
         // Squares from which an enemy piece may check without being taken.
         const Bitboard covered = own_attacks({PAWN, KNIGHT, BISHOP, ROOK, QUEEN});
         const Bitboard beside = king_attacks(king_);
-        const Bitboard safe = ~(pos_.all(1 - C) | covered | (beside & ~enemy_.double_attacks));
+        const Bitboard safe = ~(pos_.all(opponent(C)) | covered | (beside & ~enemy_.double_attacks));
         safe_checks_ = count_safe_checks(safe);
         if ((beside & safe & enemy_.attacks[QUEEN]) != 0) own_.threat_level += CONTACT_CHECK_THREAT;
 

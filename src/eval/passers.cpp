@@ -10,22 +10,22 @@ constexpr int CANDIDATE_STAGE = 11;  // candidates count beyond this stage
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
 bool advance_is_safe(const Position &pos, Colour c, Square from, Square target) {
-    const int victim = pos.type_on(target);
+    const PieceType victim = pos.type_on(target);
     if (victim == KING) return false;
-    const int gain = see_value_of(pos, PAWN, 1 - c, target, pos.occupied() & ~bit(from), ~bit(from));
+    const int gain = see_value_of(pos, PAWN, opponent(c), target, pos.occupied() & ~bit(from), ~bit(from));
     return gain == SEE_VALUES[victim];
 }
 
 void evaluate_passer(const Position &pos, EvalScratch &scratch, Colour c, Square s) {
     SideScratch &own = scratch.side[c];
-    SideScratch &enemy = scratch.side[1 - c];
+    SideScratch &enemy = scratch.side[opponent(c)];
     const int direction = pawn_direction(c);
     const int rank = relative_rank(c, s);
     const Square front = s + direction;
     const bool blocked = pos.board[front] != 0;
     const Square target = rank == 1 && !blocked ? front + direction : front;
     const Square promotion = make_square(file_of(s), c == WHITE ? 7 : 0);
-    const Square enemy_king = pos.king_square[1 - c];
+    const Square enemy_king = pos.king_square[opponent(c)];
     const Bitboard ahead = c == WHITE ? attack_tables.north[s] : attack_tables.south[s];
 
     int reach = rank;  // relative rank that the pawn is counted on
@@ -34,14 +34,14 @@ void evaluate_passer(const Position &pos, EvalScratch &scratch, Colour c, Square
         reach = relative_rank(c, target);
         base = eval_tables.passed_safe[rank];
         enemy.threat_level += 2 << reach;
-        const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(1 - c) & ~own.attacks[0]) == 0;
+        const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(opponent(c)) & ~own.attacks[0]) == 0;
         if (free_path) {
             base += (base + 64) / 8;
             enemy.threat_level += 6 << reach;
             scratch.free_passers |= bit(s);
             // Rule of the square
             const int moves = 8 - rank - (pos.side == c ? 1 : 0);
-            if (pos.nonpawn_material[1 - c] == 0 && moves < distance(enemy_king, promotion)) base += 16 * reach;
+            if (pos.nonpawn_material[opponent(c)] == 0 && moves < distance(enemy_king, promotion)) base += 16 * reach;
         }
     }
     if ((own.attacks[PAWN] & bit(target)) != 0) base += base / 4;
@@ -64,10 +64,10 @@ void evaluate_candidate(const Position &pos, EvalScratch &scratch, Colour c, Squ
     const int rank = relative_rank(c, s);
     const Square front = s + pawn_direction(c);
     if (rank <= 2 || pos.board[front] != 0) return;
-    const int sentries = popcount(attack_tables.passed_span[c][front] & pos.of(1 - c, PAWN));
+    const int sentries = popcount(attack_tables.passed_span[c][front] & pos.of(opponent(c), PAWN));
     const int supporters = popcount(shift_sideways(bit(s)) & pos.of(c, PAWN));
     if (sentries != 0 && supporters < sentries) return;
-    const int king_distance = distance(pos.king_square[1 - c], front + pawn_direction(c));
+    const int king_distance = distance(pos.king_square[opponent(c)], front + pawn_direction(c));
     const int endgame = eval_tables.pawn_candidate.en() * ((rank - 2) * 32 + king_distance * 24) / 256;
     scratch.add(c, s, DisplayTerm::PASSERS, {0, endgame});
 }

@@ -29,7 +29,7 @@ public:
           scratch_(scratch),
           own_(scratch.side[C]),
           tables_(eval_tables),
-          enemy_zone_(scratch.side[1 - C].king_zone),
+          enemy_zone_(scratch.side[opponent(C)].king_zone),
           attacks_(own_.attacks[0]),
           double_attacks_(own_.double_attacks) {}
 
@@ -111,16 +111,16 @@ private:
         record_attacks(ROOK, attacks);
         const Bitboard file = file_mask(file_of(s));
         const int area_count = pinned ? 0 : popcount(attacks & own_.mobility_area);
-        const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(1 - C));
+        const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(opponent(C)));
         ScorePair score = tables_.rook_squares[from_white_side(C, s)];
         score += tables_.rook_mobility[count];
         if ((pos_.of(C, PAWN) & file) == 0)
-            score += (pos_.of(1 - C, PAWN) & file) != 0 ? tables_.rook_half_open_file : tables_.rook_open_file;
+            score += (pos_.of(opponent(C), PAWN) & file) != 0 ? tables_.rook_half_open_file : tables_.rook_open_file;
         const Bitboard own_rank = rank_mask(rank_of(s));
         if (area_count < 5 && ((pos_.of(C, PAWN) | pos_.of(C, KING)) & own_rank & TRAPPING_FILES[file_of(s)]) != 0)
             score += tables_.rook_trapped;
         const Bitboard last_ranks = relative_rank_mask(C, 6) | relative_rank_mask(C, 7);
-        if (relative_rank(C, s) == 6 && ((pos_.of(1 - C, PAWN) | pos_.of(1 - C, KING)) & last_ranks) != 0)
+        if (relative_rank(C, s) == 6 && ((pos_.of(opponent(C), PAWN) | pos_.of(opponent(C), KING)) & last_ranks) != 0)
             score += tables_.rook_rank7;
         return score;
     }

@@ -7,7 +7,7 @@ template <Colour VICTIM>
 void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
     const EvalTables &t = eval_tables;
     SideScratch &own = scratch.side[VICTIM];
-    const SideScratch &enemy = scratch.side[1 - VICTIM];
+    const SideScratch &enemy = scratch.side[opponent(VICTIM)];
     if ((enemy.attacks[0] & pos.all(VICTIM)) == 0) return;
 
     const Bitboard by_pawn = enemy.attacks[PAWN];
@@ -32,7 +32,7 @@ void evaluate_hung_pieces(const Position &pos, EvalScratch &scratch) {
 
 template <Colour VICTIM>
 void evaluate_pawn_pushes(const Position &pos, EvalScratch &scratch) {
-    constexpr Colour PUSHER = 1 - VICTIM;
+    constexpr Colour PUSHER = opponent(VICTIM);
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[PUSHER];
     const Bitboard empty = ~scratch.occupied;

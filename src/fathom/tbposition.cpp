@@ -20,7 +20,7 @@ Colour colour_to_move(const TbPosition &pos) { return pos.turn != 0 ? WHITE : BL
 bool is_attacked(const TbPosition &pos, Square s, Bitboard by, Colour colour) {
     const Bitboard occupied = pos.occupied();
     return (king_attacks(s) & pos.kings & by) != 0 || (knight_attacks(s) & pos.knights & by) != 0 ||
-           (pawn_attacks(1 - colour, s) & pos.pawns & by) != 0 ||
+           (pawn_attacks(opponent(colour), s) & pos.pawns & by) != 0 ||
            ((pos.rooks | pos.queens) & by & rook_span(s) & rook_attacks(s, occupied)) != 0 ||
            ((pos.bishops | pos.queens) & by & bishop_span(s) & bishop_attacks(s, occupied)) != 0;
 }
@@ -80,7 +80,7 @@ void add_pawn_pushes(const TbPosition &pos, TbMoveList &list) {
 bool has_en_passant_pawn(const Position &pos) {
     if (pos.ep_square == NO_SQUARE || relative_rank(pos.side, pos.ep_square) != 5) return false;
     const Square pawn = pos.ep_square - pawn_direction(pos.side);
-    return pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(1 - pos.side, PAWN);
+    return pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(opponent(pos.side), PAWN);
 }
 
 }  // namespace
@@ -170,11 +170,11 @@ bool tb_do_move(const TbPosition &pos, TbMove m, TbPosition &next) {
     }
     next.halfmove_clock = static_cast<std::uint8_t>(pawn_move || captured != 0 ? 0 : pos.halfmove_clock + 1);
     next.turn = pos.turn != 0 ? 0 : 1;
-    return !is_attacked(next, lsb(own & next.kings), other, 1 - colour);
+    return !is_attacked(next, lsb(own & next.kings), other, opponent(colour));
 }
 
 bool tb_in_check(const TbPosition &pos) {
-    return is_attacked(pos, lsb(pos.of_turn() & pos.kings), pos.of_other(), 1 - colour_to_move(pos));
+    return is_attacked(pos, lsb(pos.of_turn() & pos.kings), pos.of_other(), opponent(colour_to_move(pos)));
 }
 
 bool tb_has_ordinary_move(const TbPosition &pos) {

@@ -196,7 +196,7 @@ void exchanges(const Words &, std::string_view) {
     Position &pos = game->position;
     for (Square s = 0; s < 64; ++s) {
         if (pos.board[s] == 0) continue;
-        const Colour attacker = 1 - colour_of(pos.board[s]);
+        const Colour attacker = opponent(colour_of(pos.board[s]));
         if (!square_attacked(pos, s, attacker)) continue;
         const int value = see_value(pos, attacker, NO_SQUARE, s, pos.occupied(), false);
         std::printf("sq= %s, swap= %4d\n", std::string(square_name(s)).c_str(), value);

@@ -35,7 +35,7 @@ private:
 // through. With a rook moving a1-f1 against a king on g8 and an own queen on f7 square f8 would be such a square.
 bool reaches_king_zone(const Position &pos, Colour side, Square from, Square to, const SquareTable &span,
                        Bitboard same_kind) {
-    const Square king = pos.king_square[1 - side];
+    const Square king = pos.king_square[opponent(side)];
     const Bitboard blockers = pos.occupied() & ~same_kind;
     Bitboard zone = king_attacks(king) & span[to] & ~span[from] & ~bit(from);
     while (zone != 0) {
@@ -60,7 +60,7 @@ bool attacks_along(const Position &pos, Square from, Square to, const SquareTabl
 bool is_threat(const Position &pos, Colour side, const MoveEntry &entry) {
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);
-    const Colour enemy = 1 - side;
+    const Colour enemy = opponent(side);
     const Bitboard zone = king_attacks(pos.king_square[enemy]);
     const Bitboard queens = pos.of(enemy, QUEEN);
     const Bitboard heavy = queens | pos.of(enemy, ROOK);
@@ -162,7 +162,7 @@ std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &e
             flags |= MOVE_UNDERPROMOTES;
         else if (rank >= 6)
             flags |= MOVE_ADVANCES;
-        else if (rank >= 4 && (attack_tables.passed_span[side][to] & pos.of(1 - side, PAWN)) == 0)
+        else if (rank >= 4 && (attack_tables.passed_span[side][to] & pos.of(opponent(side), PAWN)) == 0)
             flags |= MOVE_ADVANCES;
     }
     return static_cast<std::uint16_t>(flags);
@@ -213,13 +213,14 @@ int search_moves(SearchThread &thread, Colour side, int ply, int depth, int alph
         // 4. Principal variation search
         make_move(pos, entry.move);
         const auto full_search = [&] {
-            return -search_node(thread, 1 - side, ply + 1, depth - 1, -beta, -alpha, static_cast<NodeType>(-type),
+            return -search_node(thread, opponent(side), ply + 1, depth - 1, -beta, -alpha, static_cast<NodeType>(-type),
                                 child);
         };
         int score = 0;
         if (best >= ply - (MATE - 11) && depth > 1) {
             record.search_mode = 1;
-            score = -search_node(thread, 1 - side, ply + 1, depth - reduction - 1, -alpha - 1, -alpha, CUT_NODE, child);
+            score = -search_node(thread, opponent(side), ply + 1, depth - reduction - 1, -alpha - 1, -alpha, CUT_NODE,
+                                 child);
             if (score > alpha) {
                 record.reduction = 0;
                 record.search_mode = 2;

@@ -140,7 +140,7 @@ bool threats_safe(const Position &pos, Colour side, int eval, int beta) {
         if (SEE_VALUES[type] >= harmless) pieces |= pos.of(side, type);
     while (pieces != 0) {
         const Square s = pop_lsb(pieces);
-        const int loss = see_value(pos, 1 - side, NO_SQUARE, s, pos.occupied(), true);
+        const int loss = see_value(pos, opponent(side), NO_SQUARE, s, pos.occupied(), true);
         if (loss > 0 && loss >= harmless) return false;
     }
     return true;
@@ -171,8 +171,8 @@ bool probcut(SearchThread &thread, int ply, int depth, int beta) {
             continue;
         prefetch_child(thread, entry.move, reduced_depth - 1);
         make_move(pos, entry.move);
-        const int score =
-            -search_node(thread, 1 - side, ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);
+        const int score = -search_node(thread, opponent(side), ply + 1, reduced_depth - 1, -raised_beta,
+                                       -raised_beta + 1, ALL_NODE, child);
         unmake_move(pos);
         if (stop_flag != STOP_NONE) return false;
         if (score >= raised_beta) return true;
@@ -197,7 +197,7 @@ int search_null_move(SearchThread &thread, Colour side, int ply, int depth, int 
     close_list(thread, ply, record.list + 1);
     make_null_move(thread.position);
     if (depth >= 0) tt_prefetch(thread.position.key);
-    const int score = -search_node(thread, 1 - side, ply + 1, depth, -beta, -alpha, CUT_NODE, pv);
+    const int score = -search_node(thread, opponent(side), ply + 1, depth, -beta, -alpha, CUT_NODE, pv);
     unmake_null_move(thread.position);
     --thread.null_depth;
     return score;

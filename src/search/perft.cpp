@@ -31,7 +31,7 @@ void perft(SearchThread &thread, Colour side, int ply, int depth) {
     }
     for (const MoveEntry *entry = list; entry != end; ++entry) {
         make_move(thread.position, entry->move);
-        perft(thread, 1 - side, ply + 1, depth - 1);
+        perft(thread, opponent(side), ply + 1, depth - 1);
         unmake_move(thread.position);
     }
 }

@@ -100,7 +100,7 @@ std::int16_t exchange_class(const Position &pos, const MoveEntry &entry) {
 // h7, f3g5 is one of them.
 MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
     const Colour side = pos.side;
-    const Square king = pos.king_square[1 - side];
+    const Square king = pos.king_square[opponent(side)];
     const Bitboard occupied = pos.occupied();
     const Bitboard empty = ~occupied;
     const auto add = [&](Square from, Bitboard targets) {
@@ -115,7 +115,7 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
         if (targets != 0 && relative_rank(side, from) == 1) targets |= bit(one + pawn_direction(side)) & empty;
         return targets;
     };
-    const Bitboard pawn_checks = pawn_attacks(1 - side, king);
+    const Bitboard pawn_checks = pawn_attacks(opponent(side), king);
     if (pawn_checks != 0)
         for (Bitboard pawns = pos.of(side, PAWN); pawns != 0;) {
             const Square from = pop_lsb(pawns);

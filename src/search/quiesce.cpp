@@ -24,7 +24,7 @@ constexpr int RECAPTURE_DEPTH = -3;  // below this depth only recaptures
 int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
     const int captured = type_of(entry.captured);
     if (captured != NO_TYPE) {
-        const Colour enemy = 1 - side;
+        const Colour enemy = opponent(side);
         const std::uint32_t pawns = (pos.material[enemy] & 15) - (captured == PAWN ? 1 : 0);
         if (pawns == 0 && pos.nonpawn_material[enemy] - NONPAWN_UNIT[captured] < 4) return DELTA_LAST_PIECES;
     }
@@ -74,7 +74,7 @@ int quiesce(SearchThread &thread, Colour side, int ply, int depth, int alpha, in
         prefetch_child(thread, entry->move, depth - 1);
         make_move(pos, entry->move);
         const int score =
-            -search_node(thread, 1 - side, ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);
+            -search_node(thread, opponent(side), ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);
         unmake_move(pos);
         if (stop_flag != STOP_NONE) return 0;
         ++record.moves_searched;

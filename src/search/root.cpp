@@ -188,7 +188,7 @@ private:
 
     // The node after a root move.
     int search_root_move(int depth, int alpha, int beta, NodeType type) {
-        return -search_node(thread_, 1 - side_, ROOT_PLY + 1, depth, alpha, beta, type, child_);
+        return -search_node(thread_, opponent(side_), ROOT_PLY + 1, depth, alpha, beta, type, child_);
     }
 
     // The move alone becomes the thread's line while it fails high or low.

@@ -122,7 +122,7 @@ private:
     static Position &position() { return ::game->position; }
     static bool in_check() {
         const Position &pos = position();
-        return square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
+        return square_attacked(pos, pos.king_square[pos.side], opponent(pos.side));
     }
 
     void record(OutputFile &file, const std::string &text) {

@@ -79,7 +79,7 @@ PlayedMove choose_move(Move &move, PollInput poll_input) {
 }
 
 Outcome adjudicate(const Position &pos, Move move, int score) {
-    if (score < -DECIDED_SCORE) return win_of(1 - pos.side);
+    if (score < -DECIDED_SCORE) return win_of(opponent(pos.side));
     if (score > DECIDED_SCORE) return win_of(pos.side);
     return pos.fifty >= 100 || move == NO_MOVE ? Outcome::DRAW : Outcome::OPEN;
 }

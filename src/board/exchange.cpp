@@ -9,11 +9,14 @@ namespace {
 
 constexpr int LONGEST_EXCHANGE = 64;  // any set-up may be asked about
 
-// `among`: the pieces that may capture after the one on `from`, and in its place when there is none.
-int swap_off(const Position &pos, PieceType victim, Colour side, Square from, Square to, Bitboard occupied,
+// `type_on` tells what stands on a square. `among`: the pieces that may capture after the one on `from`, and in its place
+// when there is none.
+template <typename TypeOn>
+int swap_off(const Position &pos, TypeOn type_on, Colour side, Square from, Square to, Bitboard occupied,
              Bitboard among, bool may_stop) {
     std::array<int, LONGEST_EXCHANGE> gains;
     int captures = 0;
+    PieceType victim = type_on(to);
     int value = 0;
 
     // Forward: who captures what
@@ -24,7 +27,7 @@ int swap_off(const Position &pos, PieceType victim, Colour side, Square from, Sq
             break;
         }
         gains[captures++] = SEE_VALUES[victim];
-        victim = pos.type_on(from);
+        victim = type_on(from);
         // The piece that has captured now stands on `to`.
         among &= ~bit(from);
         occupied &= ~bit(from);
@@ -44,11 +47,18 @@ int swap_off(const Position &pos, PieceType victim, Colour side, Square from, Sq
 }  // namespace
 
 int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop) {
-    return swap_off(pos, pos.type_on(to), side, from, to, occupied, ~Bitboard{0}, may_stop);
+    const auto type_on = [&pos](Square s) { return pos.type_on(s); };
+    return swap_off(pos, type_on, side, from, to, occupied, ~Bitboard{0}, may_stop);
 }
 
-int see_value_of(const Position &pos, PieceType victim, Colour side, Square to, Bitboard occupied, Bitboard among) {
-    return swap_off(pos, victim, side, NO_SQUARE, to, occupied, among, true);
+int see_reply(const Position &pos, Square from, Square to) {
+    // Two kings can leave the king square on any other piece, so the squares of the move may be asked about.
+    const auto type_on = [&pos, from, to](Square s) {
+        if (s == to) return pos.type_on(from);
+        return s == from ? PieceType{NO_TYPE} : pos.type_on(s);
+    };
+    const Colour side = opponent(colour_of(pos.board[from]));
+    return swap_off(pos, type_on, side, NO_SQUARE, to, pos.occupied() & ~bit(from), ~bit(from), true);
 }
 
 bool see_at_least(const Position &pos, Square from, Square to, int threshold) {

@@ -9,11 +9,10 @@ constexpr int CANDIDATE_STAGE = 11;  // candidates count beyond this stage
 
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
-bool advance_is_safe(const Position &pos, Colour c, Square from, Square target) {
+bool advance_is_safe(const Position &pos, Square from, Square target) {
     const PieceType victim = pos.type_on(target);
     if (victim == KING) return false;
-    const int gain = see_value_of(pos, PAWN, opponent(c), target, pos.occupied() & ~bit(from), ~bit(from));
-    return gain == SEE_VALUES[victim];
+    return see_reply(pos, from, target) == SEE_VALUES[victim];
 }
 
 void evaluate_passer(const Position &pos, EvalScratch &scratch, Colour c, Square s) {
@@ -30,7 +29,7 @@ void evaluate_passer(const Position &pos, EvalScratch &scratch, Colour c, Square
 
     int reach = rank;  // relative rank that the pawn is counted on
     int base = eval_tables.passed_unsafe[rank];
-    if (!blocked && advance_is_safe(pos, c, s, target)) {
+    if (!blocked && advance_is_safe(pos, s, target)) {
         reach = relative_rank(c, target);
         base = eval_tables.passed_safe[rank];
         enemy.threat_level += 2 << reach;

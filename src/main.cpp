@@ -1,101 +1,77 @@
 // Entry point: start-up in a fixed order, one mode, shut-down.
-#include <cstdio>
-#include <cstdlib>
-#include <string_view>
+#include <memory>
 
-#include "base/control.h"
 #include "base/output.h"
-#include "board/attacks.h"
-#include "eval/kpk.h"
-#include "eval/parameters.h"
+#include "engine/options.h"
+#include "engine/strength.h"
 #include "frontend/command_line.h"
-#include "frontend/engine.h"
-#include "frontend/options.h"
+#include "frontend/reporters.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
-#include "search/params.h"
-#include "search/settings.h"
-#include "search/strength.h"
-#include "search/threads.h"
-#include "search/tt.h"
-#include "tablebase/registry.h"
-#include "tools/tools.h"
 
 namespace {
 
-void tablebase_warning(void * /*context*/, std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
-
-void tablebase_failure(void * /*context*/, std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(nullptr);
-    std::_Exit(1);  // other threads may be running
+bool start_up(FrontEnd &front, const CommandLine &line) {
+    Engine &engine = front.engine;
+    front.uci = line.uci;
+    front.limits = line.limits;
+    if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
+    if (start_engine(engine, line.settings, make_reporter(front)) != 0) return false;
+    if (engine.settings.Log != 0) engine.settings.Log = set_logging(true) ? 1 : 0;
+    if (!request_fine_timer()) print_line("error setting timer resolution\n");
+    engine.default_settings = engine.settings;
+    if (!engine.settings.ConfigFilePath.empty()) load_config_file(engine);
+    derive_tables(engine);
+    return true;
 }
 
-bool start_up(int count, char **arguments, CommandLine &line) {
-    std::srand(wall_clock_seed());
-    tablebases.report = {nullptr, tablebase_warning, tablebase_failure};
-    random_generator = RandomGenerator(wall_clock_seed());
-    if (!allocate_game()) return false;
-    init_attacks();
-    build_kpk();
-    default_settings = Settings{};
-    settings = default_settings;
-    uci_mode = 1;
-    line = parse_command_line(count, arguments);
-    if (start_threads(settings.Threads) != 0 || !tt_allocate()) return false;
-    if (settings.Log != 0) settings.Log = set_logging(true) ? 1 : 0;
-    if (!request_fine_timer()) print_line("error setting timer resolution\n");
-    default_settings = settings;
-    if (!settings.ConfigFilePath.empty()) load_config_file();
-    derive_search_params();
-    derive_eval_tables(settings.weights, eval_tables);
-    settings.settings_changed = 0;
-    return true;
+void run_engine(FrontEnd &front) {
+    Engine &engine = front.engine;
+    const double seconds = calibrate_speed(engine);
+    print_format("info string et= %.3f, calibration nps= %0.0f", seconds, engine.calibrated_nps);
+    set_up_tablebases(engine, engine.settings.SyzygyPath.view());
+    run_loop(front);
 }
 
 constexpr int BENCH_POSITIONS = 20;
 constexpr int IN_THREAD_POSITIONS = 10;
 
-void run(const CommandLine &line) {
-    if (line.mode != RunMode::ENGINE && line.mode != RunMode::MAKE_BOOK) catch_interrupt();
-    switch (line.mode) {
-    case RunMode::ENGINE:
-        calibrate_speed();
-        set_up_tablebases();
-        engine_loop();
-        break;
-    case RunMode::ANALYSE_EPD: analyse_epd_file(line.tool_file.c_str(), poll_while_working); break;
-    case RunMode::SCAN_PGN_1: scan_pgn_file(line.source_file.c_str(), 1, poll_while_working); break;
-    case RunMode::SCAN_PGN_2: scan_pgn_file(line.source_file.c_str(), 2, poll_while_working); break;
-    case RunMode::SCAN_PGN_3: scan_pgn_file(line.source_file.c_str(), 3, poll_while_working); break;
-    case RunMode::SCAN_PGN_4: scan_pgn_file(line.source_file.c_str(), 4, poll_while_working); break;
-    case RunMode::MATCH: noise = 1000.0; break;
-    case RunMode::BENCH:
-    case RunMode::BENCH_2: run_benchmark(BENCH_POSITIONS, false, poll_while_working); break;
-    case RunMode::BENCH_IN_THREAD: run_benchmark(IN_THREAD_POSITIONS, true, poll_while_working); break;
-    case RunMode::MAKE_CONFIG: break;
-    case RunMode::MAKE_BOOK: build_book(line.source_file.c_str()); break;
-    case RunMode::MAKE_TUNING: make_training_file(line.tool_file.c_str(), poll_while_working); break;
-    case RunMode::TUNE: run_gradient_tuning(line.tool_file.c_str(), poll_while_working); break;
-    case RunMode::SELF_PLAY_TUNING: run_selfplay_tuning(poll_while_working); break;
+void run(FrontEnd &front, const CommandLine &line) {
+    if (line.mode == RunMode::ENGINE) {
+        run_engine(front);
+        return;
     }
-}
-
-void shut_down() {
-    stop_threads();
-    tb_setup(tablebases, {});
-    tt_free();
-    free_game();
-    release_fine_timer();
-    close_log();
+    if (line.mode != RunMode::MAKE_BOOK) catch_interrupt();
+    ToolRun tool = tool_run(front);
+    switch (line.mode) {
+    case RunMode::ANALYSE_EPD: analyse_epd_file(tool, line.tool_file.c_str()); break;
+    case RunMode::SCAN_PGN_1: scan_pgn_file(tool, line.source_file.c_str(), 1); break;
+    case RunMode::SCAN_PGN_2: scan_pgn_file(tool, line.source_file.c_str(), 2); break;
+    case RunMode::SCAN_PGN_3: scan_pgn_file(tool, line.source_file.c_str(), 3); break;
+    case RunMode::SCAN_PGN_4: scan_pgn_file(tool, line.source_file.c_str(), 4); break;
+    case RunMode::BENCH:
+    case RunMode::BENCH_2: run_benchmark(tool, BENCH_POSITIONS, false); break;
+    case RunMode::BENCH_IN_THREAD: run_benchmark(tool, IN_THREAD_POSITIONS, true); break;
+    case RunMode::MAKE_BOOK: build_book(line.source_file.c_str()); break;
+    case RunMode::MAKE_TUNING: make_training_file(tool, line.tool_file.c_str()); break;
+    case RunMode::TUNE: run_gradient_tuning(tool, line.tool_file.c_str()); break;
+    case RunMode::SELF_PLAY_TUNING: run_selfplay_tuning(tool); break;
+    case RunMode::ENGINE:
+    case RunMode::MATCH:
+    case RunMode::MAKE_CONFIG: break;
+    }
 }
 
 }  // namespace
 
 int main(int count, char **arguments) {
-    CommandLine line;
-    const bool started = start_up(count, arguments, line);
-    if (started) run(line);
-    shut_down();
+    const CommandLine line = parse_command_line(count, arguments);
+    const auto engine = std::make_unique<Engine>();
+    FrontEnd front(*engine);
+    const bool started = start_up(front, line);
+    if (started) run(front, line);
+    stop_engine(*engine);
+    release_fine_timer();
+    close_log();
     return started ? 0 : 1;
 }

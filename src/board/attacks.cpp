@@ -68,9 +68,9 @@ Bitboard walk_lines(Square s, const Directions &directions, Bitboard occupied, b
 void build_slider_tables(std::array<SliderTable, 64> &tables, const std::array<std::uint64_t, 64> &magics,
                          const Directions &directions, Bitboard *sets) {
     for (Square s = 0; s < 64; ++s) {
-        SliderTable &table = tables[static_cast<std::size_t>(s)];
+        SliderTable &table = tables[s];
         table.mask = walk_lines(s, directions, 0, true);
-        table.magic = magics[static_cast<std::size_t>(s)];
+        table.magic = magics[s];
         table.attacks = sets;
         table.shift = 64 - popcount(table.mask);
         Bitboard blockers = 0;
@@ -121,27 +121,28 @@ Square first_with_clear_path(Square s, Bitboard sliders, Bitboard occupied) {
 
 }  // namespace
 
-bool square_attacked(const Position &pos, Square s, Colour c) {
-    if ((pawn_attacks(1 - c, s) & pos.of(c, PAWN)) != 0) return true;
-    if ((knight_attacks(s) & pos.of(c, KNIGHT)) != 0) return true;
-    if ((king_attacks(s) & pos.of(c, KING)) != 0) return true;
-    const Bitboard occupied = pos.occupied();
-    const Bitboard queens = pos.of(c, QUEEN);
-    return first_with_clear_path(s, bishop_span(s) & (pos.of(c, BISHOP) | queens), occupied) != NO_SQUARE ||
-           first_with_clear_path(s, rook_span(s) & (pos.of(c, ROOK) | queens), occupied) != NO_SQUARE;
-}
-
-Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied, Bitboard among) {
-    if (const Bitboard pawns = pawn_attacks(1 - c, s) & pos.of(c, PAWN) & among; pawns != 0) return lsb(pawns);
-    if (const Bitboard knights = knight_attacks(s) & pos.of(c, KNIGHT) & among; knights != 0) return lsb(knights);
+bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
+    if ((pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among) != 0) return true;
+    if ((knight_attacks(s) & pos.of(by, KNIGHT) & among) != 0) return true;
+    if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return true;
     const Bitboard diagonals = bishop_span(s) & among;
     const Bitboard straights = rook_span(s) & among;
-    if (const Square from = first_with_clear_path(s, diagonals & pos.of(c, BISHOP), occupied); from != NO_SQUARE)
+    const Bitboard queens = pos.of(by, QUEEN);
+    return first_with_clear_path(s, diagonals & (pos.of(by, BISHOP) | queens), occupied) != NO_SQUARE ||
+           first_with_clear_path(s, straights & (pos.of(by, ROOK) | queens), occupied) != NO_SQUARE;
+}
+
+Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
+    if (const Bitboard pawns = pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among; pawns != 0) return lsb(pawns);
+    if (const Bitboard knights = knight_attacks(s) & pos.of(by, KNIGHT) & among; knights != 0) return lsb(knights);
+    const Bitboard diagonals = bishop_span(s) & among;
+    const Bitboard straights = rook_span(s) & among;
+    if (const Square from = first_with_clear_path(s, diagonals & pos.of(by, BISHOP), occupied); from != NO_SQUARE)
         return from;
-    if (const Square from = first_with_clear_path(s, straights & pos.of(c, ROOK), occupied); from != NO_SQUARE)
+    if (const Square from = first_with_clear_path(s, straights & pos.of(by, ROOK), occupied); from != NO_SQUARE)
         return from;
-    const Bitboard queens = (diagonals | straights) & pos.of(c, QUEEN);
+    const Bitboard queens = (diagonals | straights) & pos.of(by, QUEEN);
     if (const Square from = first_with_clear_path(s, queens, occupied); from != NO_SQUARE) return from;
-    if ((king_attacks(s) & pos.of(c, KING) & among) != 0) return pos.king_square[c];
+    if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return pos.king_square[by];
     return NO_SQUARE;
 }

@@ -1,4 +1,4 @@
-// Attack tables and sliding attacks, and the two attack queries on a position.
+// Attack tables and sliding attacks, and the attack questions about a position.
 #pragma once
 
 #include <array>
@@ -58,20 +58,42 @@ struct SliderTable {
 extern std::array<SliderTable, 64> rook_table, bishop_table;  // built by init_attacks
 
 inline Bitboard rook_attacks(Square s, Bitboard occupied) {
-    const SliderTable &table = rook_table[static_cast<std::size_t>(s)];
+    const SliderTable &table = rook_table[s];
     return table.attacks[table.index(occupied)];
 }
 inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
-    const SliderTable &table = bishop_table[static_cast<std::size_t>(s)];
+    const SliderTable &table = bishop_table[s];
     return table.attacks[table.index(occupied)];
 }
 inline Bitboard queen_attacks(Square s, Bitboard occupied) {
     return rook_attacks(s, occupied) | bishop_attacks(s, occupied);
 }
 
-// Whether any piece of `c` attacks `s` in the position as it stands.
-bool square_attacked(const Position &pos, Square s, Colour c);
+// Pieces of both colours that alone stand between `target` and one of the sliders of the given sets.
+inline Bitboard sole_blockers(Square target, Bitboard diagonal, Bitboard straight, Bitboard occupied) {
+    Bitboard sliders = (bishop_span(target) & diagonal) | (rook_span(target) & straight);
+    Bitboard sole = 0;
+    while (sliders != 0) {
+        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
+        if ((blockers & (blockers - 1)) == 0) sole |= blockers;
+    }
+    return sole;
+}
 
-// Square of the least valuable piece of `c`, one of `among`, that attacks `s`, or NO_SQUARE. Sliders see through every
+// The same for all sliders of one colour in the position as it stands.
+inline Bitboard sole_blockers(const Position &pos, Square target, Colour sliders) {
+    const Bitboard queens = pos.of(sliders, QUEEN);
+    return sole_blockers(target, pos.of(sliders, BISHOP) | queens, pos.of(sliders, ROOK) | queens, pos.occupied());
+}
+
+// Whether a piece of `by`, one of `among`, attacks `s`. Sliders see through every square outside `occupied`.
+bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among = ~Bitboard{0});
+
+// The same for the position as it stands.
+inline bool square_attacked(const Position &pos, Square s, Colour by) {
+    return square_attacked(pos, s, by, pos.occupied());
+}
+
+// Square of the least valuable piece of `by`, one of `among`, that attacks `s`, or NO_SQUARE. Sliders see through every
 // square outside `occupied`.
-Square least_attacker(const Position &pos, Square s, Colour c, Bitboard occupied, Bitboard among = ~Bitboard{0});
+Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among = ~Bitboard{0});

@@ -1,6 +1,7 @@
-// Making and taking back moves. Keys are kept incrementally on the way forward and copied from the history on the way
-// back.
-#include "board/position.h"
+// Keys are kept incrementally on the way forward and copied from the history on the way back.
+#include "board/makemove.h"
+
+#include "board/hash_codes.h"
 
 namespace {
 
@@ -16,14 +17,14 @@ constexpr std::array<std::uint8_t, 64> CASTLING_MASK = [] {
     return mask;
 }();
 
-void toggle_piece_key(Position &pos, int piece, Square s) {
+void toggle_piece_key(Position &pos, Piece piece, Square s) {
     pos.key ^= hash_codes[piece][s];
     if (type_of(piece) == PAWN) pos.pawn_key ^= hash_codes[piece][s];
 }
 
 void set_side_bit(Position &pos) { pos.key = (pos.key & ~std::uint64_t{1}) | pos.side; }
 
-int promoted_type(Move m) {
+PieceType promoted_type(Move m) {
     if ((m & PROMOTE_KNIGHT) != 0) return KNIGHT;
     if ((m & PROMOTE_BISHOP) != 0) return BISHOP;
     return (m & PROMOTE_ROOK) != 0 ? ROOK : QUEEN;
@@ -39,16 +40,16 @@ RookMove castling_rook(Square from, Square to) {
 }
 
 // A pawn that has changed files without capturing on its target took en passant.
-bool is_en_passant(Square from, Square to, int captured_type) {
+bool is_en_passant(Square from, Square to, PieceType captured_type) {
     return captured_type == NO_TYPE && file_of(from) != file_of(to);
 }
 
 void trace(const Position &pos, Move m) {
-    if (const MoveTrace hook = move_trace.load(std::memory_order_relaxed); hook != nullptr) hook(pos, m);
+    if (const MoveTrace *hook = pos.history->trace; hook != nullptr) hook->before_move(hook->context, pos, m);
 }
 
-UndoEntry &push_entry(Position &pos, Move m, int captured) {
-    MoveHistory &history = *pos.thread;
+UndoEntry &push_entry(Position &pos, Move m, PieceType captured) {
+    MoveHistory &history = *pos.history;
     assert(history.undo_count < HISTORY_SIZE - 1);
     UndoEntry &entry = history.undo[history.undo_count];
     entry = {pos.key, pos.pawn_key, m, static_cast<std::uint8_t>(captured), pos.ep_square, pos.fifty, pos.castling};
@@ -59,7 +60,7 @@ UndoEntry &push_entry(Position &pos, Move m, int captured) {
 }
 
 const UndoEntry &pop_entry(Position &pos) {
-    MoveHistory &history = *pos.thread;
+    MoveHistory &history = *pos.history;
     assert(history.undo_count > 0);
     --history.undo_count;
     --history.ply;
@@ -80,8 +81,8 @@ void make_move(Position &pos, Move m) {
     const Square from = from_square(m);
     const Square to = to_square(m);
     const Colour mover = pos.side;
-    const int piece = pos.board[from];
-    const int captured = pos.board[to];
+    const Piece piece = pos.board[from];
+    const Piece captured = pos.board[to];
     push_entry(pos, m, type_of(captured));
 
     if (pos.ep_square != NO_SQUARE) pos.key ^= hash_codes[0][pos.ep_square];
@@ -114,13 +115,13 @@ void make_move(Position &pos, Move m) {
         } else if ((m & PROMOTE_ANY) != 0) {
             toggle_piece_key(pos, piece, to);
             remove_piece(pos, to);
-            const int promoted = make_piece(mover, promoted_type(m));
+            const Piece promoted = make_piece(mover, promoted_type(m));
             put_piece(pos, promoted, to);
             toggle_piece_key(pos, promoted, to);
         }
     } else if (type_of(piece) == KING && is_castling(from, to)) {
         const RookMove rook = castling_rook(from, to);
-        const int rook_piece = make_piece(mover, ROOK);
+        const Piece rook_piece = make_piece(mover, ROOK);
         move_piece(pos, rook.from, rook.to);
         toggle_piece_key(pos, rook_piece, rook.from);
         toggle_piece_key(pos, rook_piece, rook.to);
@@ -142,11 +143,11 @@ void unmake_move(Position &pos) {
         put_piece(pos, make_piece(mover, PAWN), to);
     }
     move_piece(pos, to, from);
-    if (entry.captured != NO_TYPE) put_piece(pos, make_piece(1 - mover, entry.captured), to);
+    if (entry.captured != NO_TYPE) put_piece(pos, make_piece(opponent(mover), entry.captured), to);
 
-    const int type = type_of(pos.board[from]);
+    const PieceType type = type_of(pos.board[from]);
     if (type == PAWN && is_en_passant(from, to, entry.captured)) {
-        put_piece(pos, make_piece(1 - mover, PAWN), to - pawn_direction(mover));
+        put_piece(pos, make_piece(opponent(mover), PAWN), to - pawn_direction(mover));
     } else if (type == KING && is_castling(from, to)) {
         const RookMove rook = castling_rook(from, to);
         move_piece(pos, rook.to, rook.from);
@@ -162,6 +163,10 @@ void make_null_move(Position &pos) {
     if (pos.ep_square != NO_SQUARE) pos.key ^= hash_codes[0][pos.ep_square];
     pos.ep_square = NO_SQUARE;
     set_side_bit(pos);
+    assert(is_consistent(pos));
 }
 
-void unmake_null_move(Position &pos) { pop_entry(pos); }
+void unmake_null_move(Position &pos) {
+    pop_entry(pos);
+    assert(is_consistent(pos));
+}

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 
-#include "base/control.h"
 #include "board/attacks.h"
+#include "board/checks.h"
+#include "board/legality.h"
 #include "board/movegen.h"
 
 namespace {
@@ -30,7 +30,7 @@ char rank_digit(Square s) { return static_cast<char>('1' + rank_of(s)); }
 
 // The other pieces of the same kind that also reach `to`.
 Bitboard rivals(const Position &pos, Square from, Square to) {
-    const int piece = pos.board[from];
+    const Piece piece = pos.board[from];
     const Bitboard occupied = pos.occupied() | bit(to);
     Bitboard reach = 0;
     switch (type_of(piece)) {
@@ -98,7 +98,7 @@ std::string normalise(std::string_view typed) {
 // Whether a move can have a text that equals `text`, told from the first letter and, for a piece, the square at the end.
 bool can_match(const Position &pos, Move m, std::string_view text) {
     const Square from = from_square(m);
-    const int type = pos.type_on(from);
+    const PieceType type = pos.type_on(from);
     switch (text[0]) {
     case 'N':
     case 'B':
@@ -120,13 +120,9 @@ std::string move_to_text(Move m, PromotionStyle style) {
     return squares_of(m) + promotion_suffix(m, style);
 }
 
-std::string move_to_text(Move m) {
-    return move_to_text(m, uci_mode == 1 ? PromotionStyle::LOWER_CASE : PromotionStyle::EQUALS_SIGN);
-}
-
 MoveTexts move_to_san(const Position &pos, Move m) {
     MoveTexts texts;
-    texts[0] = move_to_text(m);
+    texts[0] = move_to_text(m, PromotionStyle::EQUALS_SIGN);
     if (m == NO_MOVE) return texts;
     if (pos.type_on(from_square(m)) == PAWN)
         pawn_texts(pos, m, texts);
@@ -139,25 +135,24 @@ MoveTexts move_to_san(const Position &pos, Move m) {
     return texts;
 }
 
-bool parse_move(Position &pos, std::string_view typed, Move &move) {
+ParsedMove parse_move(const Position &pos, std::string_view typed) {
+    ParsedMove parsed;
     const std::string text = normalise(typed);
-    if (text.empty()) return false;
+    if (text.empty()) return parsed;
     MoveList list;
     gen_all(pos, list.data());
-    int matches = 0;
     for (const MoveEntry *entry = list.data(); entry->move != END_OF_LIST; ++entry) {
         if (!can_match(pos, entry->move, text)) continue;
         const MoveTexts texts = move_to_san(pos, entry->move);
         const bool same = std::any_of(texts.begin(), texts.end(), [&text](const std::string &form) {
             return form.substr(0, form.find('+')) == text;
         });
-        if (same && entry->move != NO_MOVE && is_legal(pos, pos.side, entry->move)) {
-            ++matches;
-            move = entry->move;
-        }
+        if (!same || entry->move == NO_MOVE || !is_legal(pos, pos.side, entry->move)) continue;
+        ++parsed.matches;
+        parsed.move = entry->move;
     }
-    if (matches == 2) std::puts("ambiguous move");
-    return matches == 1;
+    if (!parsed.found()) parsed.move = NO_MOVE;
+    return parsed;
 }
 
 std::string_view without_move_number(std::string_view word) {
@@ -166,7 +161,7 @@ std::string_view without_move_number(std::string_view word) {
     return glued ? word.substr(start) : word;
 }
 
-Move parse_coordinates(Position &pos, std::string_view text) {
+Move parse_coordinates(const Position &pos, std::string_view text) {
     MoveList list;
     const MoveEntry *end = gen_legal(pos, list.data());
     for (const MoveEntry *entry = list.data(); entry != end; ++entry)

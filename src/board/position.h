@@ -1,16 +1,16 @@
-// The board: one position record, its move history, its keys, and its text forms.
+// The board: one position record, its move history, and the three primitives that change it.
 //
 // Everything in this folder works on a caller's Position; nothing is shared between threads but the read-only attack
-// tables (attacks.h) and hash codes. Read on in movegen.h (pseudo-legal moves and legality), make_move below,
-// notation.h (move texts) and see.h (exchanges).
+// tables (attacks.h) and hash codes. Every question takes the position as const; it changes by set_fen (fen.h), by make
+// and unmake (makemove.h) and by the primitives below, on which these stand. Read on in hash_codes.h (keys), movegen.h
+// (pseudo-legal moves), legality.h, checks.h, exchange.h, notation.h (move texts) and repetition.h.
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstdint>
-#include <string>
 #include <string_view>
 
+#include "base/relaxed.h"
 #include "board/types.h"
 
 // Room in a move history: moves of the game and plies of the search together. Searches add at most 70.
@@ -31,16 +31,25 @@ struct UndoEntry {
     std::uint8_t castling;
 };
 
-// The part of a thread's record that make and unmake use.
+struct Position;
+
+// Who is told of every move and null move (NO_MOVE) before it is made.
+struct MoveTrace {
+    void (*before_move)(void *context, const Position &pos, Move m);
+    void *context;
+};
+
+// The moves that led to a position, which make and unmake keep. One owner; another thread may set `trace`.
 struct MoveHistory {
     std::array<UndoEntry, HISTORY_SIZE> undo;
     std::int16_t undo_count;  // entries in use
     std::int16_t ply;         // 1 after set-up, one more for every move or null move made
     Move current_move;        // the move that led here; 0 for none or a null move
+    Relaxed<const MoveTrace *> trace{nullptr};
 };
 
 struct Position {
-    MoveHistory *thread;                 // history of the thread that owns this position
+    MoveHistory *history;                // history of the thread that owns this position
     std::array<std::uint8_t, 65> board;  // piece code per square; entry 64 is always empty
     Bitboard pieces[2][8];               // [colour][type]; slot 0 holds all pieces of the colour
     std::uint64_t key;                   // position key; bit 0 is the side to move
@@ -54,18 +63,10 @@ struct Position {
     std::uint8_t king_square[2];
 
     Bitboard all(Colour c) const { return pieces[c][0]; }
-    Bitboard of(Colour c, int type) const { return pieces[c][type]; }
+    Bitboard of(Colour c, PieceType type) const { return pieces[c][type]; }
     Bitboard occupied() const { return pieces[WHITE][0] | pieces[BLACK][0]; }
-    int type_on(Square s) const { return type_of(board[s]); }
+    PieceType type_on(Square s) const { return type_of(board[s]); }
 };
-
-constexpr std::string_view START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-
-// [piece code][square]; row 0 holds the codes of en-passant squares and castling rights. Written once.
-extern std::array<std::array<std::uint64_t, 64>, 16> hash_codes;
-
-// Fills hash_codes (multiply-with-carry generator from a fixed seed). Later calls do nothing. Main thread, at start.
-void generate_hash_codes();
 
 // Packed material unit and non-pawn units by piece type.
 constexpr std::array<std::uint32_t, 8> MATERIAL_UNIT = {0, 0x1, 0x10, 0x100, 0x1000, 0x10000, 0, 0};
@@ -81,63 +82,15 @@ constexpr bool has_rooks_or_queens(std::uint32_t material) { return (material & 
 
 // The three primitives on which set-up, make and unmake stand. They keep the board, the bitboards and the material
 // counts; keys are the caller's business.
-void put_piece(Position &pos, int piece, Square s);
+void put_piece(Position &pos, Piece piece, Square s);
 void remove_piece(Position &pos, Square s);
 void move_piece(Position &pos, Square from, Square to);
 
 // Empties the position and the owner's history; the side to move and the king squares stay.
 void clear_position(Position &pos);
 
-// Reads placement, side, castling rights and en-passant square of a FEN or EPD text and empties the owner's history.
-// Never fails: anything is accepted, castling rights that the placement contradicts are removed. Returns 0, or -1
-// after printing one line when rights were removed.
-int set_fen(Position &pos, std::string_view text);
-
-// The four fields that set_fen reads, normalised.
-std::string get_fen(const Position &pos);
-
-// FEN, diagram and side to move, one text with line feeds; a black pawn shows as 'o'.
-std::string board_text(const Position &pos);
-// Prints board_text through print_line.
-void show_board(const Position &pos);
-
-// Removes castling rights whose king or rook is not at home. True when one was removed.
-bool drop_impossible_castling(Position &pos);
-// Both keys computed from scratch.
-std::uint64_t compute_key(const Position &pos);
-std::uint64_t compute_pawn_key(const Position &pos);
 // Whether board, bitboards, counts, king squares and keys all describe the same position (debug checks and tests).
 bool is_consistent(const Position &pos);
 // Why a search cannot work on this position (kings missing or doubled, more than 16 pieces a side, pawns on the first
 // or last rank, a king that could be captured), or an empty text when it can.
 std::string_view unsearchable_reason(const Position &pos);
-
-// Key of the position after a move. Castling, promotions, en-passant captures and lost castling rights are not looked at:
-// a guess, for prefetching.
-inline std::uint64_t likely_key_after(const Position &pos, Move m) {
-    const Square from = from_square(m);
-    const Square to = to_square(m);
-    const auto &codes = hash_codes[pos.board[from]];
-    std::uint64_t key = pos.key ^ 1 ^ ((codes[from] ^ codes[to]) & ~std::uint64_t{1});
-    if (pos.board[to] != 0) key ^= hash_codes[pos.board[to]][to] & ~std::uint64_t{1};
-    if (pos.ep_square != NO_SQUARE) key ^= hash_codes[0][pos.ep_square] & ~std::uint64_t{1};
-    return key;
-}
-
-// Plays a pseudo-legal move; anything else corrupts the position. Needs room in the history.
-void make_move(Position &pos, Move m);
-// Takes back the last move made.
-void unmake_move(Position &pos);
-// Passes, and takes the pass back.
-void make_null_move(Position &pos);
-void unmake_null_move(Position &pos);
-
-// How many earlier positions since the last irreversible move equal this one, looking back 4, 6, 8 ... plies.
-int count_repetitions(const Position &pos);
-
-// When set, called before every move and null move (move 0) that is made. Written by the main thread.
-using MoveTrace = void (*)(const Position &, Move);
-extern std::atomic<MoveTrace> move_trace;
-
-// File and rank name of a square, "a1" to "h8".
-std::string_view square_name(Square s);

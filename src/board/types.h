@@ -1,9 +1,11 @@
 // The vocabulary of the board: squares, bitboards, pieces, moves.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cassert>
 #include <cstdint>
+#include <string_view>
 
 // Squares: a1 = 0, h1 = 7, a8 = 56, h8 = 63; 64 is no square.
 using Square = int;
@@ -15,6 +17,16 @@ constexpr Square make_square(int file, int rank) { return rank * 8 + file; }
 
 // Named squares that the rules of the game single out.
 enum : int { A1 = 0, C1 = 2, D1 = 3, E1 = 4, F1 = 5, G1 = 6, H1 = 7, A8 = 56, E8 = 60, H8 = 63 };
+
+inline constexpr std::array<std::array<char, 2>, 64> SQUARE_NAMES = [] {
+    std::array<std::array<char, 2>, 64> names{};
+    for (Square s = 0; s < NO_SQUARE; ++s)
+        names[s] = {static_cast<char>('a' + file_of(s)), static_cast<char>('1' + rank_of(s))};
+    return names;
+}();
+
+// File and rank name of a square, "a1" to "h8".
+inline std::string_view square_name(Square s) { return {SQUARE_NAMES[s].data(), 2}; }
 
 // A set of squares: bit n stands for square n.
 using Bitboard = std::uint64_t;
@@ -45,15 +57,19 @@ inline Square pop_lsb(Bitboard &b) {
 }
 inline int popcount(Bitboard b) { return std::popcount(b); }
 
-// Colours and piece codes: code = colour * 8 + type. A board entry of 0 is an empty square.
 using Colour = int;
 enum : int { WHITE = 0, BLACK = 1 };
 
+constexpr Colour opponent(Colour c) { return 1 - c; }
+
+// Piece codes: code = colour * 8 + type. A board entry of 0 is an empty square.
+using Piece = int;
+using PieceType = int;
 enum : int { NO_TYPE = 0, PAWN = 1, KNIGHT = 2, BISHOP = 3, ROOK = 4, QUEEN = 5, KING = 6 };
 
-constexpr int type_of(int piece) { return piece & 7; }
-constexpr Colour colour_of(int piece) { return piece >> 3; }
-constexpr std::uint8_t make_piece(Colour c, int type) { return static_cast<std::uint8_t>(c * 8 + type); }
+constexpr PieceType type_of(Piece piece) { return piece & 7; }
+constexpr Colour colour_of(Piece piece) { return piece >> 3; }
+constexpr std::uint8_t make_piece(Colour c, PieceType type) { return static_cast<std::uint8_t>(c * 8 + type); }
 
 // One rank forward for the pawns of a colour.
 constexpr int pawn_direction(Colour c) { return c == WHITE ? 8 : -8; }

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <vector>
 
+#include "board/fen.h"
+#include "board/makemove.h"
 #include "board/notation.h"
 #include "book/format.h"
 
@@ -69,7 +71,7 @@ struct PartialFile {
 }  // namespace
 
 BookBuilder::BookBuilder() : history_(std::make_unique<MoveHistory>()), reader_(OPENING_TEXT) {
-    position_.thread = history_.get();
+    position_.history = history_.get();
     position_.ep_square = NO_SQUARE;
     set_fen(position_, START_FEN);
 }
@@ -92,17 +94,16 @@ void BookBuilder::start_game(std::string_view tag_line) {
 }
 
 void BookBuilder::play(std::string_view text) {
-    Move move = NO_MOVE;
-    if (plies_ >= MAX_GAME_MOVES || !parse_move(position_, text, move)) {
-        stopped_ = true;
-        return;
-    }
-    MoveRecord &record = moves_.find_or_add(polyglot_key(position_), move);
+    const ParsedMove parsed = plies_ < MAX_GAME_MOVES ? parse_move(position_, text) : ParsedMove{};
+    ambiguous_moves_ += parsed.matches == 2;
+    stopped_ = !parsed.found();
+    if (stopped_) return;
+    MoveRecord &record = moves_.find_or_add(polyglot_key(position_), parsed.move);
     if (result_ == GameResult::DRAW)
         ++record.draws;
     else
         ++(result_ == win_of(position_.side) ? record.wins : record.losses);
-    make_move(position_, move);
+    make_move(position_, parsed.move);
     ++plies_;
 }
 

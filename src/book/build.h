@@ -23,6 +23,8 @@ public:
     // Games begun, and distinct moves found in them.
     int games() const { return games_; }
     std::size_t moves() const { return moves_.size(); }
+    // Words so far that fit two moves.
+    int ambiguous_moves() const { return ambiguous_moves_; }
     // Replaces the file. False when it cannot be written; then, and when memory runs out, there is no file. Ends the use
     // of the builder.
     bool write(const char *path);
@@ -38,5 +40,6 @@ private:
     int plies_ = 0;
     bool stopped_ = false;  // at a word that is no legal move
     int games_ = 0;
+    int ambiguous_moves_ = 0;
     MoveTable moves_;
 };

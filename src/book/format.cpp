@@ -49,7 +49,7 @@ std::uint64_t polyglot_key(const Position &pos) {
     }
     for (std::size_t right = 0; right < 4; ++right)
         if ((pos.castling >> right & 1) != 0) key ^= random64[CASTLING_CODES + right];
-    if (pos.ep_square != NO_SQUARE && (pawn_attacks(1 - pos.side, pos.ep_square) & pos.of(pos.side, PAWN)) != 0)
+    if (pos.ep_square != NO_SQUARE && (pawn_attacks(opponent(pos.side), pos.ep_square) & pos.of(pos.side, PAWN)) != 0)
         key ^= random64[EN_PASSANT_CODES + static_cast<std::size_t>(file_of(pos.ep_square))];
     if (pos.side == WHITE) key ^= random64[WHITE_TO_MOVE_CODE];
     return key;

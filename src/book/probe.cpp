@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "board/movegen.h"
+#include "board/legality.h"
 #include "book/format.h"
 
 namespace {
@@ -60,7 +60,8 @@ std::vector<std::int64_t> shares_of(const std::vector<BookEntry> &entries, std::
 
 // A point below `total`, in thousandths of it.
 std::int64_t random_point(std::int64_t total, RandomGenerator &random) {
-    return static_cast<std::int64_t>(random.next() % 1000 * 0.001 * static_cast<double>(total));
+    const std::uint32_t mixed = static_cast<std::uint32_t>(random.next()) * 98765U + 123456789U;
+    return static_cast<std::int64_t>(mixed % 1000 * 0.001 * static_cast<double>(total));
 }
 
 // Index of the share on which the point lies; the first one at the very start.
@@ -89,7 +90,6 @@ BookDraw probe_book(const Position &pos, const BookOptions &options, RandomGener
         if (shares[i] != 0) draw.choices.push_back({entries[i].move, entries[i].weight, shares[i]});
     }
     const Move move = move_from_book(entries[share_at(shares, random_point(draw.total_share, random))].move);
-    Position board = pos;  // the question of legality moves pieces
-    if (move != NO_MOVE && is_legal_move(board, move)) draw.move = move;
+    if (move != NO_MOVE && is_legal_move(pos, move)) draw.move = move;
     return draw;
 }

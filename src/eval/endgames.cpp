@@ -43,7 +43,7 @@ constexpr int OPPOSITE_MOST_EDGE = 2;  // pawns more up to which bishops of oppo
 int score_kpk(const Position &pos, Colour strong) {
     const Square pawn = lsb(pos.of(strong, PAWN));
     const Square strong_king = pos.king_square[strong];
-    const Square weak_king = pos.king_square[1 - strong];
+    const Square weak_king = pos.king_square[opponent(strong)];
     const Square promotion = promotion_square(strong, file_of(pawn));
     const int score =
         distance(weak_king, promotion) + KPK_PAWN_RANK * relative_rank(strong, pawn) - distance(strong_king, promotion);
@@ -52,7 +52,7 @@ int score_kpk(const Position &pos, Colour strong) {
 
 // Drives the weak king into a corner of the bishop's colour.
 int score_kbnk(const Position &pos, Colour strong) {
-    Square weak_king = pos.king_square[1 - strong];
+    Square weak_king = pos.king_square[opponent(strong)];
     const Square strong_king = pos.king_square[strong];
     const int apart = distance(strong_king, weak_king);
     if (is_light(lsb(pos.of(strong, BISHOP)))) weak_king ^= 7;
@@ -64,7 +64,7 @@ int score_kbnk(const Position &pos, Colour strong) {
 
 // Drives the weak king to the edge and the strong king towards it.
 int score_mating_drive(const Position &pos, Colour strong) {
-    const Square weak_king = pos.king_square[1 - strong];
+    const Square weak_king = pos.king_square[opponent(strong)];
     const auto from_centre = [](int coordinate) { return std::max(3 - coordinate, coordinate - 4); };
     const int edge = from_centre(file_of(weak_king)) + from_centre(rank_of(weak_king));
     return DRIVE_BASE + DRIVE_PIECE * pos.nonpawn_material[strong] + DRIVE_EDGE * edge -
@@ -170,7 +170,7 @@ bool recognise_bare_king(const Position &pos, int &white_score) {
 
 int draw_scale(const Position &pos, const EvalScratch &scratch, int score) {
     const Colour strong = score >= 0 ? WHITE : BLACK;
-    const Colour weak = 1 - strong;
+    const Colour weak = opponent(strong);
     const Balance balance{strong,
                           weak,
                           scratch.side[strong].piece_count,

@@ -60,6 +60,5 @@ void refresh_eval_caches(EvalThread &thread);
 
 // Score of the position for `side`, its side to move. `ply`: 1 at the root. With `in_check` IN_CHECK_SCORE comes back at
 // once. `display`, when given, is filled with the breakdown: at the root and outside an iteration, where the caches rest.
-// The position is modified while exchanges are tried and is unchanged afterwards.
-int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display = nullptr);

@@ -42,34 +42,22 @@ void set_attack_maps(const Position &pos, EvalScratch &scratch) {
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        const SideScratch &enemy = scratch.side[1 - c];
+        const SideScratch &enemy = scratch.side[opponent(c)];
         own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks[PAWN]);
         const Bitboard outpost_ranks = relative_rank_mask(c, FIFTH_RANK) | relative_rank_mask(c, SIXTH_RANK);
         own.outposts = FILES_B_TO_G & outpost_ranks & ~enemy.attack_span;
     }
 }
 
-// Pieces of `c` that alone stand between `target` and an enemy slider of the given sets.
-Bitboard pinned_to(const Position &pos, Colour c, Square target, Bitboard diagonal, Bitboard straight,
-                   Bitboard occupied) {
-    Bitboard pinned = 0;
-    Bitboard sliders = (bishop_span(target) & diagonal) | (rook_span(target) & straight);
-    while (sliders != 0) {
-        const Bitboard blockers = between(target, pop_lsb(sliders)) & occupied;
-        if (blockers != 0 && (blockers & (blockers - 1)) == 0) pinned |= blockers;
-    }
-    return pinned & pos.all(c);
-}
-
 void set_pinned(const Position &pos, EvalScratch &scratch) {
     scratch.pinned = 0;
     for (const Colour c : {WHITE, BLACK}) {
-        const Bitboard bishops = pos.of(1 - c, BISHOP);
-        const Bitboard rooks = pos.of(1 - c, ROOK);
-        const Bitboard queens = pos.of(1 - c, QUEEN);
-        scratch.pinned |= pinned_to(pos, c, pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
-        if (pos.of(c, QUEEN) != 0)
-            scratch.pinned |= pinned_to(pos, c, lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
+        const Bitboard bishops = pos.of(opponent(c), BISHOP);
+        const Bitboard rooks = pos.of(opponent(c), ROOK);
+        const Bitboard queens = pos.of(opponent(c), QUEEN);
+        Bitboard pinned = sole_blockers(pos.king_square[c], bishops | queens, rooks | queens, scratch.occupied);
+        if (pos.of(c, QUEEN) != 0) pinned |= sole_blockers(lsb(pos.of(c, QUEEN)), bishops, rooks, scratch.occupied);
+        scratch.pinned |= pinned & pos.all(c);
     }
 }
 
@@ -95,7 +83,7 @@ void set_material(const Position &pos, const EvalTables &t, EvalScratch &scratch
 int contempt_adjustment(const Position &pos, const EvalTables &tables) {
     const int contempt = tables.contempt;
     if (contempt == 0 || !tables.contempt_active) return 0;
-    const Colour reference = contempt > 0 ? tables.engine_side : 1 - tables.engine_side;
+    const Colour reference = contempt > 0 ? tables.engine_side : opponent(tables.engine_side);
     constexpr int LEFT_OUT = 3;  // a minor piece's units
     constexpr int MOST_PAWNS = 6;
     constexpr int PAWN_UNITS = 2;
@@ -148,7 +136,7 @@ void refresh_eval_caches(EvalThread &thread) {
     thread.generation = thread.tables->generation;
 }
 
-int evaluate(Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display) {
     if (in_check) return IN_CHECK_SCORE;
     result.threat_level[WHITE] = result.threat_level[BLACK] = 0;

@@ -71,8 +71,8 @@ int shield_index(const KingView &view, int rank) {
 // Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
 template <Colour C>
 int storm_files(const KingView &view) {
-    if (std::abs(view.file - file_of(view.pos.king_square[1 - C])) <= SAME_WING) return 0;
-    Bitboard files = view.pos.of(1 - C, PAWN) & own_half(1 - C);
+    if (std::abs(view.file - file_of(view.pos.king_square[opponent(C)])) <= SAME_WING) return 0;
+    Bitboard files = view.pos.of(opponent(C), PAWN) & own_half(opponent(C));
     files |= files >> 32;
     files |= files >> 16;
     files |= files >> 8;
@@ -132,7 +132,7 @@ int king_safety(const KingView &view, int &safe_checks) {
     const Bitboard covered =
         own.attacks[PAWN] | own.attacks[KNIGHT] | own.attacks[BISHOP] | own.attacks[ROOK] | own.attacks[QUEEN];
     const Bitboard beside = king_attacks(view.king);
-    const Bitboard safe = ~(view.pos.all(1 - C) | covered | (beside & ~enemy.double_attacks));
+    const Bitboard safe = ~(view.pos.all(opponent(C)) | covered | (beside & ~enemy.double_attacks));
     safe_checks = count_safe_checks(view, safe);
     if ((beside & safe & enemy.attacks[QUEEN]) != 0) view.own.threat_level += CONTACT_CHECK_THREAT;
 
@@ -161,14 +161,14 @@ template <Colour C>
 void evaluate_king(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     const Square king = pos.king_square[C];
     SideScratch &own = scratch.side[C];
-    const SideScratch &enemy = scratch.side[1 - C];
+    const SideScratch &enemy = scratch.side[opponent(C)];
     const KingView view{pos, tables, scratch, king, own, enemy, CLAMPED_COORDINATE[file_of(king)]};
 
     const ScorePair table = tables.king_squares[from_white_side(C, king)];
     int opening = table.op();
     int safe_checks = 0;
     if (enemy.piece_count > FEW_PIECES) opening += king_safety<C>(view, safe_checks);
-    if (pos.of(1 - C, QUEEN) == 0) opening /= 2;
+    if (pos.of(opponent(C), QUEEN) == 0) opening /= 2;
     int endgame = table.en();
     if (own.piece_count + enemy.piece_count < ENDGAME_PIECES) endgame -= king_passivity<C>(view);
     scratch.add(C, king, DisplayTerm::KINGS, ScorePair(opening, endgame) + safe_checks * tables.safe_check);

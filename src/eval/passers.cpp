@@ -1,6 +1,6 @@
 // Passed pawns and candidates.
 #include "board/attacks.h"
-#include "board/see.h"
+#include "board/exchange.h"
 #include "eval/scratch.h"
 
 namespace {
@@ -29,45 +29,38 @@ constexpr int CANDIDATE_DIVISOR = 256;
 
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
-bool advance_is_safe(Position &pos, Colour c, Square from, Square target) {
-    const std::uint8_t victim = pos.board[target];
-    if (type_of(victim) == KING) return false;
-    pos.board[target] = pos.board[from];
-    pos.board[from] = 0;
-    pos.pieces[c][PAWN] ^= bit(from);
-    const int gain = see_value(pos, 1 - c, NO_SQUARE, target, pos.occupied() & ~bit(from), true);
-    pos.pieces[c][PAWN] ^= bit(from);
-    pos.board[from] = pos.board[target];
-    pos.board[target] = victim;
-    return gain == SEE_VALUES[type_of(victim)];
+bool advance_is_safe(const Position &pos, Square from, Square target) {
+    const PieceType victim = pos.type_on(target);
+    if (victim == KING) return false;
+    return see_reply(pos, from, target) == SEE_VALUES[victim];
 }
 
-void evaluate_passer(Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
+void evaluate_passer(const Position &pos, const EvalTables &tables, EvalScratch &scratch, Colour c, Square s) {
     SideScratch &own = scratch.side[c];
-    SideScratch &enemy = scratch.side[1 - c];
+    SideScratch &enemy = scratch.side[opponent(c)];
     const int direction = pawn_direction(c);
     const int rank = relative_rank(c, s);
     const Square front = s + direction;
     const bool blocked = pos.board[front] != 0;
     const Square target = rank == SECOND_RANK && !blocked ? front + direction : front;
     const Square promotion = promotion_square(c, file_of(s));
-    const Square enemy_king = pos.king_square[1 - c];
+    const Square enemy_king = pos.king_square[opponent(c)];
     const Bitboard ahead = squares_ahead(c, s);
 
     int reach = rank;  // relative rank that the pawn is counted on
     int base = tables.passed_unsafe[rank];
-    if (!blocked && advance_is_safe(pos, c, s, target)) {
+    if (!blocked && advance_is_safe(pos, s, target)) {
         reach = relative_rank(c, target);
         base = tables.passed_safe[rank];
         enemy.threat_level += SAFE_ADVANCE_THREAT << reach;
-        const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(1 - c) & ~own.attacks[0]) == 0;
+        const bool free_path = (ahead & enemy.attacks[0]) == 0 && (ahead & pos.all(opponent(c)) & ~own.attacks[0]) == 0;
         if (free_path) {
             base += (base + FREE_PATH_OFFSET) / FREE_PATH_DIVISOR;
             enemy.threat_level += FREE_PATH_THREAT << reach;
             scratch.free_passers |= bit(s);
             // Rule of the square
             const int moves = 8 - rank - (pos.side == c ? 1 : 0);
-            if (pos.nonpawn_material[1 - c] == 0 && moves < distance(enemy_king, promotion))
+            if (pos.nonpawn_material[opponent(c)] == 0 && moves < distance(enemy_king, promotion))
                 base += UNCATCHABLE * reach;
         }
     }
@@ -92,10 +85,10 @@ void evaluate_candidate(const Position &pos, const EvalTables &tables, EvalScrat
     const int rank = relative_rank(c, s);
     const Square front = s + pawn_direction(c);
     if (rank <= THIRD_RANK || pos.board[front] != 0) return;
-    const int sentries = popcount(attack_tables.passed_span[c][front] & pos.of(1 - c, PAWN));
+    const int sentries = popcount(attack_tables.passed_span[c][front] & pos.of(opponent(c), PAWN));
     const int supporters = popcount(shift_sideways(bit(s)) & pos.of(c, PAWN));
     if (sentries != 0 && supporters < sentries) return;
-    const int king_distance = distance(pos.king_square[1 - c], front + pawn_direction(c));
+    const int king_distance = distance(pos.king_square[opponent(c)], front + pawn_direction(c));
     const int share = (rank - THIRD_RANK) * CANDIDATE_RANK + king_distance * CANDIDATE_KING;
     const int endgame = tables.pawn_candidate.en() * share / CANDIDATE_DIVISOR;
     scratch.add(c, s, DisplayTerm::PASSERS, {0, endgame});
@@ -103,7 +96,7 @@ void evaluate_candidate(const Position &pos, const EvalTables &tables, EvalScrat
 
 }  // namespace
 
-void evaluate_passers(Position &pos, const EvalTables &tables, EvalScratch &scratch) {
+void evaluate_passers(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     Bitboard passed = scratch.side[WHITE].passed_pawns | scratch.side[BLACK].passed_pawns;
     while (passed != 0) {
         const Square s = pop_lsb(passed);

@@ -34,7 +34,7 @@ ScorePair pawn_score(const Position &pos, const EvalTables &t, const EvalScratch
         score += t.pawn_backward;
         if ((pawns & shift_sideways(file)) == 0) score += t.pawn_isolated;
         const Bitboard ahead = squares_ahead(c, s);
-        if ((pos.of(1 - c, PAWN) & ahead) == 0) score += t.pawn_weak;
+        if ((pos.of(opponent(c), PAWN) & ahead) == 0) score += t.pawn_weak;
     }
     if ((pawns & shift_sideways(bit(s))) != 0) score += t.connected_squares[table_square];
     if ((own.attacks[PAWN] & bit(s)) != 0) score += t.defended_squares[table_square];
@@ -53,11 +53,12 @@ void set_pawn_bitboards(const Position &pos, EvalScratch &scratch) {
         own.double_attacks = (forward & ~FILE_A) >> 1 & (forward & ~FILE_H) << 1;
         own.front_fill = front_fill(c, pawns);
         own.attack_span = shift_sideways(own.front_fill);
-        own.blocked_pawns = pawns & shift_forward(1 - c, pos.of(1 - c, PAWN)) & ~(FILE_A | FILE_H | RANK_1 | RANK_8);
+        own.blocked_pawns =
+            pawns & shift_forward(opponent(c), pos.of(opponent(c), PAWN)) & ~(FILE_A | FILE_H | RANK_1 | RANK_8);
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        const SideScratch &enemy = scratch.side[1 - c];
+        const SideScratch &enemy = scratch.side[opponent(c)];
         const Bitboard unopposed = pos.of(c, PAWN) & ~enemy.front_fill;
         own.passed_pawns = unopposed & ~enemy.attack_span;
         own.candidate_pawns = unopposed & enemy.attack_span;
@@ -82,7 +83,7 @@ void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &t
         }
     }
     for (const Colour c : {WHITE, BLACK}) {
-        const Bitboard blocked = pos.of(c, PAWN) & shift_forward(1 - c, scratch.occupied);
+        const Bitboard blocked = pos.of(c, PAWN) & shift_forward(opponent(c), scratch.occupied);
         const Bitboard centre = blocked & CENTRE_FILES & relative_rank_mask(c, SECOND_RANK);
         scratch.side[c].positional += popcount(blocked) * tables.pawn_blocked + popcount(centre) * CENTRE_PAWN_BLOCKED;
     }

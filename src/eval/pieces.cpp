@@ -103,17 +103,18 @@ ScorePair rook_score(PiecePass &pass, Square s, bool pinned) {
     record_attacks<ROOK>(pass, attacks);
     const Bitboard file = file_mask(file_of(s));
     const int area_count = pinned ? 0 : popcount(attacks & pass.own.mobility_area);
-    const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(1 - C));
+    const int count = pinned ? 0 : area_count + popcount(attacks & file & own_half(opponent(C)));
     ScorePair score = t.rook_squares[from_white_side(C, s)];
     score += t.rook_mobility[count];
     if ((pos.of(C, PAWN) & file) == 0)
-        score += (pos.of(1 - C, PAWN) & file) != 0 ? t.rook_half_open_file : t.rook_open_file;
+        score += (pos.of(opponent(C), PAWN) & file) != 0 ? t.rook_half_open_file : t.rook_open_file;
     const Bitboard own_rank = rank_mask(rank_of(s));
     if (area_count < TRAPPED_ROOK_BELOW &&
         ((pos.of(C, PAWN) | pos.of(C, KING)) & own_rank & TRAPPING_FILES[file_of(s)]) != 0)
         score += t.rook_trapped;
     const Bitboard last_ranks = relative_rank_mask(C, SEVENTH_RANK) | relative_rank_mask(C, EIGHTH_RANK);
-    if (relative_rank(C, s) == SEVENTH_RANK && ((pos.of(1 - C, PAWN) | pos.of(1 - C, KING)) & last_ranks) != 0)
+    if (relative_rank(C, s) == SEVENTH_RANK &&
+        ((pos.of(opponent(C), PAWN) | pos.of(opponent(C), KING)) & last_ranks) != 0)
         score += t.rook_rank7;
     return score;
 }
@@ -148,7 +149,7 @@ void evaluate_kind(PiecePass &pass) {
 template <Colour C>
 void evaluate_side(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     SideScratch &own = scratch.side[C];
-    PiecePass pass{pos, tables, scratch, own, scratch.side[1 - C].king_zone, own.attacks[0], own.double_attacks};
+    PiecePass pass{pos, tables, scratch, own, scratch.side[opponent(C)].king_zone, own.attacks[0], own.double_attacks};
     evaluate_kind<C, KNIGHT, knight_score<C>>(pass);
     evaluate_kind<C, BISHOP, bishop_score<C>>(pass);
     evaluate_kind<C, ROOK, rook_score<C>>(pass);

@@ -89,7 +89,7 @@ void set_pawn_bitboards(const Position &pos, EvalScratch &scratch);
 [[gnu::noinline]] void evaluate_kings(const Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // passers.cpp: passed pawns of both sides, then candidates.
-[[gnu::noinline]] void evaluate_passers(Position &pos, const EvalTables &tables, EvalScratch &scratch);
+[[gnu::noinline]] void evaluate_passers(const Position &pos, const EvalTables &tables, EvalScratch &scratch);
 
 // threats.cpp: hung and attacked pieces, then pawn pushes that attack something.
 [[gnu::noinline]] void evaluate_threats(const Position &pos, const EvalTables &tables, EvalScratch &scratch);

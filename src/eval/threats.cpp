@@ -10,7 +10,7 @@ constexpr int HUNG_PIECE_THREAT = 256;
 template <Colour VICTIM>
 void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch &scratch) {
     SideScratch &own = scratch.side[VICTIM];
-    const SideScratch &enemy = scratch.side[1 - VICTIM];
+    const SideScratch &enemy = scratch.side[opponent(VICTIM)];
     if ((enemy.attacks[0] & pos.all(VICTIM)) == 0) return;
 
     const Bitboard by_pawn = enemy.attacks[PAWN];
@@ -35,7 +35,7 @@ void evaluate_hung_pieces(const Position &pos, const EvalTables &t, EvalScratch 
 
 template <Colour VICTIM>
 void evaluate_pawn_pushes(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
-    constexpr Colour PUSHER = 1 - VICTIM;
+    constexpr Colour PUSHER = opponent(VICTIM);
     SideScratch &own = scratch.side[VICTIM];
     const SideScratch &enemy = scratch.side[PUSHER];
     const Bitboard empty = ~scratch.occupied;

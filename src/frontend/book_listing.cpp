@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "base/control.h"
 #include "base/output.h"
 #include "board/notation.h"
 #include "book/format.h"
+#include "search/limits.h"
 
 namespace {
 

@@ -1,22 +1,18 @@
 #include "frontend/command_line.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
-#include "base/control.h"
+#include "base/output.h"
 #include "base/text.h"
-#include "search/settings.h"
-#include "search/strength.h"
+#include "engine/options.h"
+#include "engine/strength.h"
 
 namespace {
 
 constexpr std::size_t LONGEST_FILE_NAME = 139;
-
-void fixed_limits(double seconds) {
-    time_per_move = seconds;
-    tc_mode = 1;
-}
+constexpr double DEPTH_SECONDS = 10000.0;  // time for searches to a depth,
+constexpr double NODES_SECONDS = 1000.0;   // and for those to a number of nodes
 
 std::string file_name(std::string_view value) { return std::string(value.substr(0, LONGEST_FILE_NAME)); }
 
@@ -45,58 +41,44 @@ void set_source_file(CommandLine &line, std::string_view value) {
 
 void ignore(CommandLine &, std::string_view) {}
 
-void set_quiet(CommandLine &, std::string_view) {
-    settings.Log = 0;
-    noise = NO_PROGRESS_LINES;
+void set_quiet(CommandLine &line, std::string_view) {
+    line.settings.Log = 0;
+    line.limits.noise = NO_PROGRESS_LINES;
 }
 
-void set_depth(CommandLine &, std::string_view value) {
-    max_depth = static_cast<std::uint8_t>(clamped_integer(value, 0, MAX_DEPTH));
-    fixed_limits(10000.0);
+void set_depth(CommandLine &line, std::string_view value) {
+    line.limits.max_depth = clamped_integer(value, 0, MAX_DEPTH);
+    line.limits.fix_time(DEPTH_SECONDS);
 }
 
-void set_nodes(CommandLine &, std::string_view value) {
-    node_limit = leading_integer(value);
-    fixed_limits(1000.0);
+void set_nodes(CommandLine &line, std::string_view value) {
+    line.limits.node_limit = leading_integer(value);
+    line.limits.fix_time(NODES_SECONDS);
 }
 
-void set_rate(CommandLine &, std::string_view value) {
-    target_nps = usable_rate(leading_number(value));
-    settings.UCI_LimitStrength = 1;
-    settings.UCI_Elo = static_cast<std::int16_t>(std::clamp(elo_model(target_nps), -32768.0, 32767.0));
-    std::printf("Elo= %d\n", settings.UCI_Elo);
-    std::fflush(stdout);
+void set_rate(CommandLine &line, std::string_view value) {
+    line.target_nps = usable_rate(leading_number(value));
+    line.settings.UCI_LimitStrength = 1;
+    line.settings.UCI_Elo = static_cast<std::int16_t>(std::clamp(elo_model(*line.target_nps), -32768.0, 32767.0));
+    print_display(format_line("Elo= %d\n", line.settings.UCI_Elo));
 }
 
-void set_hash(CommandLine &, std::string_view value) {
-    settings.Hash = static_cast<std::int16_t>(clamped_integer(value, 0, MAX_HASH_MB));
+void set_example_tablebases(CommandLine &line, std::string_view) {
+    line.settings.SyzygyPath.assign("C:\\Chess\\Syzygy;C:\\Chess\\Syzygy\\6-Piece");
 }
 
-void set_threads(CommandLine &, std::string_view value) {
-    settings.Threads = static_cast<std::int16_t>(clamped_integer(value, 1, MAX_THREADS));
-}
-
-void set_example_tablebases(CommandLine &, std::string_view) {
-    settings.SyzygyPath.assign("C:\\Chess\\Syzygy;C:\\Chess\\Syzygy\\6-Piece");
-}
-
+// Switches that set an option stand in the table of options.
 const Switch SWITCHES[] = {
-    {"-uci", false, [](CommandLine &, std::string_view) { uci_mode = 1; }},
-    {"-c", false, [](CommandLine &, std::string_view) { uci_mode = 0; }},
-    {"-log", false, [](CommandLine &, std::string_view) { settings.Log = 1; }},
+    {"-uci", false, [](CommandLine &line, std::string_view) { line.uci = true; }},
+    {"-c", false, [](CommandLine &line, std::string_view) { line.uci = false; }},
     {"-numa", false, ignore},
-    {"-noise", true, [](CommandLine &, std::string_view value) { noise = leading_number(value); }},
+    {"-noise", true, [](CommandLine &line, std::string_view value) { line.limits.noise = leading_number(value); }},
     {"-quiet", false, set_quiet},
     {"-uci_extra", false, ignore},
-    {"-cfg", true, [](CommandLine &, std::string_view value) { settings.ConfigFilePath.assign(value); }},
     {"-d", true, set_depth},
-    {"-t", true, [](CommandLine &, std::string_view value) { fixed_limits(leading_number(value)); }},
+    {"-t", true, [](CommandLine &line, std::string_view value) { line.limits.fix_time(leading_number(value)); }},
     {"-n", true, set_nodes},
     {"-nps", true, set_rate},
-    {"-hash", true, set_hash},
-    {"-threads", true, set_threads},
-    {"-book", true, [](CommandLine &, std::string_view value) { settings.OwnBook_File.assign(value); }},
-    {"-tbpath", true, [](CommandLine &, std::string_view value) { settings.SyzygyPath.assign(value); }},
     {"-tbx", false, set_example_tablebases},
     {"-anepd", true, set_tool_file<RunMode::ANALYSE_EPD>},
     {"-scan_pgn1", true, set_source_file<RunMode::SCAN_PGN_1>},
@@ -130,12 +112,19 @@ const Switch *find_switch(std::string_view argument) {
 CommandLine parse_command_line(int count, char **arguments) {
     CommandLine line;
     for (int i = 1; i < count; ++i) {
-        const Switch *found = find_switch(arguments[i]);
-        if (found == nullptr) continue;
-        if (!found->has_value)
-            found->apply(line, {});
-        else if (i + 1 < count)
-            found->apply(line, arguments[++i]);
+        const std::string_view argument = arguments[i];
+        const Option *option = option_of_argument(argument);
+        const Switch *found = option == nullptr ? find_switch(argument) : nullptr;
+        if (option == nullptr && found == nullptr) continue;
+        std::string_view value;
+        if (option != nullptr ? option->kind != OptionKind::CHECK : found->has_value) {
+            if (i + 1 >= count) continue;
+            value = arguments[++i];
+        }
+        if (option != nullptr)
+            store_argument(line.settings, *option, value);
+        else
+            found->apply(line, value);
     }
     return line;
 }

@@ -1,7 +1,11 @@
 // The command line.
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "engine/settings.h"
+#include "search/limits.h"
 
 enum class RunMode {
     ENGINE,
@@ -21,12 +25,17 @@ enum class RunMode {
     SELF_PLAY_TUNING
 };
 
-// What the command line asks for, beside the settings and limits that it writes.
+// What the command line asks for.
 struct CommandLine {
     RunMode mode = RunMode::ENGINE;
-    std::string tool_file;    // of -anepd, -mktune and -tune; at most 139 characters
-    std::string source_file;  // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
+    bool uci = true;
+    Settings settings;
+    SearchLimits limits;
+    std::optional<double> target_nps;  // nodes per second and thread
+    std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters
+    std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
 };
 
-// Reads the arguments after the program's name. Unknown ones are ignored, as is a switch whose value is missing.
+// Reads the arguments after the program's name. Unknown ones are ignored, as is a switch whose value is missing. A node
+// rate is answered with the strength that goes with it.
 CommandLine parse_command_line(int count, char **arguments);

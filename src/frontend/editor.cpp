@@ -1,25 +1,17 @@
 #include "frontend/editor.h"
 
 #include <cctype>
-#include <cstdio>
 #include <string_view>
 
 #include "base/output.h"
 #include "base/text.h"
-#include "board/position.h"
-#include "frontend/game_commands.h"
-#include "search/threads.h"
+#include "board/hash_codes.h"
 
 namespace {
 
-Position &board() { return game->position; }
-
-bool editor_open = false;
-
 // Places pieces such as "Pa2" until a word's square is none.
-void place_pieces(Colour side, std::string_view words) {
+void place_pieces(Position &pos, Colour side, std::string_view words) {
     constexpr std::string_view TYPES = " PNBRQK";
-    Position &pos = board();
     pos.side = static_cast<std::uint8_t>(side);
     for (std::string_view word = next_word(words); !word.empty(); word = next_word(words)) {
         if (word.size() < 3 || word[1] < 'a' || word[1] > 'h' || word[2] < '1' || word[2] > '8') return;
@@ -32,17 +24,12 @@ void place_pieces(Colour side, std::string_view words) {
 }
 
 // Moves of the game before the edit cannot be taken back on another board.
-void forget_game() {
-    game->history.undo_count = 0;
-    game->history.ply = 1;
-    game->history.current_move = NO_MOVE;
-    recorded_move() = NO_MOVE;
-    board().ep_square = NO_SQUARE;
+void start_new_game(Game &game) {
+    forget_moves(game);
+    game.position.ep_square = NO_SQUARE;
 }
 
-void close_editor() {
-    Position &pos = board();
-    editor_open = false;
+void complete_position(Position &pos) {
     drop_impossible_castling(pos);
     pos.key = compute_key(pos);
     pos.pawn_key = compute_pawn_key(pos);
@@ -50,32 +37,31 @@ void close_editor() {
 
 }  // namespace
 
-void start_editor() {
-    std::printf("\n\n");
-    std::fflush(stdout);
+void start_editor(FrontEnd &front) {
+    print_display("\n\n");
     print_line(".                    end edit");
     print_line("#                    clear board");
     print_line("w  Pa2 Pb2 Kc2       white, pieces");
     print_line("b  Pa7 Pb7 Kc7       black, pieces");
-    editor_open = true;
+    front.editing = true;
 }
 
-bool editing() { return editor_open; }
-
-void edit_line(std::string_view line) {
+void edit_line(FrontEnd &front, std::string_view line) {
     constexpr std::size_t LONGEST_LINE = 77;
+    Game &game = front.engine.game;
     line = line.substr(0, LONGEST_LINE);
     if (line.starts_with('.')) {
-        close_editor();
+        front.editing = false;
+        complete_position(game.position);
         return;
     }
     if (line.starts_with('#')) {
-        clear_position(board());
-        forget_game();
+        clear_position(game.position);
+        start_new_game(game);
         return;
     }
     const std::string_view side = next_word(line);
     if (side != "w" && side != "b") return;
-    forget_game();
-    place_pieces(side == "w" ? WHITE : BLACK, line);
+    start_new_game(game);
+    place_pieces(game.position, side == "w" ? WHITE : BLACK, line);
 }

@@ -1,28 +1,19 @@
-// The console's game: moves typed, taken back and replayed, and the hash table's line. game_files.h reads and writes
-// games, editor.h changes the board. Main thread.
+// The console's game: moves typed and replayed, and the hash table's line. game_files.h reads and writes games, editor.h
+// changes the board.
 #pragma once
 
 #include <string_view>
 
-#include "board/types.h"
+#include "frontend/frontend.h"
 
 // Plays a move given as text. False, and nothing happens, when it denotes no legal move.
-bool play_typed_move(std::string_view text);
+bool play_typed_move(FrontEnd &front, std::string_view text);
 
-// Plays a legal move of the game. What was played from there before stays recorded only when it is the same move. False
-// after a message when the game is too long.
-bool play_game_move(Move m);
+// Plays a legal move. False after a message when the game is too long.
+bool play_or_say(Game &game, Move m);
 
-// Takes back one move; plays the move again that was once played from here. False when there is none.
-bool take_back_move();
-bool replay_move();
-// Goes to the position after `ply` moves of the game, as far as it is recorded.
-void jump_to_ply(int ply);
-
-// The move recorded as played from the present position; NO_MOVE ends what is recorded.
-Move &recorded_move();
-// Goes back to the start; what is recorded stays.
-void take_back_all();
+// Plays the move again that was once played from here. False when there is none.
+bool replay_move(FrontEnd &front);
 
 // Prints the line that the hash table holds for the position.
-void show_hash_line();
+void show_hash_line(Engine &engine);

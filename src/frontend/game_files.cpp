@@ -5,30 +5,20 @@
 #include <cstdio>
 #include <string>
 
-#include "base/control.h"
 #include "base/line_reader.h"
 #include "base/output.h"
 #include "base/text.h"
+#include "board/makemove.h"
 #include "board/notation.h"
 #include "frontend/game_commands.h"
 #include "games/game_text.h"
 #include "search/threads.h"
-#include "search/tt.h"
+#include "tools/screen.h"
 
 namespace {
 
 constexpr std::size_t LONGEST_FILE_LINE = 1023;
 constexpr GameTextRules LOADED_GAMES = {.longest_move = 32};
-
-Position &board() { return game->position; }
-int moves_played() { return game->history.undo_count; }
-
-void set_clocks() { clock_white = clock_black = time_per_move; }
-
-void set_up(std::string_view fen) {
-    set_fen(board(), fen);
-    recorded_move() = NO_MOVE;
-}
 
 // Which game of a file is wanted.
 class GameChoice {
@@ -58,14 +48,14 @@ private:
 };
 
 // Plays a move of game text. False when it is no legal move.
-bool play_word(std::string_view word) {
-    Move move = NO_MOVE;
-    if (parse_move(board(), word, move) && play_game_move(move)) return true;
+bool play_word(Game &game, std::string_view word) {
+    const ParsedMove parsed = read_move(game.position, word);
+    if (parsed.found() && play_or_say(game, parsed.move)) return true;
     print_format("can't parse move '%s'", std::string(word).c_str());
     return false;
 }
 
-void play_game_of_file(LineReader &file, std::string_view tag) {
+void play_game_of_file(Game &game, LineReader &file, std::string_view tag) {
     GameChoice choice(tag);
     GameTextReader reader(LOADED_GAMES);
     std::string line;
@@ -75,13 +65,13 @@ void play_game_of_file(LineReader &file, std::string_view tag) {
         if (!choice.reached()) continue;
         reader.start_line(line);
         for (GameTextEvent event; reader.next(event);)
-            if (event.kind == GameTextEvent::MOVE && !play_word(event.text)) return;
+            if (event.kind == GameTextEvent::MOVE && !play_word(game, event.text)) return;
     }
 }
 
 }  // namespace
 
-void get_test_position(std::string_view id) {
+void get_test_position(FrontEnd &front, std::string_view id) {
     constexpr std::size_t SHORTEST_POSITION = 9;
     const std::string wanted = "id \"" + std::string(id) + "\"";
     std::string found;
@@ -93,35 +83,35 @@ void get_test_position(std::string_view id) {
         break;
     }
     print_line(found);
-    if (found.size() >= SHORTEST_POSITION) set_up(found);
-    show_board(board());
-    tt_clear_if_idle();
+    if (found.size() >= SHORTEST_POSITION) set_up_position(front, found);
+    show_board(front.engine.game.position);
+    clear_table_if_idle(front.engine.shared);
 }
 
-void load_game(std::string_view file_name, std::string_view tag) {
+void load_game(FrontEnd &front, std::string_view file_name, std::string_view tag) {
+    Game &game = front.engine.game;
     const std::string path(file_name);
-    std::printf("loading %s, tag %s\n", path.c_str(), std::string(tag).c_str());
-    std::fflush(stdout);
+    print_display(format_line("loading %s, tag %s\n", path.c_str(), std::string(tag).c_str()));
     LineReader file(path.c_str(), LONGEST_FILE_LINE);
     if (file.is_open()) {
-        set_up(START_FEN);
-        play_game_of_file(file, tag);
-        recorded_move() = NO_MOVE;
-        show_board(board());
+        set_up_position(front, START_FEN);
+        play_game_of_file(game, file, tag);
+        game.recorded_move() = NO_MOVE;
+        show_board(game.position);
     }
-    set_clocks();
+    front.limits.reset_clocks();
 }
 
-void save_game() {
+void save_game(Game &game) {
     constexpr int MOVES_PER_LINE = 11;
     std::string text = "[Event \"Unknown\"]\n";
-    const int played = moves_played();
-    take_back_all();
-    while (moves_played() < played) {
-        const Move move = recorded_move();
-        text += move_to_san(board(), move)[1] + ' ';
-        make_move(board(), move);
-        if (moves_played() % MOVES_PER_LINE == 0) text += '\n';
+    const int played = game.plies();
+    take_back_all(game);
+    while (game.plies() < played) {
+        const Move move = game.recorded_move();
+        text += move_to_san(game.position, move)[1] + ' ';
+        make_move(game.position, move);
+        if (game.plies() % MOVES_PER_LINE == 0) text += '\n';
     }
     text += "\n\n";
     std::FILE *file = std::fopen("tmp.pgn", "ab");

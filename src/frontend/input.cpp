@@ -6,8 +6,6 @@
 #include "platform/clock.h"
 #include "platform/input.h"
 
-InputQueue input_queue;
-
 namespace {
 
 // Beyond this the sender has to wait until commands have been carried out.
@@ -49,16 +47,16 @@ std::string InputQueue::take() {
     return line;
 }
 
-void poll_input(int timeout_ms) {
-    if (input_queue.at_end() || input_queue.queued_bytes() > MOST_QUEUED_BYTES) {
+void poll_input(InputQueue &queue, int timeout_ms) {
+    if (queue.at_end() || queue.queued_bytes() > MOST_QUEUED_BYTES) {
         sleep_ms(timeout_ms);
         return;
     }
     std::array<char, 65536> buffer;
     std::size_t count = 0;
     switch (read_input(buffer.data(), buffer.size(), timeout_ms, count)) {
-    case InputState::BYTES: input_queue.add({buffer.data(), count}); break;
-    case InputState::END: input_queue.finish(); break;
+    case InputState::BYTES: queue.add({buffer.data(), count}); break;
+    case InputState::END: queue.finish(); break;
     case InputState::NOTHING: break;
     }
 }

@@ -1,7 +1,4 @@
 // Command lines from standard input: bytes in, whole lines out.
-//
-// This folder is the front end: the input queue, the engine loop (engine.h), the UCI protocol (uci.cpp), the options and
-// the configuration file (options.h) and the console. All of it runs on the main thread.
 #pragma once
 
 #include <cstddef>
@@ -41,10 +38,8 @@ private:
     bool at_end_ = false;
 };
 
-extern InputQueue input_queue;
-
-// Waits up to `timeout_ms` for input and moves what has arrived into the queue.
-void poll_input(int timeout_ms);
+// Waits up to `timeout_ms` for standard input and moves what has arrived into the queue.
+void poll_input(InputQueue &queue, int timeout_ms);
 
 template <std::size_t N>
 bool InputQueue::take_first_of(const std::string_view (&words)[N], std::string &line) {

@@ -1,45 +1,57 @@
 // The UCI protocol.
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 
-#include "base/control.h"
 #include "base/output.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "board/makemove.h"
 #include "board/notation.h"
+#include "engine/options.h"
 #include "eval/display.h"
-#include "frontend/engine.h"
-#include "frontend/options.h"
-#include "search/params.h"
-#include "search/search.h"
-#include "search/settings.h"
+#include "frontend/frontend.h"
 #include "search/threads.h"
-#include "search/tt.h"
 
 namespace {
 
-bool debug_echo = true;  // commands are copied into the log
+void list_option(const Engine &engine, const Option &option) {
+    const std::string name(option.name);
+    const std::string value = value_text(engine.default_settings, option);
+    switch (option.kind) {
+    case OptionKind::SPIN:
+        print_format("option name %s type spin default %s min %d max %d", name.c_str(), value.c_str(), option.low,
+                     highest_value(engine, option));
+        break;
+    case OptionKind::CHECK: print_format("option name %s type check default %s", name.c_str(), value.c_str()); break;
+    case OptionKind::BUTTON: print_format("option name %s type button", name.c_str()); break;
+    case OptionKind::PAIR:
+    case OptionKind::TEXT: print_format("option name %s type string default %s", name.c_str(), value.c_str()); break;
+    }
+}
 
-void uci(std::string_view) {
-    uci_mode = 1;
+void uci(FrontEnd &front, std::string_view) {
+    front.uci = true;
+    front.engine.shared.trace.style = move_style(front);
     print_format("id name %s", ENGINE_NAME);
     print_format("id author %s", ENGINE_AUTHOR);
-    list_options();
+    for (const Option &option : option_table())
+        if (option.listed) list_option(front.engine, option);
     print_line("uciok");
 }
 
 // Commands run one after the other on this thread, so the engine is always ready by the time one is read.
-void isready(std::string_view) { print_line("readyok"); }
+void isready(FrontEnd &, std::string_view) { print_line("readyok"); }
 
-void debug(std::string_view) { debug_echo = true; }
+void debug(FrontEnd &, std::string_view) {}
 
-void show_parameters(std::string_view) { print_display(search_params_text() + eval_params_text(eval_tables)); }
+void show_parameters(FrontEnd &front, std::string_view) {
+    const SearchShared &shared = front.engine.shared;
+    print_display(search_params_text(shared.params) + eval_params_text(shared.eval_tables));
+}
 
-void setoption(std::string_view rest) {
+void setoption(FrontEnd &front, std::string_view rest) {
     constexpr std::string_view NAME = "name";
     constexpr std::string_view VALUE = "value";
-    ready_flag = false;
     const std::size_t name_at = rest.find(NAME);
     const std::size_t value_at = rest.find(VALUE);
     std::string_view name;
@@ -52,36 +64,33 @@ void setoption(std::string_view rest) {
         if (value_at != std::string_view::npos)
             value = skip_blanks(rest.substr(std::min(value_at + VALUE.size() + 1, rest.size())));
     }
-    apply_option(name, value);
-    settings_were_changed();
-    ready_flag = true;
+    apply_option(front.engine, name, value);
+    settings_were_changed(front.engine);
 }
 
-void ucinewgame(std::string_view) {
-    ready_flag = false;
-    stop_and_wait(STOP_ABANDON);
-    time_per_move = 60.0;
-    tc_mode = 0;
-    game->history.undo_count = 0;
-    clock_white = clock_black = 60.0;
-    increment = 0.0;
-    tt_clear_if_idle();
-    tt_age = 0;
-    ready_flag = true;
+void ucinewgame(FrontEnd &front, std::string_view) {
+    constexpr double NEW_GAME_CLOCK = 60.0;  // seconds
+    Engine &engine = front.engine;
+    stop_and_wait(engine, STOP_ABANDON);
+    front.limits.time_per_move = NEW_GAME_CLOCK;
+    front.limits.tc_mode = 0;
+    front.limits.clock = {NEW_GAME_CLOCK, NEW_GAME_CLOCK};
+    front.limits.increment = 0.0;
+    engine.game.history.undo_count = 0;
+    clear_table_if_idle(engine.shared);
+    engine.shared.table.age = 0;
 }
 
-void play_moves(std::string_view moves) {
-    Position &pos = game->position;
+void play_moves(Game &game, std::string_view moves) {
     for (std::string_view text = next_word(moves); !text.empty(); text = next_word(moves)) {
-        const Move m = parse_coordinates(pos, text);
+        const Move m = parse_coordinates(game.position, text);
         if (m == NO_MOVE) {
             print_format("info string illegal move %s", std::string(text).c_str());
             break;
         }
-        make_move(pos, m);
+        make_move(game.position, m);
     }
-    // Nothing to replay from here.
-    game->history.undo[static_cast<std::size_t>(game->history.undo_count)].move = NO_MOVE;
+    game.recorded_move() = NO_MOVE;  // nothing to replay from here
 }
 
 int count_words(std::string_view text) {
@@ -90,8 +99,9 @@ int count_words(std::string_view text) {
     return count;
 }
 
-void position(std::string_view rest) {
+void position(FrontEnd &front, std::string_view rest) {
     constexpr std::string_view MOVES = "moves";
+    constexpr std::size_t FEN_WORD = 4;  // with the blank behind it
     const std::size_t moves_at = rest.find(MOVES);
     const std::string_view setup = rest.substr(0, moves_at);
     const std::string_view moves =
@@ -103,8 +113,8 @@ void position(std::string_view rest) {
         print_format("info string more than %d moves", MAX_GAME_MOVES);
         return;
     }
-    set_fen(game->position, start ? START_FEN : setup.substr(std::min(fen_at + 4, setup.size())));
-    play_moves(moves);
+    set_up_position(front, start ? START_FEN : setup.substr(std::min(fen_at + FEN_WORD, setup.size())));
+    play_moves(front.engine.game, moves);
 }
 
 // First word after a keyword that stands anywhere in the text; false when the keyword does not.
@@ -119,83 +129,79 @@ bool find_parameter(std::string_view text, std::string_view keyword, std::string
 double milliseconds(std::string_view value) { return static_cast<double>(leading_integer(value)) / 1000.0; }
 
 // The limit, give or take up to 4 percent, so that games with fixed nodes differ.
-std::int64_t jittered_nodes(std::int64_t nodes) {
+std::int64_t jittered_nodes(std::int64_t nodes, RandomGenerator &random) {
     constexpr std::int64_t MOST_NODES = std::int64_t{1} << 50;
+    constexpr int SPREAD = 80;  // thousandths
     nodes = std::clamp<std::int64_t>(nodes, 0, MOST_NODES);
-    return nodes + (40 - std::rand() % 80) * nodes / 1000;
+    return nodes + (SPREAD / 2 - random.next() % SPREAD) * nodes / 1000;
 }
 
-// Whether a search with the present limits ends by a command only.
-bool limits_are_endless() {
-    return tc_mode == 1 && time_per_move >= UNLIMITED_TIME && max_depth >= MAX_DEPTH && node_limit <= 0;
-}
-
-void go(std::string_view rest) {
-    ready_flag = false;
-    if (search_state == REQUEST_PONDER)
-        search_state = REQUEST_SEARCH;  // overtaken: it reports as soon as it has stopped
-    stop_flag = STOP_ABANDON;
-    tc_mode = 0;
-    const bool white = game->position.side == WHITE;
+// The limits that a `go` names; the others stay as they are.
+void read_limits(FrontEnd &front, std::string_view rest) {
+    constexpr int MOVES_PER_PERIOD = 40;
+    constexpr int MOST_MOVES_TO_GO = 10000;
+    SearchLimits &limits = front.limits;
+    const bool white = front.engine.game.position.side == WHITE;
     std::string_view value;
-    if (find_parameter(rest, "wtime", value)) clock_white = std::max(milliseconds(value), 0.0);
-    if (find_parameter(rest, "btime", value)) clock_black = std::max(milliseconds(value), 0.0);
-    if (find_parameter(rest, "winc", value) && white) increment = milliseconds(value);
-    if (find_parameter(rest, "binc", value) && !white) increment = milliseconds(value);
+    limits.tc_mode = 0;
+    if (find_parameter(rest, "wtime", value)) limits.clock[WHITE] = std::max(milliseconds(value), 0.0);
+    if (find_parameter(rest, "btime", value)) limits.clock[BLACK] = std::max(milliseconds(value), 0.0);
+    if (find_parameter(rest, "winc", value) && white) limits.increment = milliseconds(value);
+    if (find_parameter(rest, "binc", value) && !white) limits.increment = milliseconds(value);
     if (find_parameter(rest, "movestogo", value)) {
-        tc_mode = 40;
-        max_depth = MAX_DEPTH;
-        moves_to_go = clamped_integer(value, 0, 10000);
-        node_limit = 0;
+        limits.tc_mode = MOVES_PER_PERIOD;
+        limits.max_depth = MAX_DEPTH;
+        limits.moves_to_go = clamped_integer(value, 0, MOST_MOVES_TO_GO);
+        limits.node_limit = 0;
     }
     if (find_parameter(rest, "depth", value)) {
-        time_per_move = UNLIMITED_TIME;
-        tc_mode = 1;
-        max_depth = static_cast<std::uint8_t>(clamped_integer(value, 0, MAX_DEPTH));
+        limits.fix_time(UNLIMITED_TIME);
+        limits.max_depth = clamped_integer(value, 0, MAX_DEPTH);
     }
     if (find_parameter(rest, "nodes", value)) {
-        time_per_move = UNLIMITED_TIME;
-        tc_mode = 1;
-        node_limit = jittered_nodes(leading_integer(value));
+        limits.fix_time(UNLIMITED_TIME);
+        limits.node_limit = jittered_nodes(leading_integer(value), front.engine.random);
     }
     if (find_parameter(rest, "movetime", value)) {
-        tc_mode = 1;
-        time_per_move = milliseconds(value);
-        increment = 0.0;
+        limits.fix_time(milliseconds(value));
+        limits.increment = 0.0;
     }
     if (find_parameter(rest, "infinite", value)) {
-        tc_mode = 1;
-        time_per_move = UNLIMITED_TIME;
-        max_depth = MAX_DEPTH;
-        node_limit = 0;
-        increment = 0.0;
+        limits.fix_time(UNLIMITED_TIME);
+        limits.max_depth = MAX_DEPTH;
+        limits.node_limit = 0;
+        limits.increment = 0.0;
     }
-    search_request = find_parameter(rest, "ponder", value) ? REQUEST_PONDER : REQUEST_SEARCH;
-    endless_search = search_request == REQUEST_PONDER || limits_are_endless();
-    ready_flag = true;
 }
 
-void ponderhit(std::string_view) {
-    if (search_state != REQUEST_PONDER) return;
-    search_state = REQUEST_SEARCH;
-    endless_search = limits_are_endless();
+void go(FrontEnd &front, std::string_view rest) {
+    if (pondering(front.engine)) end_pondering(front.engine);  // overtaken: it reports as soon as it has stopped
+    stop_search(front.engine, STOP_ABANDON);
+    read_limits(front, rest);
+    std::string_view value;
+    const bool ponder = find_parameter(rest, "ponder", value);
+    request_search(front, ponder ? REQUEST_PONDER : REQUEST_SEARCH, ponder || front.limits.is_endless());
 }
 
-void stop(std::string_view) {
-    if (search_state != REQUEST_NONE) search_state = REQUEST_SEARCH;
-    ready_flag = false;
-    stop_and_wait(STOP_REPORT);
-    ready_flag = true;
+void ponderhit(FrontEnd &front, std::string_view) {
+    if (!pondering(front.engine)) return;
+    end_pondering(front.engine);
+    front.endless_search = front.limits.is_endless();
 }
 
-void quit(std::string_view) {
-    stop_flag = STOP_ABANDON;
-    quit_flag = true;
+void stop(FrontEnd &front, std::string_view) {
+    end_pondering(front.engine);
+    stop_and_wait(front.engine, STOP_REPORT);
+}
+
+void quit(FrontEnd &front, std::string_view) {
+    stop_search(front.engine, STOP_ABANDON);
+    front.quit = true;
 }
 
 struct Command {
     std::string_view word;
-    void (*run)(std::string_view rest);
+    void (*run)(FrontEnd &front, std::string_view rest);
 };
 constexpr Command COMMANDS[] = {
     {"uci", uci},
@@ -213,12 +219,12 @@ constexpr Command COMMANDS[] = {
 
 }  // namespace
 
-void interpret_uci(std::string_view line) {
+void interpret_uci(FrontEnd &front, std::string_view line) {
     if (line.empty()) return;
-    if (debug_echo && logging()) log_line("CMD: " + std::string(line));
+    if (logging()) log_line("CMD: " + std::string(line));
     std::string_view rest = line;
     const std::string_view word = next_word(rest);
     rest.remove_prefix(std::min<std::size_t>(1, rest.size()));
     for (const Command &command : COMMANDS)
-        if (word == command.word) command.run(rest);
+        if (word == command.word) command.run(front, rest);
 }

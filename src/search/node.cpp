@@ -1,48 +1,86 @@
 // One node below the root: limits, draws, extension, table, static evaluation and the pruning rules, in a fixed order.
 #include <algorithm>
 
-#include "board/attacks.h"
-#include "board/see.h"
+#include "board/checks.h"
+#include "board/exchange.h"
+#include "board/legality.h"
+#include "board/makemove.h"
+#include "board/repetition.h"
 #include "platform/clock.h"
-#include "search/params.h"
 #include "search/picker.h"
 #include "search/search.h"
-#include "search/threads.h"
 #include "search/timing.h"
-#include "search/tt.h"
-#include "tablebase/registry.h"
 
 namespace {
 
+constexpr int THROTTLE_ITERATION = 2;  // the node-rate limit holds from this iteration on
+constexpr int FIRST_REPETITION = 3;    // a shorter fifty-move clock has no repetition
 constexpr int LAST_EXTENSION_PLY = 30;
-constexpr int MATE_CUT_PLY = 8;
-constexpr int NO_ENTRY = -1000;  // depth of a table entry that is not there
-constexpr int PROBCUT_EXCHANGE = 75;
+constexpr int MATE_CUT_PLY = 8;   // mates of the table cut principal variations from this ply on
+constexpr int NO_ENTRY = -1000;   // depth of a table entry that is not there
+constexpr int FIFTY_MOVES = 100;  // plies
+constexpr int TB_RESULT_LOST =
+    6;  // sum of a node's and its parent's tablebase results: 4 when the move keeps the result
+
+// Gate of the beta-side rules, and the rules; centipawns and plies
+constexpr int GATE_DECLINE = 75;           // the evaluation may be so much below that of two plies ago
+constexpr int THREAT_DEFAULT = 102;        // smaller threats
+constexpr int THREAT_DEFAULT_MARGIN = 50;  // count like this in the depth trim
+constexpr int TRIM_MOVES = 5;              // earlier moves of the parent that a trim takes
+constexpr int SAFE_THREAT_DEPTH = 3;
 constexpr int SAFE_THREAT_MARGIN = 124;
+constexpr int PROBCUT_PLY = 4;
+constexpr int PROBCUT_HIGHEST_BETA = 9000;
+constexpr int PROBCUT_EXCHANGE = 75;
+constexpr int NULL_MOVE_DEEP = 9;      // beyond this depth the null move
+constexpr int NULL_MOVE_MATERIAL = 3;  // of a side with more than this is searched one ply less deep
+constexpr int VERIFIED_DEPTH = 5;      // from here on a failing null move shortens the node instead of ending it
+
+// Internal iterative deepening
+constexpr int IID_PV_REDUCTION = 3;
+constexpr int IID_REDUCTION = 4;
+constexpr int IID_DEEP = 8;  // beyond this depth one ply more
+constexpr int IID_DEFICIT = 199;
+
+// Random depth reductions
+constexpr int DRAW_RANGE = 512;
+constexpr int RATE_UNIT_NUMERATOR = 384;
+constexpr int RATE_UNIT_DENOMINATOR = 256;
+constexpr int RANDOM_LOWEST_ALPHA = -9600;
+
+// What every step of a node needs.
+struct Node {
+    SearchThread &thread;
+    SearchShared &shared;
+    Position &pos;
+    PlyRecord &record;
+    const PlyRecord &parent;
+    int ply;
+    NodeType type;
+};
 
 // Node-rate limit: sleeps until this thread's rate has fallen to the target.
 void throttle(const SearchThread &thread) {
-    const auto limited = [] {
-        return target_nps < UNLIMITED_NPS && search_shared.iteration >= 2 && stop_flag == STOP_NONE;
+    SearchShared &shared = *thread.shared;
+    const auto limited = [&shared] {
+        return shared.target_nps < UNLIMITED_NPS && shared.iteration >= THROTTLE_ITERATION &&
+               shared.stop_flag == STOP_NONE;
     };
-    while (limited() && static_cast<double>(thread.nodes) > target_nps * search_shared.elapsed) {
+    while (limited() && static_cast<double>(thread.nodes) > shared.target_nps * shared.elapsed) {
         sleep_ms(1);
-        check_time();
+        check_time(shared);
     }
 }
 
-void initialise_record(SearchThread &thread, int ply, int alpha, int beta, NodeType type, Line &pv) {
+void initialise_record(SearchThread &thread, int ply, NodeType type, Line &pv) {
     PlyRecord &record = thread.plies[ply];
     record.node_type = type;
-    record.alpha = static_cast<std::int16_t>(alpha);
-    record.beta = static_cast<std::int16_t>(beta);
     record.depth = record.static_eval = 0;
-    record.in_check = record.razored = record.moves_searched = 0;
+    record.moves_searched = 0;
     record.reduction = record.iid_active = record.search_mode = 0;
     record.eval = {};
-    record.tb_result = -1;
+    record.tb_result = NO_TB_RESULT;
     record.hash_move = NO_MOVE;
-    record.checker = NO_SQUARE;
     PlyRecord &next = thread.plies[ply + 1];
     next.killer1 = next.killer2 = next.check_killer = NO_MOVE;
     pv[ply] = pv[ply + 1] = NO_MOVE;
@@ -51,25 +89,16 @@ void initialise_record(SearchThread &thread, int ply, int alpha, int beta, NodeT
 // Draw by the fifty-move clock, by one repetition of a position of this search, or by two of earlier game positions.
 bool is_draw(const SearchThread &thread, int ply) {
     const Position &pos = thread.position;
-    if (pos.fifty >= 100) return true;
-    const MoveHistory &history = thread.history;
-    const int root = history.undo_count - (ply - 1);  // entry of the root position
-    const int oldest = std::max(history.undo_count - pos.fifty, 0);
-    int game_matches = 0;
-    for (int i = history.undo_count - 4; i >= oldest; i -= 2)
-        if (history.undo[i].key == pos.key && (i >= root || ++game_matches == 2)) return true;
-    return false;
+    return pos.fifty >= FIFTY_MOVES || is_draw_by_repetition(pos, thread.history.undo_count - (ply - ROOT_PLY));
 }
 
 // One ply for an evasion, unless the check is easily answered: outside the principal variation, no discovered check, and
 // the checking piece can be captured with profit.
-int check_extension(SearchThread &thread, Colour side, int ply) {
-    const PlyRecord &record = thread.plies[ply];
-    const PlyRecord &parent = thread.plies[ply - 1];
-    if (ply >= LAST_EXTENSION_PLY || !record.in_check) return 0;
-    Position &pos = thread.position;
-    const bool answered = parent.node_type != PV_NODE && (parent.move_flags & MOVE_DISCOVERS) == 0 &&
-                          see_value(pos, side, NO_SQUARE, record.checker, pos.occupied(), true) >= 1;
+int check_extension(const Node &node) {
+    if (node.ply >= LAST_EXTENSION_PLY || !node.record.in_check()) return 0;
+    const Position &pos = node.pos;
+    const bool answered = node.parent.node_type != PV_NODE && (node.parent.move_flags & MOVE_DISCOVERS) == 0 &&
+                          see_value(pos, pos.side, NO_SQUARE, node.record.checker, pos.occupied(), true) >= 1;
     return answered ? 0 : 1;
 }
 
@@ -81,58 +110,63 @@ struct HashProbe {
     int score = 0;
 };
 
-HashProbe probe_hash(SearchThread &thread, Colour side, int ply, int depth, int alpha, int beta, NodeType type) {
+HashProbe probe_hash(const Node &node, int depth, int alpha, int beta) {
     HashProbe probe;
-    const Position &pos = thread.position;
-    ++thread.hash_probes;
-    const TtHit hit = tt_probe(pos);
-    if (hit.entry == nullptr || (hit.move != NO_MOVE && !is_pseudo_legal(pos, hit.move, side))) return probe;
-    ++thread.hash_hits;
-    thread.plies[ply].hash_move = hit.move;
+    const Position &pos = node.pos;
+    ++node.thread.hash_probes;
+    const TtHit hit = tt_probe(node.shared.table, pos);
+    if (hit.entry == nullptr || (hit.move != NO_MOVE && !is_pseudo_legal(pos, hit.move, pos.side))) return probe;
+    ++node.thread.hash_hits;
+    node.record.hash_move = hit.move;
     probe.depth = hit.depth;
     int score = hit.score;
     if (score >= MATE_THRESHOLD)
-        score -= ply;
+        score -= node.ply;
     else if (score < -MATE_THRESHOLD)
-        score += ply;
+        score += node.ply;
     probe.low = score <= alpha && hit.bound != BOUND_LOWER;
     probe.high = score >= beta && hit.bound != BOUND_UPPER;
-    if (depth > std::min(hit.depth, 100 - pos.fifty)) return probe;
+    if (depth > std::min(hit.depth, FIFTY_MOVES - pos.fifty)) return probe;
 
-    tt_refresh_age(*hit.entry);
+    tt_refresh_age(node.shared.table, *hit.entry);
     const auto cut = [&probe](int result) {
         probe.cut = true;
         probe.score = result;
         return probe;
     };
-    if (hit.bound == BOUND_EXACT && ply >= MATE_CUT_PLY && (score < -MATE_THRESHOLD || score >= MATE_THRESHOLD))
+    if (hit.bound == BOUND_EXACT && node.ply >= MATE_CUT_PLY && (score < -MATE_THRESHOLD || score >= MATE_THRESHOLD))
         return cut(score);
-    if (type == PV_NODE) return probe;
+    if (node.type == PV_NODE) return probe;
     if (probe.low) return cut(alpha);
     if (probe.high) return cut(beta);
     return probe;
 }
 
-// Score of a node that the tablebases know, under a parent that they do not know.
-int tb_bound(PlyRecord &record, int result, int ply, int alpha, int beta) {
-    const int score = result == TB_LOSS ? ply - TB_WIN_SCORE - 1 : result == TB_WIN ? TB_WIN_SCORE - ply : 0;
-    if (score <= alpha) {
-        record.beta = static_cast<std::int16_t>(score);
-        return alpha;
+// Whether the tablebases decide the node: under a parent that they do not know by their result, else when the move has not
+// kept the parent's result.
+bool probe_tablebases(const Node &node, int depth, int alpha, int beta, int &score) {
+    const int result = tb_probe_search(node.shared.tablebases, node.pos, depth, node.shared.tb_depths);
+    node.record.tb_result = result;
+    if (result == NO_TB_RESULT) return false;
+    ++node.thread.tb_hits;
+    if (node.parent.tb_result != NO_TB_RESULT) {
+        score = beta;
+        return result >= TB_RESULT_LOST - node.parent.tb_result;
     }
-    record.alpha = static_cast<std::int16_t>(score);
-    if (score < beta) record.beta = static_cast<std::int16_t>(score);
-    return score;
+    score = result == TB_LOSS ? node.ply - TB_WIN_SCORE - 1 : result == TB_WIN ? TB_WIN_SCORE - node.ply : 0;
+    score = std::max(score, alpha);
+    return true;
 }
 
 // At low strength settings some lines are shortened at random, the same for a position throughout a search.
-int random_depth_reduction(const SearchThread &thread, int depth, bool in_check, NodeType type, int alpha, int beta) {
-    const int rate = search_params.random_reduction_rate;
-    if (rate == 0 || in_check || type == PV_NODE || alpha <= -9600 || beta >= MATE_THRESHOLD) return depth;
-    const std::uint32_t draw = (static_cast<std::uint32_t>(thread.position.key) ^ search_shared.seed) & 511;
-    return static_cast<std::int64_t>(draw) < static_cast<std::int64_t>(rate) * 384 / 256
-               ? std::min(depth / 2, depth - 3)
-               : depth;
+int random_depth_reduction(const Node &node, int depth, int alpha, int beta) {
+    const int rate = node.shared.params.random_reduction_rate;
+    if (rate == 0 || node.record.in_check() || node.type == PV_NODE || alpha <= RANDOM_LOWEST_ALPHA ||
+        beta >= MATE_THRESHOLD)
+        return depth;
+    const std::uint32_t draw = (static_cast<std::uint32_t>(node.pos.key) ^ node.shared.seed) & (DRAW_RANGE - 1);
+    const std::int64_t limit = static_cast<std::int64_t>(rate) * RATE_UNIT_NUMERATOR / RATE_UNIT_DENOMINATOR;
+    return draw < limit ? std::min(depth / 2, depth - 3) : depth;
 }
 
 // Whether no piece of `side` but its king stands to lose so much by exchange that the evaluation would fall to beta.
@@ -143,24 +177,25 @@ bool threats_safe(const Position &pos, Colour side, int eval, int beta) {
         if (SEE_VALUES[type] >= harmless) pieces |= pos.of(side, type);
     while (pieces != 0) {
         const Square s = pop_lsb(pieces);
-        const int loss = see_value(pos, 1 - side, NO_SQUARE, s, pos.occupied(), true);
+        const int loss = see_value(pos, opponent(side), NO_SQUARE, s, pos.occupied(), true);
         if (loss > 0 && loss >= harmless) return false;
     }
     return true;
 }
 
 // ProbCut: a good capture that beats a raised beta at reduced depth makes it very likely that the node fails high.
-bool probcut(SearchThread &thread, int ply, int depth, int beta) {
-    if (beta > 9000) return false;
-    Position &pos = thread.position;
+bool probcut(const Node &node, int depth, int beta) {
+    if (beta > PROBCUT_HIGHEST_BETA) return false;
+    SearchThread &thread = node.thread;
+    Position &pos = node.pos;
+    PlyRecord &record = node.record;
     const Colour side = pos.side;
-    const int raised_beta = beta + search_params.ProbCut_margin;
-    const int reduced_depth = std::max(1, depth - search_params.ProbCut_reduction);
-    PlyRecord &record = thread.plies[ply];
+    const int raised_beta = beta + node.shared.params.ProbCut_margin;
+    const int reduced_depth = std::max(1, depth - node.shared.params.ProbCut_reduction);
     MoveEntry *end = gen_captures(pos, side, record.list, NO_SQUARE);
     end = gen_promotions(pos, side, true, end);
     terminate_list(end);
-    close_list(thread, ply, end);
+    close_list(thread, node.ply, end);
     for (MoveEntry *entry = record.list; entry != end; ++entry) entry->score = capture_score(*entry);
     record.moves_searched = 0;
 
@@ -175,49 +210,107 @@ bool probcut(SearchThread &thread, int ply, int depth, int beta) {
         prefetch_child(thread, entry.move, reduced_depth - 1);
         make_move(pos, entry.move);
         const int score =
-            -search_node(thread, 1 - side, ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);
+            -search_node(thread, node.ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);
         unmake_move(pos);
-        if (stop_flag != STOP_NONE) return false;
+        if (thread.stopped()) return false;
         if (score >= raised_beta) return true;
     }
     return false;
 }
 
-bool null_move_allowed(const SearchThread &thread, int ply, int depth) {
-    if (depth < search_params.NMP_depth || thread.null_depth > thread.iteration / 10) return false;
+bool null_move_allowed(const Node &node, int depth) {
+    const SearchThread &thread = node.thread;
+    if (depth < node.shared.params.NMP_depth || thread.null_depth > thread.iteration / 10) return false;
     // Record 0 holds no move, which is not a null move.
-    return !is_null(thread.plies[ply - 1].current) && (ply <= 2 || !is_null(thread.plies[ply - 2].current));
+    return !is_null(node.parent.current) && (node.ply <= 2 || !is_null(thread.plies[node.ply - 2].current));
 }
 
-int search_null_move(SearchThread &thread, Colour side, int ply, int depth, int alpha, int beta, Line &pv) {
-    PlyRecord &record = thread.plies[ply];
+int search_null_move(const Node &node, int depth, int alpha, int beta, Line &pv) {
+    SearchThread &thread = node.thread;
+    PlyRecord &record = node.record;
     ++thread.null_depth;
     record.moves_searched = 0;
     // The child sees a null entry as the move that led to it.
     record.current = record.list;
     *record.current = {NO_MOVE, 0, 0, 0};
     terminate_list(record.list + 1);
-    close_list(thread, ply, record.list + 1);
-    make_null_move(thread.position);
-    if (depth >= 0) tt_prefetch(thread.position.key);
-    const int score = -search_node(thread, 1 - side, ply + 1, depth, -beta, -alpha, CUT_NODE, pv);
-    unmake_null_move(thread.position);
+    close_list(thread, node.ply, record.list + 1);
+    make_null_move(node.pos);
+    if (depth >= 0) tt_prefetch(node.shared.table, node.pos.key);
+    const int score = -search_node(thread, node.ply + 1, depth, -beta, -alpha, CUT_NODE, pv);
+    unmake_null_move(node.pos);
     --thread.null_depth;
     return score;
 }
 
+// What the rules on the beta side come to.
+struct BetaSide {
+    bool cut = false;  // `score` is the node's result
+    int score = 0;
+    int depth;  // of the rest of the search
+};
+
+BetaSide try_null_move(const Node &node, int depth, int alpha, int beta, Line &pv) {
+    if (!null_move_allowed(node, depth)) return {false, 0, depth};
+    const bool deep = depth > NULL_MOVE_DEEP && node.pos.nonpawn_material[node.pos.side] > NULL_MOVE_MATERIAL;
+    const int reduction = deep ? 4 : 3;
+    const int score = search_null_move(node, std::max(0, depth - reduction - 1), alpha, beta, pv);
+    if (node.thread.stopped()) return {true, 0, depth};
+    if (score < beta) return {false, 0, depth};
+    if (depth < VERIFIED_DEPTH) return {true, beta, depth};
+    return {false, 0, depth - reduction - 1};
+}
+
+// The rules that expect a cut: the evaluation stands above beta and nothing speaks against it.
+BetaSide beta_side_rules(const Node &node, int depth, int alpha, int beta, Line &pv) {
+    const SearchParams &params = node.shared.params;
+    const Position &pos = node.pos;
+    const Colour side = pos.side;
+    const int eval = node.record.static_eval;
+
+    // 13. Depth trim
+    const int threat = node.record.eval.threat_level[side];
+    const int margin = threat < THREAT_DEFAULT ? THREAT_DEFAULT_MARGIN : threat / 2;
+    if (depth != 1 && eval >= beta + margin && node.parent.moves_searched >= TRIM_MOVES) --depth;
+
+    // 14. Static-eval pruning
+    if (depth <= params.SEP_depth && eval - threat >= beta) {
+        if (eval >= beta + params.SEP_margin[depth]) return {true, beta, depth};
+        if (depth < SAFE_THREAT_DEPTH && threats_safe(pos, side, eval, beta)) return {true, beta, depth};
+    }
+
+    // 15. ProbCut
+    if (depth >= params.ProbCut_depth && node.ply >= PROBCUT_PLY && probcut(node, depth, beta))
+        return {true, beta, depth};
+
+    // 16. Null move
+    return try_null_move(node, depth, alpha, beta, pv);
+}
+
+// 12. Gate for the beta-side rules
+bool beta_side_gate(const Node &node, const HashProbe &probe, int beta) {
+    const Position &pos = node.pos;
+    const int eval = node.record.static_eval;
+    return eval >= beta + node.shared.params.BP_margin &&
+           eval >= node.thread.plies[node.ply - 2].static_eval - GATE_DECLINE && node.type == CUT_NODE && !probe.low &&
+           node.parent.search_mode != SEARCH_AGAIN && pos.nonpawn_material[pos.side] > 0 &&
+           pos.of(pos.side, PAWN) != 0 && beta >= -MATE_THRESHOLD;
+}
+
 }  // namespace
 
-int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha, int beta, NodeType type, Line &pv) {
+int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, NodeType type, Line &pv) {
+    SearchShared &shared = *thread.shared;
     Position &pos = thread.position;
     PlyRecord &record = thread.plies[ply];
-    const PlyRecord &parent = thread.plies[ply - 1];
+    const Node node{thread, shared, pos, record, thread.plies[ply - 1], ply, type};
+    assert(thread.history.ply == ply);
 
     // 1. Node count, rate limit, node budget, stop
     ++thread.nodes;
-    if (target_nps < UNLIMITED_NPS) throttle(thread);
-    if (thread.nodes > thread.node_budget && thread.best_depth > 1) stop_flag = STOP_REPORT;
-    if (stop_flag != STOP_NONE) return 0;
+    if (shared.target_nps < UNLIMITED_NPS) throttle(thread);
+    if (thread.nodes > thread.node_budget && thread.best_depth > 1) shared.stop_flag = STOP_REPORT;
+    if (shared.stop_flag != STOP_NONE) return 0;
     if (ply > thread.selective_depth) thread.selective_depth = static_cast<std::uint8_t>(ply);
 
     // 2. Mate distance
@@ -226,96 +319,61 @@ int search_node(SearchThread &thread, Colour side, int ply, int depth, int alpha
     if (alpha >= beta) return alpha;
 
     // 3. Record and check detection
-    initialise_record(thread, ply, alpha, beta, type, pv);
-    record.checker = static_cast<std::uint8_t>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
-    const bool in_check = record.checker != NO_SQUARE;
-    record.in_check = in_check;
+    initialise_record(thread, ply, type, pv);
+    record.checker = static_cast<std::uint8_t>(checker_of(pos, pos.side));
+    const bool in_check = record.in_check();
 
     // 4. Draws
-    if (thread.history.current_move != NO_MOVE && pos.fifty > 3 && is_draw(thread, ply)) return 0;
+    if (thread.history.current_move != NO_MOVE && pos.fifty > FIRST_REPETITION && is_draw(thread, ply)) return 0;
 
     // 5. Check extension
-    depth += check_extension(thread, side, ply);
+    depth += check_extension(node);
     record.depth = static_cast<std::int16_t>(depth);
 
     // 6. Hash probe
     HashProbe probe;
     if (depth >= 0) {
-        probe = probe_hash(thread, side, ply, depth, alpha, beta, type);
+        probe = probe_hash(node, depth, alpha, beta);
         if (probe.cut) return probe.score;
     }
 
     // 7. Endgame tablebases
-    if (popcount(pos.occupied()) <= tablebases.largest && (pos.fifty == 0 || parent.tb_result != NO_TB_RESULT)) {
-        const int result = tb_probe_search(tablebases, pos, depth, search_shared.tb_depths);
-        record.tb_result = result;
-        if (result != NO_TB_RESULT) {
-            ++thread.tb_hits;
-            if (parent.tb_result == NO_TB_RESULT) return tb_bound(record, result, ply, alpha, beta);
-            if (result >= 6 - parent.tb_result) return beta;  // the move has not kept the parent's result
-        }
-    }
+    if (popcount(pos.occupied()) <= shared.tablebases.largest &&
+        (pos.fifty == 0 || node.parent.tb_result != NO_TB_RESULT))
+        if (int score = 0; probe_tablebases(node, depth, alpha, beta, score)) return score;
 
     // 8. Static evaluation
-    const int eval = evaluate(pos, thread.eval, side, ply, in_check, record.eval);
+    const int eval = evaluate(pos, thread.eval, pos.side, ply, in_check, record.eval);
     record.static_eval = static_cast<std::int16_t>(eval);
     if ((record.eval.flags & RECOGNISED_DRAW) != 0) return 0;
     if (ply >= MAX_PLY) return in_check ? 0 : eval;
 
     // 9. Random depth reduction
-    depth = random_depth_reduction(thread, depth, in_check, type, alpha, beta);
+    depth = random_depth_reduction(node, depth, alpha, beta);
 
     // 10. Evasions and the horizon
-    if (in_check) return search_moves(thread, side, ply, depth, alpha, beta, true, type, pv);
-    if (depth < 1) return quiesce(thread, side, ply, depth, alpha, beta, type, pv);
+    if (in_check) return search_moves(thread, ply, depth, alpha, beta, type, pv);
+    if (depth < 1) return quiesce(thread, ply, depth, alpha, beta, type, pv);
 
     // 11. Razoring
-    if (depth <= search_params.FP_depth && eval <= alpha - search_params.FP_margin[depth] && !probe.high &&
-        alpha < MATE_THRESHOLD && type != PV_NODE) {
-        record.razored = 1;
-        return quiesce(thread, side, ply, depth, alpha, beta, type, pv);
-    }
+    if (depth <= shared.params.FP_depth && eval <= alpha - shared.params.FP_margin[depth] && !probe.high &&
+        alpha < MATE_THRESHOLD && type != PV_NODE)
+        return quiesce(thread, ply, depth, alpha, beta, type, pv);
 
-    // 12. Gate for the beta-side rules
-    const bool gate = eval >= beta + search_params.BP_margin && eval >= thread.plies[ply - 2].static_eval - 75 &&
-                      type == CUT_NODE && !probe.low && parent.search_mode != 2 && pos.nonpawn_material[side] > 0 &&
-                      pawn_count(pos.material[side]) != 0 && beta >= -MATE_THRESHOLD;
-    if (gate) {
-        // 13. Depth trim
-        const int threat = record.eval.threat_level[side];
-        if (depth != 1 && eval >= beta + (threat < 102 ? 50 : threat / 2) && parent.moves_searched >= 5) --depth;
-
-        // 14. Static-eval pruning
-        if (depth <= search_params.SEP_depth && eval - threat >= beta) {
-            if (eval >= beta + search_params.SEP_margin[depth]) return beta;
-            if (depth < 3 && threats_safe(pos, side, eval, beta)) return beta;
-        }
-
-        // 15. ProbCut
-        if (depth >= search_params.ProbCut_depth && ply >= 4 && probcut(thread, ply, depth, beta)) return beta;
-
-        // 16. Null move
-        if (null_move_allowed(thread, ply, depth)) {
-            const bool deep = depth > 9 && pos.nonpawn_material[side] > 3;
-            const int reduction = deep ? 4 : 3;
-            const int verification = deep ? 5 : 4;
-            const int score = search_null_move(thread, side, ply, std::max(0, depth - reduction - 1), alpha, beta, pv);
-            if (stop_flag != STOP_NONE) return 0;
-            if (score >= beta) {
-                if (depth < 5) return beta;
-                depth -= verification;
-            }
-        }
+    if (beta_side_gate(node, probe, beta)) {
+        const BetaSide rules = beta_side_rules(node, depth, alpha, beta, pv);
+        if (rules.cut) return rules.score;
+        depth = rules.depth;
     }
 
     // 17. Internal iterative deepening
-    const int iid_depth = type == PV_NODE ? depth - 3 : depth - (depth > 8 ? 5 : 4);
-    if (probe.depth < iid_depth && iid_depth >= 1 && eval >= alpha - 199) {
+    const int iid_depth = depth - (type == PV_NODE ? IID_PV_REDUCTION : IID_REDUCTION + (depth > IID_DEEP ? 1 : 0));
+    if (probe.depth < iid_depth && iid_depth >= 1 && eval >= alpha - IID_DEFICIT) {
         record.iid_active = 1;
-        search_moves(thread, side, ply, iid_depth, alpha, beta, false, type, pv);
+        search_moves(thread, ply, iid_depth, alpha, beta, type, pv);
         record.iid_active = 0;
         record.hash_move = pv[ply];
     }
 
-    return search_moves(thread, side, ply, depth, alpha, beta, false, type, pv);
+    return search_moves(thread, ply, depth, alpha, beta, type, pv);
 }

@@ -3,31 +3,45 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/control.h"
 #include "base/output.h"
-
-SearchParams search_params;
 
 namespace {
 
 constexpr int FULL_SELECTIVITY = 200;
+constexpr int NORMAL_SELECTIVITY = 100;
+constexpr int LEAST_BP_MARGIN = 15;  // centipawns
+constexpr int FP_BASE = 50;          // centipawns
+constexpr int LMP_BASE = 1;          // moves
+
+// Random reductions: the slower the play, the more of them.
 constexpr int RANDOM_REDUCTION_ELO = 2199;  // up to this strength
+constexpr double RANDOM_REDUCTION_SCALE = 4500.0;
+constexpr double SLOWEST_RATE = 10.0;  // nodes per second
+constexpr double HIGHEST_REDUCTION_RATE = 1e6;
+
+// Late-move reductions of depth d and move m: base + slope * ln d * ln m plies, and how much depth must be left.
+struct ReductionCurve {
+    double base, slope;
+    int depth_left;
+};
+constexpr ReductionCurve NONPV_CURVE = {0.6, 0.46, 1};
+constexpr ReductionCurve PV_CURVE = {-0.7, 0.44, 2};
+constexpr int LEAST_REDUCED_DEPTH = 3;
 
 std::uint8_t rounded_reduction(double x) { return static_cast<std::uint8_t>(x >= 0.0 ? std::lround(x) : 0); }
 
-void build_reductions(int selectivity) {
-    SearchParams &p = search_params;
-    for (std::size_t d = 0; d < 32; ++d) {
-        for (std::size_t m = 0; m < 32; ++m) {
-            p.LMR_nonpv[d][m] = p.LMR_pv[d][m] = 0;
-            if (d <= 2 || m == 0) continue;
-            const double depth = static_cast<double>(d);
-            const double logs = std::log(depth);
-            const double log_moves = std::log(static_cast<double>(m));
-            const double nonpv = (0.6 + 0.46 * logs * log_moves) * selectivity * 0.01;
-            const double pv = (0.44 * logs * log_moves - 0.7) * selectivity * 0.01;
-            p.LMR_nonpv[d][m] = rounded_reduction(std::min(nonpv, depth - 1));
-            p.LMR_pv[d][m] = rounded_reduction(std::min(pv, depth - 2));
+std::uint8_t reduction(const ReductionCurve &curve, int depth, int move, int selectivity) {
+    const double logs = std::log(static_cast<double>(depth));
+    const double plies = (curve.base + curve.slope * logs * std::log(static_cast<double>(move))) * selectivity * 0.01;
+    return rounded_reduction(std::min(plies, static_cast<double>(depth - curve.depth_left)));
+}
+
+void build_reductions(int selectivity, SearchParams &p) {
+    for (int d = 0; d < 32; ++d) {
+        for (int m = 0; m < 32; ++m) {
+            const bool reduced = d >= LEAST_REDUCED_DEPTH && m > 0;
+            p.LMR_nonpv[d][m] = reduced ? reduction(NONPV_CURVE, d, m, selectivity) : std::uint8_t{0};
+            p.LMR_pv[d][m] = reduced ? reduction(PV_CURVE, d, m, selectivity) : std::uint8_t{0};
         }
     }
 }
@@ -51,9 +65,7 @@ std::string depths_text(const char *title, int depth, const char *label,
 
 }  // namespace
 
-void derive_search_params() {
-    const Settings &s = settings;
-    SearchParams &p = search_params;
+void derive_search_params(const SearchSettings &s, int elo, double target_nps, SearchParams &p) {
     // The margin tables end at MAX_MARGIN_DEPTH.
     const auto margin_depth = [](std::int16_t depth) { return std::clamp<std::int16_t>(depth, 0, MAX_MARGIN_DEPTH); };
     p.FP_depth = margin_depth(s.FP_depth);
@@ -66,22 +78,23 @@ void derive_search_params() {
     p.ProbCut_margin = s.ProbCut_margin;
 
     const int selectivity = std::min<int>(s.Selectivity, FULL_SELECTIVITY);
-    p.BP_margin = static_cast<std::int16_t>(selectivity < 100 ? ((100 - selectivity) >> 1) + 15 : 15);
+    const int timidity = std::max(NORMAL_SELECTIVITY - selectivity, 0);
+    p.BP_margin = static_cast<std::int16_t>(LEAST_BP_MARGIN + timidity / 2);
     for (int d = 0; d <= MAX_MARGIN_DEPTH; ++d) {
         const auto i = static_cast<std::size_t>(d);
-        p.FP_margin[i] = static_cast<std::int16_t>(50 + d * s.FP_step);
+        p.FP_margin[i] = static_cast<std::int16_t>(FP_BASE + d * s.FP_step);
         p.SEP_margin[i] = static_cast<std::int16_t>(d * s.SEP_step);
-        p.LMP_count[i] = static_cast<std::int16_t>(1 + d * s.LMP_step);
+        p.LMP_count[i] = static_cast<std::int16_t>(LMP_BASE + d * s.LMP_step);
     }
-    build_reductions(selectivity);
+    build_reductions(selectivity, p);
 
     p.random_reduction_rate = 0;
-    if (s.UCI_Elo >= 1 && s.UCI_Elo <= RANDOM_REDUCTION_ELO && target_nps > 10.0)
-        p.random_reduction_rate = static_cast<std::int32_t>(std::min(4500.0 / (target_nps - 10.0), 1e6));
+    if (elo >= 1 && elo <= RANDOM_REDUCTION_ELO && target_nps > SLOWEST_RATE)
+        p.random_reduction_rate = static_cast<std::int32_t>(
+            std::min(RANDOM_REDUCTION_SCALE / (target_nps - SLOWEST_RATE), HIGHEST_REDUCTION_RATE));
 }
 
-std::string search_params_text() {
-    const SearchParams &p = search_params;
+std::string search_params_text(const SearchParams &p) {
     std::string text = format_line("BP_margin= %d\n", p.BP_margin);
     text += depths_text("FP_depth", p.FP_depth, "margins", p.FP_margin);
     text += depths_text("SEP_depth", p.SEP_depth, "margins", p.SEP_margin);

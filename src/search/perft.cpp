@@ -1,17 +1,17 @@
-#include "board/attacks.h"
-#include "board/movegen.h"
+#include "board/checks.h"
+#include "board/legality.h"
+#include "board/makemove.h"
 #include "search/search.h"
 
 namespace {
 
-// The legal moves of the side to move, generated in one go (evasions of the checker when in check), into the list of a ply.
-MoveEntry *legal_moves(SearchThread &thread, Colour side, int ply) {
-    Position &pos = thread.position;
-    const auto checker = static_cast<Square>(least_attacker(pos, pos.king_square[side], 1 - side, pos.occupied()));
+// The legal moves of the side to move into the list of a ply. Returns their end.
+MoveEntry *legal_moves(SearchThread &thread, int ply) {
+    const Position &pos = thread.position;
+    const Colour side = pos.side;
+    const Square checker = checker_of(pos, side);
     MoveEntry *list = thread.plies[ply].list;
-    MoveEntry *end = gen_captures(pos, side, list, checker);
-    end = gen_promotions(pos, side, true, end);
-    end = gen_quiets(pos, side, end, checker);
+    const MoveEntry *end = gen_moves(pos, side, list, checker);
     const Pins pins(pos, side, checker != NO_SQUARE);
     MoveEntry *kept = list;
     for (const MoveEntry *entry = list; entry != end; ++entry)
@@ -22,8 +22,8 @@ MoveEntry *legal_moves(SearchThread &thread, Colour side, int ply) {
 
 }  // namespace
 
-void perft(SearchThread &thread, Colour side, int ply, int depth) {
-    const MoveEntry *end = legal_moves(thread, side, ply);
+void perft(SearchThread &thread, int ply, int depth) {
+    const MoveEntry *end = legal_moves(thread, ply);
     const MoveEntry *list = thread.plies[ply].list;
     if (depth == 1) {
         thread.nodes += static_cast<std::uint64_t>(end - list);
@@ -31,7 +31,7 @@ void perft(SearchThread &thread, Colour side, int ply, int depth) {
     }
     for (const MoveEntry *entry = list; entry != end; ++entry) {
         make_move(thread.position, entry->move);
-        perft(thread, 1 - side, ply + 1, depth - 1);
+        perft(thread, ply + 1, depth - 1);
         unmake_move(thread.position);
     }
 }

@@ -4,7 +4,8 @@
 #include <utility>
 
 #include "board/attacks.h"
-#include "board/see.h"
+#include "board/exchange.h"
+#include "board/movegen.h"
 
 namespace {
 
@@ -16,9 +17,20 @@ constexpr int UNDERPROMOTION_SCORE = 15;
 // At or below this score the rest is not worth sorting.
 constexpr int SORT_LIMIT = 2;
 
-void set_state(PlyRecord &record, PickState state) {
-    record.pick_stage = static_cast<std::uint16_t>((record.pick_stage & ~PICK_STATE_MASK) | state);
-}
+// Bonus of a quiet move over its history, in the order in which the reasons are tried.
+constexpr int CHECK_KILLER_BONUS = 60;  // in check
+constexpr int CHECK_COUNTER_BONUS[] = {55, 50};
+constexpr int KILLER_BONUS[] = {60, 55};  // else
+constexpr int COUNTER_BONUS[] = {50, 45};
+constexpr int FOLLOWUP_BONUS = 40;
+constexpr int HISTORY_SHARE = 256;  // history points for one point of a score
+
+// Exchanges, in centipawns
+constexpr int EQUAL_EXCHANGE = -49;   // captures that win less are losing ones,
+constexpr int WINNING_EXCHANGE = 50;  // those that win so much the best
+constexpr int NOT_WINNING_MALUS = 6;
+constexpr int LOSING_BASE = 4;            // score of a losing capture, with the type of what it takes
+constexpr int ROOT_EQUAL_EXCHANGE = -50;  // the same limit at the root
 
 // What the history tables need to know of the two moves before a node.
 struct PreviousMoves {
@@ -49,7 +61,9 @@ PreviousMoves previous_moves(const SearchThread &thread, int ply) {
 
 int history_base(const OrderingTables &tables, int previous_type, const MoveEntry &entry) {
     const Square to = to_square(entry.move);
-    return (tables.history[previous_type][entry.piece][to] / 256 + tables.history[0][entry.piece][to] / 256) / 2;
+    return (tables.history[previous_type][entry.piece][to] / HISTORY_SHARE +
+            tables.history[0][entry.piece][to] / HISTORY_SHARE) /
+           2;
 }
 
 void score_quiets(const SearchThread &thread, int ply, MoveEntry *first) {
@@ -60,46 +74,48 @@ void score_quiets(const SearchThread &thread, int ply, MoveEntry *first) {
     const Move counter2 = tables.countermove[1][previous.piece][previous.to];
     const Move followup =
         previous.has_grandparent ? tables.followup[previous.grandparent_piece][previous.grandparent_to] : NO_MOVE;
-    const bool in_check = record.checker != NO_SQUARE;
+    const bool in_check = record.in_check();
     for (MoveEntry *entry = first; entry->move != END_OF_LIST; ++entry) {
         const Move m = entry->move;
         int bonus = 0;
         if (in_check) {
             if (m == record.check_killer)
-                bonus = 60;
+                bonus = CHECK_KILLER_BONUS;
             else if (m == counter1)
-                bonus = 55;
+                bonus = CHECK_COUNTER_BONUS[0];
             else if (m == counter2)
-                bonus = 50;
+                bonus = CHECK_COUNTER_BONUS[1];
         } else if (m == record.killer1) {
-            bonus = 60;
+            bonus = KILLER_BONUS[0];
         } else if (m == record.killer2) {
-            bonus = 55;
+            bonus = KILLER_BONUS[1];
         } else if (m == counter1) {
-            bonus = 50;
+            bonus = COUNTER_BONUS[0];
         } else if (m == counter2) {
-            bonus = 45;
+            bonus = COUNTER_BONUS[1];
         } else if (m == followup) {
-            bonus = 40;
+            bonus = FOLLOWUP_BONUS;
         }
         entry->score = static_cast<std::int16_t>(history_base(tables, previous.type, *entry) + bonus);
     }
 }
 
 // Captures and promotions of a full search by exchange class: losing ones fall far behind the quiet moves.
-std::int16_t exchange_class(Position &pos, const MoveEntry &entry) {
+std::int16_t exchange_class(const Position &pos, const MoveEntry &entry) {
     if ((entry.move & UNDER_PROMOTE) != 0) return UNDERPROMOTION_SCORE;
     const Square from = from_square(entry.move);
     const Square to = to_square(entry.move);
-    if (!see_at_least(pos, from, to, -49)) return static_cast<std::int16_t>(type_of(entry.captured) + 4);
-    return static_cast<std::int16_t>(capture_score(entry) - (see_at_least(pos, from, to, 50) ? 0 : 6));
+    if (!see_at_least(pos, from, to, EQUAL_EXCHANGE))
+        return static_cast<std::int16_t>(type_of(entry.captured) + LOSING_BASE);
+    const int malus = see_at_least(pos, from, to, WINNING_EXCHANGE) ? 0 : NOT_WINNING_MALUS;
+    return static_cast<std::int16_t>(capture_score(entry) - malus);
 }
 
 // Adds quiet checking moves and pawn pushes to the 7th rank. With a white knight on f3, an empty g5 and the black king on
 // h7, f3g5 is one of them.
 MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
     const Colour side = pos.side;
-    const Square king = pos.king_square[1 - side];
+    const Square king = pos.king_square[opponent(side)];
     const Bitboard occupied = pos.occupied();
     const Bitboard empty = ~occupied;
     const auto add = [&](Square from, Bitboard targets) {
@@ -114,7 +130,7 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
         if (targets != 0 && relative_rank(side, from) == 1) targets |= bit(one + pawn_direction(side)) & empty;
         return targets;
     };
-    const Bitboard pawn_checks = pawn_attacks(1 - side, king);
+    const Bitboard pawn_checks = pawn_attacks(opponent(side), king);
     if (pawn_checks != 0)
         for (Bitboard pawns = pos.of(side, PAWN); pawns != 0;) {
             const Square from = pop_lsb(pawns);
@@ -156,10 +172,78 @@ MoveEntry *list_end(MoveEntry *entry) {
 }
 
 MoveEntry *pick_checks(SearchThread &thread, PlyRecord &record, int ply) {
-    if ((record.pick_stage & PICK_CHECKS) == 0) return nullptr;
+    if (record.pick_kind != PickKind::CAPTURES_AND_CHECKS) return nullptr;
     finish_list(thread, ply, gen_checks(thread.position, record.current));
-    set_state(record, PICK_UNSORTED);
+    record.pick_stage = PickStage::UNSORTED;
     return at_end(record) ? nullptr : record.current;
+}
+
+// Captures and promotions, scored for the node's kind of picking.
+void generate_captures(SearchThread &thread, PlyRecord &record, int ply) {
+    const Position &pos = thread.position;
+    const bool all = record.pick_kind == PickKind::ALL;
+    MoveEntry *end = gen_captures(pos, pos.side, record.current, record.checker);
+    end = gen_promotions(pos, pos.side, all, end);
+    finish_list(thread, ply, end);
+    for (MoveEntry *entry = record.current; entry != end; ++entry)
+        entry->score = all ? exchange_class(pos, *entry) : capture_score(*entry);
+    record.pick_stage = all ? PickStage::GOOD_CAPTURES : PickStage::QUIESCENCE_CAPTURES;
+}
+
+// The quiet moves join the captures that are left.
+void generate_quiets(SearchThread &thread, PlyRecord &record, int ply) {
+    const Position &pos = thread.position;
+    MoveEntry *quiets = list_end(record.current);
+    finish_list(thread, ply, gen_quiets(pos, pos.side, quiets, record.checker));
+    score_quiets(thread, ply, quiets);
+    record.pick_stage = PickStage::SORTED;
+}
+
+MoveEntry *pick_hash_move(SearchThread &thread, PlyRecord &record, int ply) {
+    const Position &pos = thread.position;
+    const Move m = record.hash_move;
+    *record.current = {m, HASH_MOVE_SCORE, pos.board[from_square(m)], pos.board[to_square(m)]};
+    finish_list(thread, ply, record.current + 1);
+    return record.current;
+}
+
+// The next entry of the list, the hash move a second time included.
+MoveEntry *pick_entry(SearchThread &thread, PlyRecord &record, int ply) {
+    ++record.current;
+    switch (record.pick_stage) {
+    case PickStage::START:
+        record.current = record.list;
+        record.pick_stage = PickStage::GENERATE;
+        if (record.pick_kind == PickKind::ALL && record.hash_move != NO_MOVE)
+            return pick_hash_move(thread, record, ply);
+        [[fallthrough]];
+    case PickStage::GENERATE:
+        generate_captures(thread, record, ply);
+        if (record.pick_stage == PickStage::QUIESCENCE_CAPTURES) {
+            if (at_end(record)) return pick_checks(thread, record, ply);
+            select_best(record.current);
+            return record.current;
+        }
+        [[fallthrough]];
+    case PickStage::GOOD_CAPTURES:
+        if (!at_end(record)) {
+            select_best(record.current);
+            if (record.current->score > GOOD_CAPTURE) return record.current;
+        }
+        generate_quiets(thread, record, ply);
+        [[fallthrough]];
+    case PickStage::SORTED:
+        if (at_end(record)) return nullptr;
+        select_best(record.current);
+        if (record.current->score <= SORT_LIMIT) record.pick_stage = PickStage::UNSORTED;
+        return record.current;
+    case PickStage::UNSORTED: return at_end(record) ? nullptr : record.current;
+    case PickStage::QUIESCENCE_CAPTURES:
+        if (at_end(record)) return pick_checks(thread, record, ply);
+        select_best(record.current);
+        return record.current;
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -179,82 +263,30 @@ void select_best(MoveEntry *first) {
     std::swap(*first, first[LAST_PLACE - (best & LAST_PLACE)]);
 }
 
-MoveEntry *pick_next(SearchThread &thread) {
-    const int ply = thread.history.ply;
+void start_picking(PlyRecord &record, PickKind kind) {
+    record.pick_stage = PickStage::START;
+    record.pick_kind = kind;
+}
+
+MoveEntry *pick_next(SearchThread &thread, int ply) {
     PlyRecord &record = thread.plies[ply];
-    Position &pos = thread.position;
-    const bool full = (record.pick_stage & PICK_FULL) != 0;
-    ++record.current;
-    switch (record.pick_stage & PICK_STATE_MASK) {
-    case PICK_START:
-        record.current = record.list;
-        set_state(record, PICK_GENERATE);
-        if ((record.pick_stage & PICK_HASH) != 0 && record.hash_move != NO_MOVE) {
-            const Move m = record.hash_move;
-            *record.current = {m, HASH_MOVE_SCORE, pos.board[from_square(m)], pos.board[to_square(m)]};
-            finish_list(thread, ply, record.current + 1);
-            return record.current;
-        }
-        [[fallthrough]];
-    case PICK_GENERATE: {
-        MoveEntry *end = gen_captures(pos, pos.side, record.current, record.checker);
-        end = gen_promotions(pos, pos.side, full, end);
-        finish_list(thread, ply, end);
-        if (!full) {
-            for (MoveEntry *entry = record.current; entry != end; ++entry) entry->score = capture_score(*entry);
-            set_state(record, PICK_QS_CAPTURES);
-            if (at_end(record)) return pick_checks(thread, record, ply);
-            select_best(record.current);
-            return record.current;
-        }
-        for (MoveEntry *entry = record.current; entry != end; ++entry) entry->score = exchange_class(pos, *entry);
-        set_state(record, PICK_GOOD_CAPTURES);
-        [[fallthrough]];
-    }
-    case PICK_GOOD_CAPTURES: {
-        if (!at_end(record)) {
-            select_best(record.current);
-            if (record.current->score > GOOD_CAPTURE) return record.current;
-        }
-        MoveEntry *quiets = list_end(record.current);
-        finish_list(thread, ply, gen_quiets(pos, pos.side, quiets, record.checker));
-        score_quiets(thread, ply, quiets);
-        set_state(record, PICK_SORTED);
-        [[fallthrough]];
-    }
-    case PICK_SORTED:
-        if (at_end(record)) return nullptr;
-        select_best(record.current);
-        if (record.current->score <= SORT_LIMIT) set_state(record, PICK_UNSORTED);
-        return record.current;
-    case PICK_UNSORTED: return at_end(record) ? nullptr : record.current;
-    case PICK_QS_CAPTURES:
-        if (at_end(record)) return pick_checks(thread, record, ply);
-        select_best(record.current);
-        return record.current;
-    default: return nullptr;
-    }
+    MoveEntry *entry = pick_entry(thread, record, ply);
+    // The hash move has been handed out from the front of the list.
+    while (entry != nullptr && entry->move == record.hash_move && entry != record.list &&
+           record.pick_kind == PickKind::ALL)
+        entry = pick_entry(thread, record, ply);
+    return entry;
 }
 
 void score_root_moves(SearchThread &thread, MoveEntry *list) {
-    constexpr int ROOT_PLY = 1;
-    const PlyRecord &record = thread.plies[ROOT_PLY];
-    const int previous_type = previous_moves(thread, ROOT_PLY).type;
     for (MoveEntry *entry = list; entry->move != END_OF_LIST; ++entry) {
         int score = 0;
-        if (entry->move == record.hash_move) {
-            score = HASH_MOVE_SCORE;
-        } else if (entry->captured == 0 && (entry->move & PROMOTE_QUEEN) == 0) {
-            score = history_base(thread.ordering, previous_type, *entry);
-            if (entry->move == record.killer1)
-                score += 60;
-            else if (entry->move == record.killer2)
-                score += 50;
-        } else {
+        if (entry->captured == 0 && (entry->move & PROMOTE_QUEEN) == 0)
+            score = history_base(thread.ordering, NO_TYPE, *entry);
+        else if (see_at_least(thread.position, from_square(entry->move), to_square(entry->move), ROOT_EQUAL_EXCHANGE))
             score = capture_score(*entry);
-            if (!see_at_least(thread.position, from_square(entry->move), to_square(entry->move), -50))
-                score = type_of(entry->captured) + 4;
-        }
+        else
+            score = type_of(entry->captured) + LOSING_BASE;
         entry->score = static_cast<std::int16_t>(score);
     }
 }

@@ -1,124 +1,104 @@
 #include "search/report.h"
 
-#include <cstdio>
-
-#include "base/output.h"
-#include "board/notation.h"
 #include "search/threads.h"
 #include "search/timing.h"
-#include "search/tt.h"
-
-RootResult root_result;
-SearchShared search_shared;
-Relaxed<bool> display_evaluation(false);
-std::mutex search_output_lock;
-std::mutex stats_lock;
 
 namespace {
 
-constexpr int MATE_TEXT_SCORE = 9900;
-constexpr int UCI_PV_MOVES = 66;
+constexpr int SHALLOW = 7;                 // iterations below this do not sample the table
+constexpr double SHORTEST = 0.001;         // seconds of search that give a node rate
+constexpr double SLOW_SEARCH = 3.5;        // seconds before current moves are reported
+constexpr int TB_LOSS_BOUND = MATE - 101;  // scores beyond this are mates nearer than any tablebase result
 
-std::string score_text(int score) {
-    if (score >= MATE_TEXT_SCORE) return format_line("mate %d", (MATE - score) / 2);
-    if (score < -MATE_TEXT_SCORE) return format_line("mate -%d", (score + MATE + 1) / 2);
-    return format_line("cp %d", score);
+template <typename Entries>
+Line plain_line(const Entries &line) {
+    Line plain{};
+    for (int i = 1; i < PV_SIZE && (plain[i] = line[i]) != NO_MOVE; ++i) {
+    }
+    return plain;
 }
 
 // A tablebase result at the root decides over any score but a mate that the search has seen.
-int shown_score(int score) {
-    switch (search_shared.root_tb_result) {
-    case TB_WIN: return score > 9898 ? score : 9800;
-    case TB_LOSS: return score < -9899 ? score : -9800;
+int shown_score(int root_tb_result, int score) {
+    switch (root_tb_result) {
+    case TB_WIN: return score >= TB_LOSS_BOUND ? score : TB_WIN_SCORE;
+    case TB_LOSS: return score < -TB_LOSS_BOUND ? score : -TB_WIN_SCORE;
     case TB_DRAW: return 0;
     default: return score;
     }
 }
 
-std::string uci_pv(const Line &pv) {
-    std::string text;
-    for (int i = 1; i <= UCI_PV_MOVES && pv[i] != NO_MOVE; ++i) {
-        if (i > 1) text += ' ';
-        text += move_to_text(pv[i]);
-    }
-    return text;
-}
-
-// At most 8 moves while the search runs; 32 after it, in lines of 8.
-std::string console_pv(const Line &pv) {
-    const int most = stop_flag != STOP_NONE ? 32 : 8;
-    std::string text;
-    for (int i = 1; i <= most && pv[i] != NO_MOVE; ++i) {
-        if (i > 1) text += i == 9 || i == 17 ? '\n' + std::string(30, ' ') : " ";
-        text += move_to_text(pv[i]);
-    }
-    return text;
+// Under output_lock.
+SearchLine make_line(SearchShared &shared, int number, int depth, int score, const Line &pv) {
+    const ThreadStats stats = sum_thread_stats(shared.pool);
+    const double elapsed = shared.elapsed;
+    const auto nodes = static_cast<double>(stats.nodes);
+    const int longest = search_thread_at(shared.pool, 0).selective_depth;
+    return {number,
+            shared.multi_pv,
+            depth,
+            std::max(longest - 1, 0),
+            shown_score(shared.root_tb_result, score),
+            pv,
+            elapsed,
+            nodes,
+            elapsed > SHORTEST ? nodes / elapsed : 0.0,
+            static_cast<double>(stats.tb_hits),
+            depth < SHALLOW ? 0.0 : hash_fill(shared.table),
+            shared.stop_flag != STOP_NONE};
 }
 
 }  // namespace
 
-bool progress_due() { return noise != NO_PROGRESS_LINES && search_shared.elapsed >= noise; }
+bool progress_due(const SearchShared &shared) {
+    return shared.noise != NO_PROGRESS_LINES && shared.elapsed >= shared.noise;
+}
 
-Line plain_line(const std::array<Relaxed<Move>, PV_SIZE> &line) {
-    Line plain{};
-    for (std::size_t i = 1; i < PV_SIZE && (plain[i] = line[i]) != NO_MOVE; ++i) {
-    }
-    return plain;
+void report_line(SearchThread &thread, int number, int depth, int score) {
+    SearchShared &shared = *thread.shared;
+    if (shared.reporter.search_line == nullptr) return;
+    const std::lock_guard<std::mutex> guard(shared.output_lock);
+    shared.reporter.search_line(shared.reporter.context,
+                                make_line(shared, number, depth, score, plain_line(thread.line)));
 }
 
 void publish_best(SearchThread &thread) {
+    SearchShared &shared = *thread.shared;
+    RootResult &result = shared.result;
     const Move best = thread.line[1];
     const int score = thread.score;
     const int depth = thread.best_depth;
-    if (best == root_result.pv[1] && score == root_result.score && depth == root_result.depth) return;
-    if (best != root_result.pv[1]) root_result.change_depth = static_cast<std::int8_t>(depth);
-    root_result.score = static_cast<std::int16_t>(score);
-    root_result.depth = static_cast<std::int8_t>(depth);
-    root_result.pv = thread.line;
-    if (depth <= MAX_DEPTH) {
-        root_result.score_by_depth[static_cast<std::size_t>(depth)] = static_cast<std::int16_t>(score);
-        root_result.move_by_depth[static_cast<std::size_t>(depth)] = best;
-    }
-    if (depth > 1 && search_shared.pv_lines == 1) {
-        update_elapsed();
-        if ((stop_flag != STOP_NONE || search_shared.elapsed >= noise) && noise != NO_PROGRESS_LINES && best != NO_MOVE)
-            print_search_line(0, 1, depth, score, plain_line(thread.line));
+    if (best == result.pv[1] && score == result.score && depth == result.depth) return;
+    if (best != result.pv[1]) result.change_depth = static_cast<std::int8_t>(depth);
+    result.score = static_cast<std::int16_t>(score);
+    result.depth = static_cast<std::int8_t>(depth);
+    result.pv = thread.line;
+    if (depth <= MAX_DEPTH) result.score_by_depth[depth] = static_cast<std::int16_t>(score);
+    if (depth > 1 && shared.pv_lines == 1) {
+        update_elapsed(shared);
+        const bool due = thread.stopped() || shared.elapsed >= shared.noise;
+        if (due && shared.noise != NO_PROGRESS_LINES && best != NO_MOVE) report_line(thread, 1, depth, score);
     }
 }
 
-void print_search_line(int thread_index, int line_number, int depth, int score, const Line &pv) {
-    const std::lock_guard<std::mutex> guard(search_output_lock);
-    const ThreadStats stats = sum_thread_stats();
-    score = shown_score(score);
-    const double fill = depth < 7 ? 0.0 : hash_fill();
-    const double elapsed = search_shared.elapsed;
-    const auto nodes = static_cast<double>(stats.nodes);
-    const double rate = elapsed > 0.001 ? nodes / elapsed : 0.0;
-    if (uci_mode == 1) {
-        const std::string multipv = search_shared.multi_pv > 1 ? format_line("multipv %d ", line_number) : "";
-        print_format(
-            "info %sdepth %d seldepth %d score %s time %.0f nodes %.0f nps %.0f tbhits %.0f hashfull %.0f pv %s",
-            multipv.c_str(), depth, search_thread_at(0).selective_depth - 1, score_text(score).c_str(),
-            elapsed * 1000.0, nodes, rate, static_cast<double>(stats.tb_hits), fill * 1000.0, uci_pv(pv).c_str());
+std::optional<SearchLine> final_line(SearchShared &shared) {
+    const RootResult &result = shared.result;
+    const bool due = shared.stop_flag != STOP_NONE || shared.elapsed >= shared.noise;
+    if (!due || shared.noise == NO_PROGRESS_LINES || result.depth == 0 || result.pv[1] == NO_MOVE) return {};
+    const std::lock_guard<std::mutex> guard(shared.output_lock);
+    return make_line(shared, 1, result.depth, result.score, plain_line(result.pv));
+}
+
+void report_current_move(SearchThread &thread, Move move, int number) {
+    SearchShared &shared = *thread.shared;
+    if (shared.reporter.current_move == nullptr || shared.elapsed <= SLOW_SEARCH || shared.elapsed <= shared.noise)
         return;
+    const std::lock_guard<std::mutex> guard(shared.output_lock);
+    CurrentMove current{move, number, shared.multi_pv, shared.iteration, shared.elapsed, 0.0, 0.0, 0.0};
+    if (number == 1) {
+        current.nodes = static_cast<double>(sum_thread_stats(shared.pool).nodes);
+        current.nodes_per_second = current.nodes / current.elapsed;
+        current.hash_fill = hash_fill(shared.table);
     }
-    std::string line = format_line("%02d] %02d%c %5.1f %7.0fK %5d  %s", thread_index, depth,
-                                   line_number > 0 ? '.' : ' ', elapsed, nodes / 1000.0, score, console_pv(pv).c_str());
-    if (thread_index == 0 && line_number == search_shared.multi_pv) line += '\n';
-    print_line(line);
-}
-
-void print_king_danger(const Position &pos, const EvalDisplay &display) {
-    for (const Colour c : {WHITE, BLACK}) {
-        const std::optional<int> danger = display.king_danger[static_cast<std::size_t>(c)];
-        if (!danger) continue;
-        show_board(pos);
-        std::printf("sq=%s, KD= %d\n", std::string(square_name(pos.king_square[c])).c_str(), *danger);
-    }
-}
-
-void print_final_line() {
-    const bool due = stop_flag != STOP_NONE || search_shared.elapsed >= noise;
-    if (!due || noise == NO_PROGRESS_LINES || root_result.depth == 0 || root_result.pv[1] == NO_MOVE) return;
-    print_search_line(0, 1, root_result.depth, root_result.score, plain_line(root_result.pv));
+    shared.reporter.current_move(shared.reporter.context, current);
 }

@@ -1,24 +1,21 @@
 // The published result and the progress lines.
 #pragma once
 
-#include <string>
+#include <optional>
 
 #include "search/search.h"
 
-// Publishes thread 0's line, and prints it when one principal variation is searched.
+// Publishes thread 0's line, and reports it when one principal variation is searched.
 void publish_best(SearchThread &thread);
 
-// Prints a search line: "info depth ..." in UCI mode, a compact line at a console. `line_number` counts from 1.
-void print_search_line(int thread_index, int line_number, int depth, int score, const Line &pv);
+// Reports a line of thread 0. `number` counts from 1.
+void report_line(SearchThread &thread, int number, int depth, int score);
 
-// The last line of a search, from root_result; nothing when there is no line to show.
-void print_final_line();
+// The last line of a search; nothing when there is no line to show. The caller of the search.
+std::optional<SearchLine> final_line(SearchShared &shared);
 
-// The board and the danger of each king that an evaluation has looked at.
-void print_king_danger(const Position &pos, const EvalDisplay &display);
+// Reports that thread 0 begins to work on a root move, if the search is a long one. `number` counts from 1.
+void report_current_move(SearchThread &thread, Move move, int number);
 
 // Whether progress lines are due by now.
-bool progress_due();
-
-// The thread's best line as plain moves.
-Line plain_line(const std::array<Relaxed<Move>, PV_SIZE> &line);
+bool progress_due(const SearchShared &shared);

@@ -5,45 +5,43 @@
 #include <new>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include "base/output.h"
 #include "platform/clock.h"
 #include "platform/topology.h"
-#include "search/tt.h"
-#include "tablebase/registry.h"
-
-SearchThread *game = nullptr;
-Tablebases tablebases;
-RandomGenerator random_generator;
-EvalTables eval_tables;
-EvalDisplay eval_display;
 
 namespace {
 
 constexpr int NUMA_THRESHOLD = 32;  // threads beyond which each one is bound to a node
+constexpr int HEAD_START_MS = 5;    // of thread 0
+constexpr int RANDOM_STEP = 123;    // between the threads' random states
 constexpr std::uint64_t NO_NODE_LIMIT = std::uint64_t{1} << 62;
 
-struct PoolEntry {
-    std::atomic<SearchThread *> record{nullptr};
-    std::atomic<bool> failed{false};
-    std::thread thread;
-};
+void trace_thread_move(void *context, const Position &, Move move) {
+    SearchThread &thread = *static_cast<SearchThread *>(context);
+    SearchShared &shared = *thread.shared;
+    const int ply = thread.history.ply;
+    const int depth = ply >= 0 && ply < PLY_RECORDS ? thread.plies[ply].depth : 0;
+    if (write_trace(shared.trace, {ply, thread.iteration, depth, move})) return;
+    set_trace_level(shared, 0);
+    shared.reporter.fail(Failure::TRACE_FILE, "cannot create trace.txt");
+}
 
-// The pool. Main thread, but for `record` and `failed`, which each thread sets once.
-std::array<PoolEntry, MAX_THREADS> pool;
-int pool_size = 0;
-
-void initialise_record(SearchThread &thread, int index) {
+void initialise_record(SearchThread &thread, SearchShared &shared, int index) {
     thread.index = index;
-    thread.position.thread = &thread.history;
+    thread.shared = &shared;
+    thread.eval.tables = &shared.eval_tables;
+    thread.position.history = &thread.history;
     thread.position.ep_square = NO_SQUARE;
-    thread.random_state = static_cast<std::uint32_t>(index) * 123;
-    thread.eval.tables = &eval_tables;
+    thread.trace = {trace_thread_move, &thread};
+    thread.history.trace = shared.trace.level != 0 ? &thread.trace : nullptr;
+    thread.random_state = static_cast<std::uint32_t>(index) * RANDOM_STEP;
     for (PlyRecord &record : thread.plies) {
         record.list = record.current = thread.move_stack.data();
         record.checker = NO_SQUARE;
     }
-    thread.plies[1].list = thread.plies[1].current = thread.move_stack.data() + 1;
+    thread.plies[ROOT_PLY].list = thread.plies[ROOT_PLY].current = thread.move_stack.data() + 1;
 }
 
 void finish_command(SearchThread &thread, ThreadCommand answer) {
@@ -51,20 +49,7 @@ void finish_command(SearchThread &thread, ThreadCommand answer) {
     thread.command.notify_all();
 }
 
-void thread_main(int index, bool bind) {
-    PoolEntry &entry = pool[static_cast<std::size_t>(index)];
-    if (bind)
-        if (const int node = numa_node_for_thread(index); node >= 0) bind_to_node(node);
-    // Allocated and zeroed by its own thread, so that its memory lies on that thread's node.
-    std::unique_ptr<SearchThread> record(new (std::nothrow) SearchThread());
-    if (record == nullptr) {
-        entry.failed.store(true, std::memory_order_release);
-        return;
-    }
-    SearchThread &thread = *record;
-    initialise_record(thread, index);
-    entry.record.store(record.release(), std::memory_order_release);
-
+void carry_out_commands(SearchThread &thread) {
     while (true) {
         thread.command.wait(COMMAND_IDLE, std::memory_order_acquire);
         switch (thread.command.load(std::memory_order_acquire)) {
@@ -73,7 +58,7 @@ void thread_main(int index, bool bind) {
             finish_command(thread, COMMAND_IDLE);
             break;
         case COMMAND_CLEAR_HASH:
-            tt_clear_slice(index, pool_size);
+            tt_clear_slice(thread.shared->table, thread.index, thread.shared->pool.size);
             finish_command(thread, COMMAND_IDLE);
             break;
         case COMMAND_TERMINATE: finish_command(thread, COMMAND_TERMINATED); return;
@@ -82,134 +67,151 @@ void thread_main(int index, bool bind) {
     }
 }
 
+// `node`: the NUMA node to run on, or -1 for any.
+void thread_main(SearchShared &shared, int index, int node) {
+    ThreadPool::Entry &entry = shared.pool.entries[static_cast<std::size_t>(index)];
+    if (node >= 0) bind_to_node(node);
+    // Allocated and zeroed by its own thread, so that its memory lies on that thread's node.
+    std::unique_ptr<SearchThread> record(new (std::nothrow) SearchThread());
+    if (record == nullptr) {
+        entry.failed.store(true, std::memory_order_release);
+        return;
+    }
+    SearchThread &thread = *record;
+    initialise_record(thread, shared, index);
+    entry.record.store(record.release(), std::memory_order_release);
+    carry_out_commands(thread);
+}
+
 void give_command(SearchThread &thread, ThreadCommand command) {
     thread.command.store(command, std::memory_order_release);
     thread.command.notify_all();
 }
 
+// Thread `index` of `count`. 0, or the system's error code.
+int create_thread(SearchShared &shared, int index, int count, int node) {
+    ThreadPool::Entry &entry = shared.pool.entries[static_cast<std::size_t>(index)];
+    entry.failed = false;
+    try {
+        entry.thread = std::thread(thread_main, std::ref(shared), index, node);
+        return 0;
+    } catch (const std::system_error &failure) {
+        shared.reporter.say(format_line("info string cannot start search thread %d of %d", index + 1, count));
+        return failure.code().value() != 0 ? failure.code().value() : 1;
+    }
+}
+
 }  // namespace
 
-bool allocate_game() {
-    game = new (std::nothrow) SearchThread();
-    if (game == nullptr) return false;
-    initialise_record(*game, 0);
-    return true;
-}
-
-void free_game() {
-    delete game;
-    game = nullptr;
-}
-
-int start_threads(int count) {
-    pool_size = count;
+int start_threads(SearchShared &shared, int count) {
+    ThreadPool &pool = shared.pool;
+    const std::vector<int> nodes = count > NUMA_THRESHOLD ? placement_list(read_topology()) : std::vector<int>{};
     int error = 0;
+    pool.size = count;
     for (int i = 0; i < count && error == 0; ++i) {
-        PoolEntry &entry = pool[static_cast<std::size_t>(i)];
-        entry.failed = false;
-        try {
-            entry.thread = std::thread(thread_main, i, count > NUMA_THRESHOLD);
-        } catch (const std::system_error &failure) {
-            error = failure.code().value() != 0 ? failure.code().value() : 1;
-            print_format("info string cannot start search thread %d of %d", i + 1, count);
-            pool_size = i;
-        }
+        error = create_thread(shared, i, count, i < static_cast<int>(nodes.size()) ? nodes[i] : -1);
+        if (error != 0) pool.size = i;
     }
-    for (int i = 0; i < pool_size; ++i) {
-        PoolEntry &entry = pool[static_cast<std::size_t>(i)];
+    for (int i = 0; i < pool.size; ++i) {
+        const ThreadPool::Entry &entry = pool.entries[static_cast<std::size_t>(i)];
         while (entry.record.load(std::memory_order_acquire) == nullptr && !entry.failed.load(std::memory_order_acquire))
             sleep_ms(0);
         if (entry.failed && error == 0) {
             error = 1;
-            print_format("info string not enough memory for search thread %d of %d", i + 1, count);
+            shared.reporter.say(format_line("info string not enough memory for search thread %d of %d", i + 1, count));
         }
     }
-    if (error != 0) stop_threads();
+    if (error != 0) stop_threads(shared);
     return error;
 }
 
-void stop_threads() {
-    stop_flag = STOP_SHUTDOWN;
-    wait_until_idle();
-    for (int i = 0; i < pool_size; ++i) {
-        PoolEntry &entry = pool[static_cast<std::size_t>(i)];
+void stop_threads(SearchShared &shared) {
+    ThreadPool &pool = shared.pool;
+    shared.stop_flag = STOP_SHUTDOWN;
+    wait_until_idle(pool);
+    for (int i = 0; i < pool.size; ++i) {
+        ThreadPool::Entry &entry = pool.entries[static_cast<std::size_t>(i)];
         SearchThread *record = entry.record.load(std::memory_order_acquire);
         if (record != nullptr) give_command(*record, COMMAND_TERMINATE);
         if (entry.thread.joinable()) entry.thread.join();
         delete record;
         entry.record = nullptr;
     }
-    pool_size = 0;
+    pool.size = 0;
 }
 
-int thread_count() { return pool_size; }
-
-SearchThread &search_thread_at(int index) {
-    return *pool[static_cast<std::size_t>(index)].record.load(std::memory_order_relaxed);
-}
-
-void prepare_threads() {
-    for (int i = 0; i < pool_size; ++i) {
-        SearchThread &thread = search_thread_at(i);
-        thread.position = game->position;
-        thread.position.thread = &thread.history;
-        const MoveHistory &history = game->history;
+void prepare_threads(SearchShared &shared, const Position &game) {
+    const MoveHistory &history = *game.history;
+    for (int i = 0; i < shared.pool.size; ++i) {
+        SearchThread &thread = search_thread_at(shared.pool, i);
+        thread.position = game;
+        thread.position.history = &thread.history;
         std::copy_n(history.undo.begin(), history.undo_count, thread.history.undo.begin());
         thread.history.undo_count = history.undo_count;
-        thread.history.ply = 1;
+        thread.history.ply = ROOT_PLY;
         thread.history.current_move = history.current_move;
         thread.nodes = thread.tb_hits = thread.hash_probes = thread.hash_hits = 0;
         thread.eval.evaluations = thread.eval.cache_hits = thread.eval.pawn_probes = thread.eval.pawn_hits = 0;
-        thread.eval.iteration = 0;
         thread.iteration = 0;
+        thread.eval.iteration = 0;
         thread.best_depth = 0;
         thread.selective_depth = 0;
         thread.null_depth = 0;
         thread.aspiration = ASPIRATION_NONE;
         thread.line[1] = NO_MOVE;
-        thread.node_budget = node_limit > 0 ? static_cast<std::uint64_t>(node_limit) : NO_NODE_LIMIT;
+        thread.node_budget = shared.node_limit > 0 ? static_cast<std::uint64_t>(shared.node_limit) : NO_NODE_LIMIT;
     }
 }
 
-void start_search_threads() {
-    prepare_threads();
-    for (int i = 0; i < pool_size; ++i) {
-        give_command(search_thread_at(i), COMMAND_SEARCH);
-        if (i == 0 && pool_size > 1) sleep_ms(5);
+void start_search_threads(SearchShared &shared) {
+    const ThreadPool &pool = shared.pool;
+    for (int i = 0; i < pool.size; ++i) {
+        give_command(search_thread_at(pool, i), COMMAND_SEARCH);
+        if (i == 0 && pool.size > 1) sleep_ms(HEAD_START_MS);
     }
 }
 
-void iterate() {
-    prepare_threads();
-    search_thread(search_thread_at(0));
-}
-
-int busy_threads() {
+int busy_threads(const ThreadPool &pool) {
     int busy = 0;
-    for (int i = 0; i < pool_size; ++i) {
-        const SearchThread *record = pool[static_cast<std::size_t>(i)].record.load(std::memory_order_acquire);
+    for (int i = 0; i < pool.size; ++i) {
+        const SearchThread *record = pool.entries[static_cast<std::size_t>(i)].record.load(std::memory_order_acquire);
         busy += record != nullptr && record->command.load(std::memory_order_acquire) != COMMAND_IDLE;
     }
     return busy;
 }
 
-void wait_until_idle() {
-    while (busy_threads() != 0) sleep_ms(1);
+void wait_until_idle(const ThreadPool &pool) {
+    while (busy_threads(pool) != 0) sleep_ms(1);
 }
 
-void clear_hash_in_parallel() {
-    if (pool_size <= 1) {
-        tt_clear_slice(0, 1);
-        return;
+void clear_table(SearchShared &shared) {
+    const ThreadPool &pool = shared.pool;
+    if (pool.size <= 1) {
+        tt_clear_slice(shared.table, 0, 1);
+    } else {
+        for (int i = 0; i < pool.size; ++i) give_command(search_thread_at(pool, i), COMMAND_CLEAR_HASH);
+        wait_until_idle(pool);
     }
-    for (int i = 0; i < pool_size; ++i) give_command(search_thread_at(i), COMMAND_CLEAR_HASH);
-    wait_until_idle();
+    shared.table.fresh = false;
 }
 
-ThreadStats sum_thread_stats() {
+void clear_table_if_idle(SearchShared &shared) {
+    if (shared.table.entries != nullptr && shared.table.enabled != 0 && busy_threads(shared.pool) == 0)
+        clear_table(shared);
+}
+
+void set_trace_level(SearchShared &shared, int level) {
+    shared.trace.level = level;
+    for (int i = 0; i < shared.pool.size; ++i) {
+        SearchThread &thread = search_thread_at(shared.pool, i);
+        thread.history.trace = level != 0 ? &thread.trace : nullptr;
+    }
+}
+
+ThreadStats sum_thread_stats(const ThreadPool &pool) {
     ThreadStats total{};
-    for (int i = 0; i < pool_size; ++i) {
-        const SearchThread &thread = search_thread_at(i);
+    for (int i = 0; i < pool.size; ++i) {
+        const SearchThread &thread = search_thread_at(pool, i);
         total.nodes += thread.nodes;
         total.tb_hits += thread.tb_hits;
         total.hash_probes += thread.hash_probes;

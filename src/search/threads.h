@@ -1,53 +1,37 @@
-// The pool of search threads, 1 to 128, driven by one command byte each. All procedures here run on the main thread.
+// The pool of search threads, 1 to 128, driven by one command byte each. All procedures here run on the thread of the
+// engine's owner unless noted.
 #pragma once
 
-#include <cstdint>
-
-#include "base/random.h"
 #include "search/search.h"
 
-// The game record: its position and history are the game, kept by the front end. Null before start-up.
-extern SearchThread *game;
-
-// The tables that every search reads. Set up by the front end while no search runs.
-extern Tablebases tablebases;
-// Draws of play: book moves. Seeded at start-up. Main thread.
-extern RandomGenerator random_generator;
-// The evaluation tables that all threads and the game record read. Written on the main thread while no search runs.
-extern EvalTables eval_tables;
-// The tables of the `ev` view. Written by thread 0 while the display is on, read by the main thread afterwards.
-extern EvalDisplay eval_display;
-
-// Allocates and frees the game record. False when there is no memory.
-bool allocate_game();
-void free_game();
-
-// Starts `count` threads and waits until all are ready. 0 on success; otherwise an error has been printed and no thread
+// Starts `count` threads and waits until all are ready. 0 on success; otherwise the reporter has been told and no thread
 // runs.
-int start_threads(int count);
+int start_threads(SearchShared &shared, int count);
 // Ends the running search and all threads, and frees their records.
-void stop_threads();
+void stop_threads(SearchShared &shared);
 
-int thread_count();
-SearchThread &search_thread_at(int index);
+inline SearchThread &search_thread_at(const ThreadPool &pool, int index) {
+    return *pool.entries[static_cast<std::size_t>(index)].record.load(std::memory_order_relaxed);
+}
 
-// Copies the game into every thread's record and resets counters, depths and node budgets. No thread busy.
-void prepare_threads();
-// prepare_threads, then gives every thread the search command; thread 0 gets a head start of 5 ms.
-void start_search_threads();
-// Runs the search of thread 0 in the calling thread and returns when it has ended.
-void iterate();
+// Copies a game, from its set-up on, into every thread's record and resets counters, depths and node budgets. No thread
+// busy.
+void prepare_threads(SearchShared &shared, const Position &game);
+// Gives every prepared thread the search command; thread 0 gets a head start of 5 ms.
+void start_search_threads(SearchShared &shared);
+
 // Number of threads that have not finished their command.
-int busy_threads();
+int busy_threads(const ThreadPool &pool);
 // Sleeps in steps of 1 ms until no thread is busy.
-void wait_until_idle();
+void wait_until_idle(const ThreadPool &pool);
 
-// Has the pool zero the transposition table; returns when that is done.
-void clear_hash_in_parallel();
+// Zeroes the transposition table, with all threads. None of them busy.
+void clear_table(SearchShared &shared);
+// clear_table when a table is in use and no thread is busy.
+void clear_table_if_idle(SearchShared &shared);
+
+// Writes the moves made up to this ply to the trace file; 0 ends that. Any search thread may be running.
+void set_trace_level(SearchShared &shared, int level);
 
 // Sums over all threads. Any thread.
-struct ThreadStats {
-    std::uint64_t nodes, tb_hits, hash_probes, hash_hits;
-    std::uint64_t evaluations, eval_hits, pawn_probes, pawn_hits;
-};
-ThreadStats sum_thread_stats();
+ThreadStats sum_thread_stats(const ThreadPool &pool);

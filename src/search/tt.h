@@ -2,19 +2,19 @@
 // and score; an entry that two threads wrote at once fails the check and counts as a miss.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/relaxed.h"
 #include "board/position.h"
-#include "search/search.h"
 
 enum Bound : std::uint8_t { BOUND_UPPER = 1, BOUND_LOWER = 2, BOUND_EXACT = 3 };
 
 // An entry of 16 bytes as two words.
 struct TtEntry {
     Relaxed<std::uint64_t> key_word;  // low key word | check << 32
-    Relaxed<std::uint64_t>
-        data_word;  // move | score << 16 | depth << 32 | bound << 40 | age << 48 | half-move clock << 56
+    // move | score << 16 | depth << 32 | bound << 40 | age << 48 | half-move clock << 56
+    Relaxed<std::uint64_t> data_word;
 };
 static_assert(sizeof(TtEntry) == 16);
 constexpr int BUCKET_SIZE = 4;
@@ -29,38 +29,41 @@ struct TtHit {
     int bound = 0;
 };
 
-// 0: the table is not used; 1: used, cleared before console searches; 2 or more: used, not cleared. Main thread.
-extern Relaxed<std::uint8_t> hash_enabled;
-// Age of the running search, 1..15. Main thread, between searches.
-extern std::uint16_t tt_age;
+// Written between searches by the thread that owns the engine; entries by every search thread.
+struct TranspositionTable {
+    TtEntry *entries = nullptr;
+    std::size_t count = 0;         // without the slack
+    std::uint64_t index_mask = 0;  // the largest power of two within `count`, less one
+    // 0: the table is not used; 1: used, cleared before searches at a console; 2 or more: used, not cleared.
+    Relaxed<std::uint8_t> enabled{1};
+    std::uint16_t age = 0;     // of the running search, 1..15
+    int megabytes = 0;         // of the allocated table
+    bool fresh = false;        // straight from the system: all 0, but without memory behind it
+    bool off_by_size = false;  // a size of 0 has switched the table off
 
-// Allocates the table for settings.Hash megabytes in place of the old one and clears it if no thread is busy. False when
-// there is not enough memory. Main thread, no search running.
-bool tt_allocate();
-void tt_free();
-// Megabytes of the allocated table.
-int tt_megabytes();
+    TranspositionTable() = default;
+    ~TranspositionTable();
+    TranspositionTable(const TranspositionTable &) = delete;
+    TranspositionTable &operator=(const TranspositionTable &) = delete;
+};
 
-// Zeroes every entry, in parallel slices when there are several threads. Main thread, no thread busy.
-void tt_clear();
-// tt_clear when a table is in use and no thread is busy.
-void tt_clear_if_idle();
-// Zeroes slice `index` of `count`. Any idle pool thread.
-void tt_clear_slice(int index, int count);
+// Takes memory for a table of that size in place of the old one. It is marked fresh until somebody has cleared it; see
+// clear_table in threads.h. False, and no table, when there is not enough memory. No search running.
+bool tt_allocate(TranspositionTable &table, int megabytes);
+void tt_free(TranspositionTable &table);
 
-TtHit tt_probe(const Position &pos);
-void tt_store(const Position &pos, int ply, int depth, Move move, int score, int alpha, int beta);
+// Zeroes slice `index` of `count`, or finds memory for it in a fresh table.
+void tt_clear_slice(TranspositionTable &table, int index, int count);
+// The next search is a new one: entries of earlier ones go first.
+void tt_next_age(TranspositionTable &table);
+
+TtHit tt_probe(const TranspositionTable &table, const Position &pos);
+void tt_store(TranspositionTable &table, const Position &pos, int ply, int depth, Move move, int score, int alpha,
+              int beta);
 // Marks an entry as used by the running search.
-void tt_refresh_age(TtEntry &entry);
+void tt_refresh_age(const TranspositionTable &table, TtEntry &entry);
 // Brings the entries of a position into the cache.
-void tt_prefetch(std::uint64_t key);
-
-// Brings into the cache what a search of the node after `m` to `depth` will read first.
-inline void prefetch_child(const SearchThread &thread, Move m, int depth) {
-    const std::uint64_t key = likely_key_after(thread.position, m);
-    prefetch_evaluation(thread.eval, key);
-    if (depth >= 0) tt_prefetch(key);
-}
+void tt_prefetch(const TranspositionTable &table, std::uint64_t key);
 
 // Share of a sample of entries that this search wrote, 0..1.
-double hash_fill();
+double hash_fill(const TranspositionTable &table);

@@ -18,7 +18,7 @@ TbMove tb_move(Square from, Square to, int promotion = 0) {
 bool is_attacked(const TbPosition &pos, Square s, Bitboard by, Colour colour) {
     const Bitboard occupied = pos.occupied();
     return (king_attacks(s) & pos.kings & by) != 0 || (knight_attacks(s) & pos.knights & by) != 0 ||
-           (pawn_attacks(1 - colour, s) & pos.pawns & by) != 0 ||
+           (pawn_attacks(opponent(colour), s) & pos.pawns & by) != 0 ||
            ((pos.rooks | pos.queens) & by & rook_span(s) & rook_attacks(s, occupied)) != 0 ||
            ((pos.bishops | pos.queens) & by & bishop_span(s) & bishop_attacks(s, occupied)) != 0;
 }
@@ -78,7 +78,7 @@ void add_pawn_pushes(const TbPosition &pos, TbMoveList &list) {
 bool has_en_passant_pawn(const Position &pos) {
     if (pos.ep_square == NO_SQUARE || relative_rank(pos.side, pos.ep_square) != 5) return false;
     const Square pawn = pos.ep_square - pawn_direction(pos.side);
-    return pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(1 - pos.side, PAWN);
+    return pos.board[pos.ep_square] == 0 && pos.board[pawn] == make_piece(opponent(pos.side), PAWN);
 }
 
 }  // namespace
@@ -165,12 +165,12 @@ bool tb_do_move(const TbPosition &pos, TbMove m, TbPosition &next) {
             next.ep = static_cast<std::uint8_t>(passed);
     }
     next.fifty = static_cast<std::uint8_t>(pawn_move || captured != 0 ? 0 : pos.fifty + 1);
-    next.side = 1 - pos.side;
-    return !is_attacked(next, lsb(own & next.kings), other, 1 - colour);
+    next.side = opponent(pos.side);
+    return !is_attacked(next, lsb(own & next.kings), other, opponent(colour));
 }
 
 bool tb_in_check(const TbPosition &pos) {
-    return is_attacked(pos, lsb(pos.of_side() & pos.kings), pos.of_other(), 1 - pos.side);
+    return is_attacked(pos, lsb(pos.of_side() & pos.kings), pos.of_other(), opponent(pos.side));
 }
 
 bool tb_has_ordinary_move(const TbPosition &pos) {

@@ -1,12 +1,8 @@
 // The benchmark.
-#include "base/control.h"
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/version.h"
-#include "search/search.h"
 #include "search/threads.h"
-#include "search/timing.h"
-#include "search/tt.h"
 #include "tools/workbench.h"
 
 namespace {
@@ -38,36 +34,36 @@ constexpr int DEEPEST = 40;
 constexpr double SECONDS_PER_POSITION = 99.0;
 constexpr double FIRST_SECONDS = 0.01;  // the total is never 0
 
+// To the default depth whatever the limits say.
+SearchResult search_position_here(ToolRun &run) {
+    run.limits.max_depth = DEFAULT_DEPTH;
+    const SearchResult result = search_in_this_thread(run);
+    look_for_wish(run);
+    return result;
+}
+
 }  // namespace
 
-void run_benchmark(int count, bool in_this_thread, PollInput poll_input) {
-    time_per_move = SECONDS_PER_POSITION;
-    noise = NO_PROGRESS_LINES;
-    if (max_depth > DEEPEST) max_depth = DEFAULT_DEPTH;
-    print_format("%s running benchmark using %d threads", ENGINE_NAME, thread_count());
+void run_benchmark(ToolRun &run, int count, bool in_this_thread) {
+    SearchLimits &limits = run.limits;
+    limits.time_per_move = SECONDS_PER_POSITION;
+    limits.noise = NO_PROGRESS_LINES;
+    if (limits.max_depth > DEEPEST) limits.max_depth = DEFAULT_DEPTH;
+    say(format_line("%s running benchmark using %d threads\n", ENGINE_NAME, run.engine.shared.pool.size));
     double total_nodes = 0.0;
     double total_seconds = FIRST_SECONDS;
     Progress progress("positions");
-    for (int i = 0; i < count && !quit_flag; ++i) {
-        set_fen(game->position, POSITIONS[i]);
-        tt_clear_if_idle();
-        begin_search();
-        if (in_this_thread) {
-            max_depth = DEFAULT_DEPTH;
-            iterate();
-            update_elapsed();
-            poll_input();
-        } else {
-            search_with_all_threads(poll_input, 1);
-        }
-        total_nodes += searched_nodes();
-        total_seconds += search_shared.elapsed;
+    for (int i = 0; i < count && !run.stopped; ++i) {
+        set_fen(run.engine.game.position, POSITIONS[i]);
+        clear_table_if_idle(run.engine.shared);
+        const SearchResult result = in_this_thread ? search_position_here(run) : search_with_all_threads(run, 1);
+        total_nodes += static_cast<double>(result.stats.nodes);
+        total_seconds += result.elapsed;
         progress.finish();
-        print_format("pos %2d: %6.2f seconds", i, search_shared.elapsed.load());
+        say(format_line("pos %2d: %6.2f seconds\n", i, result.elapsed));
         progress.update(i + 1, i + 1, count);
     }
     progress.finish();
-    print_format("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", total_seconds, total_nodes,
-                 total_nodes / total_seconds);
-    quit_flag = true;
+    say(format_line("total time= %0.2f seconds, nodes= %.0f, nps= %.0f\n", total_seconds, total_nodes,
+                    total_nodes / total_seconds));
 }

@@ -1,20 +1,14 @@
 // Test suites: searches positions and compares the answers with those of the file.
-#include <cstdio>
+#include <algorithm>
 #include <string>
 
-#include "base/control.h"
 #include "base/line_reader.h"
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/text.h"
-#include "board/notation.h"
-#include "eval/parameters.h"
 #include "games/epd.h"
-#include "search/params.h"
-#include "search/report.h"
 #include "search/threads.h"
-#include "search/timing.h"
-#include "search/tt.h"
+#include "tools/screen.h"
 #include "tools/workbench.h"
 
 namespace {
@@ -43,28 +37,28 @@ std::string_view next_part(std::string_view &text, std::string_view separators) 
     return part;
 }
 
-bool denotes(std::string_view text, Move best, bool &readable) {
-    Move move = NO_MOVE;
-    readable = parse_move(game->position, without_annotation(text), move);
-    return readable && move == best;
+bool denotes(const Position &pos, std::string_view text, Move best, bool &readable) {
+    const ParsedMove parsed = read_move(pos, without_annotation(text));
+    readable = parsed.found();
+    return readable && parsed.move == best;
 }
 
 // Best moves decide alone; an avoid move decides when there are none. False when the record has neither.
-bool judge_moves(const EpdRecord &record, Move best, Totals &totals) {
+bool judge_moves(const Position &pos, const EpdRecord &record, Move best, Totals &totals) {
     bool readable = false;
     if (!record.bm.empty()) {
         std::string_view moves = record.bm;
         for (std::string_view m = next_part(moves, " ,"); !m.empty(); m = next_part(moves, " ,"))
-            totals.correct += denotes(m, best, readable);
+            totals.correct += denotes(pos, m, best, readable);
         return true;
     }
     if (record.am.empty()) return false;
-    const bool played = denotes(record.am, best, readable);
+    const bool played = denotes(pos, record.am, best, readable);
     totals.correct += readable && !played;
     return readable;
 }
 
-void count_points(const EpdRecord &record, Move best, Totals &totals) {
+void count_points(const Position &pos, const EpdRecord &record, Move best, Totals &totals) {
     constexpr std::string_view SEPARATORS = ", \"\n";
     std::string_view entries = record.c0;
     int highest = 0;
@@ -75,97 +69,94 @@ void count_points(const EpdRecord &record, Move best, Totals &totals) {
         const int points = clamped_integer(entry.substr(equals + 1), -1'000'000, 1'000'000);
         highest = std::max(highest, points);
         bool readable = false;
-        if (denotes(entry.substr(0, equals), best, readable)) totals.points += points;
+        if (denotes(pos, entry.substr(0, equals), best, readable)) totals.points += points;
     }
     totals.most_points += highest;
 }
 
-void search_position(int count, PollInput poll_input) {
-    constexpr int POSITIONS_PER_POLL = 256;
-    begin_search();
-    if (max_depth <= SHALLOW || (node_limit >= 1 && node_limit < FEW_NODES)) {
-        iterate();
-        update_elapsed();
-        if (count % POSITIONS_PER_POLL == POSITIONS_PER_POLL - 1) {
-            check_time();
-            poll_input();
-        }
-    } else {
-        search_with_all_threads(poll_input, 5);
-    }
+SearchResult search_position(ToolRun &run, int count) {
+    constexpr int POSITIONS_PER_LOOK = 256;
+    constexpr int PAUSE_MS = 5;
+    const SearchLimits &limits = run.limits;
+    if (limits.max_depth > SHALLOW && (limits.node_limit < 1 || limits.node_limit >= FEW_NODES))
+        return search_with_all_threads(run, PAUSE_MS);
+    const SearchResult result = search_in_this_thread(run);
+    if (count % POSITIONS_PER_LOOK == POSITIONS_PER_LOOK - 1) look_for_wish(run);
+    return result;
 }
 
-void analyse_record(const EpdRecord &record, Totals &totals, OutputFile &unsolved, PollInput poll_input) {
-    const bool silent = noise == NO_PROGRESS_LINES;
-    Position &pos = game->position;
-    set_fen(pos, record.fen);
+void show_answer(const ToolRun &run, const SearchResult &result) {
+    constexpr double NEVER_ZERO = 0.001;  // seconds
+    const Reporter &reporter = run.engine.shared.reporter;
+    if (result.line.has_value() && reporter.search_line != nullptr)
+        reporter.search_line(reporter.context, *result.line);
+    const auto nodes = static_cast<double>(result.stats.nodes);
+    say(format_line("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n",
+                    move_to_text(result.best, run.move_style).c_str(), result.elapsed, result.score, nodes,
+                    nodes / (result.elapsed + NEVER_ZERO) / 1000.0));
+}
+
+void analyse_record(ToolRun &run, const EpdRecord &record, Totals &totals, OutputFile &unsolved) {
+    const bool silent = run.limits.noise == NO_PROGRESS_LINES;
+    Position &pos = run.engine.game.position;
+    report_set_up(set_fen(pos, record.fen));
     if (const std::string_view reason = unsearchable_reason(pos); !reason.empty()) {
         print_line("skipped (" + std::string(reason) + "): " + record.fen);
         return;
     }
     ++totals.positions;
     if (!silent) {
-        std::printf("pos= %d\n\n", totals.positions);
-        std::fflush(stdout);
+        say(format_line("pos= %d\n\n", totals.positions));
         show_board(pos);
     }
-    tt_clear_if_idle();
-    search_position(totals.positions, poll_input);
-    const Move best = root_result.pv[1];
-    const double nodes = searched_nodes();
-    const double seconds = search_shared.elapsed;
-    totals.nodes += nodes;
-    totals.seconds += seconds;
-    totals.depths += root_result.depth;
-    totals.branching += branching_factor();
-    if (!judge_moves(record, best, totals) && root_result.depth > 0) unsolved.write(record.fen + "\n");
-    if (record.c0.find('=') != std::string::npos) count_points(record, best, totals);
-    if (!silent) {
-        print_final_line();
-        std::printf("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move_to_text(best).c_str(), seconds,
-                    root_result.score.load(), nodes, nodes / (seconds + 0.001) / 1000.0);
-        std::fflush(stdout);
-    }
-    search_state = REQUEST_NONE;
+    clear_table_if_idle(run.engine.shared);
+    const SearchResult result = search_position(run, totals.positions);
+    totals.nodes += static_cast<double>(result.stats.nodes);
+    totals.seconds += result.elapsed;
+    totals.depths += result.depth;
+    totals.branching += result.branching_factor;
+    if (!judge_moves(pos, record, result.best, totals) && result.depth > 0) unsolved.write(record.fen + "\n");
+    if (record.c0.find('=') != std::string::npos) count_points(pos, record, result.best, totals);
+    if (!silent) show_answer(run, result);
 }
 
 void print_totals(const Totals &t) {
-    const double positions = t.positions > 0 ? t.positions : 1;
-    std::printf("%d / %d correct best moves\n", t.correct, t.positions);
-    std::printf("total nodes= %0.0f\n", t.nodes);
-    std::printf("total time= %0.2f seconds\n", t.seconds);
-    std::printf("avg depth= %0.1f\n", t.depths / positions);
-    std::printf("avg nodes= %0.1f\n",
-                static_cast<double>(static_cast<std::int64_t>(t.nodes) / static_cast<std::int64_t>(positions)));
-    std::printf("node_rate= %0.0f\n", t.nodes / (t.seconds + 0.01));
-    std::printf("avg bf= %0.2f\n", t.branching / positions);
-    std::printf("score= %lld / %lld\n\n", static_cast<long long>(t.points), static_cast<long long>(t.most_points));
-    std::fflush(stdout);
+    constexpr double NEVER_ZERO = 0.01;  // seconds
+    const int positions = std::max(t.positions, 1);
+    std::string text = format_line("%d / %d correct best moves\n", t.correct, t.positions);
+    text += format_line("total nodes= %0.0f\n", t.nodes);
+    text += format_line("total time= %0.2f seconds\n", t.seconds);
+    text += format_line("avg depth= %0.1f\n", t.depths / positions);
+    text += format_line("avg nodes= %0.1f\n", static_cast<double>(static_cast<std::int64_t>(t.nodes) / positions));
+    text += format_line("node_rate= %0.0f\n", t.nodes / (t.seconds + NEVER_ZERO));
+    text += format_line("avg bf= %0.2f\n", t.branching / positions);
+    text +=
+        format_line("score= %lld / %lld\n\n", static_cast<long long>(t.points), static_cast<long long>(t.most_points));
+    say(text);
 }
 
 }  // namespace
 
-void analyse_epd_file(const char *file_name, PollInput poll_input) {
+void analyse_epd_file(ToolRun &run, const char *file_name) {
+    constexpr int WITHOUT_TABLE = 2;  // searches so shallow do not pay for clearing it
     LineReader suite(file_name, LONGEST_LINE);
     if (!suite.is_open() || is_same_file(file_name, "unsolved.epd")) return;
     OutputFile unsolved("unsolved.epd");
     if (!unsolved.is_open()) return;
-    std::printf("Analyzing %s...\n", file_name);
-    std::fflush(stdout);
-    derive_search_params();
-    derive_eval_tables(settings.weights, eval_tables);
-    if (max_depth <= 2) hash_enabled = 0;
+    say(format_line("Analyzing %s...\n", file_name));
+    derive_tables(run.engine);
+    if (run.limits.max_depth <= WITHOUT_TABLE) run.engine.shared.table.enabled = 0;
 
     Totals totals;
     Progress progress("positions");
     std::string_view line;
-    while (!quit_flag && suite.next(line)) {
+    while (!run.stopped && suite.next(line)) {
         EpdRecord record;
         if (line.size() < SHORTEST_RECORD || line[0] == ' ' || line[0] == '#' || line[0] == ';' ||
             !parse_epd_record(line, record))
             continue;
         progress.finish();
-        analyse_record(record, totals, unsolved, poll_input);
+        analyse_record(run, record, totals, unsolved);
         unsolved.flush();
         progress.update(totals.positions, suite.position(), suite.size());
     }

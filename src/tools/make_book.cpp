@@ -4,10 +4,12 @@
 #include <string_view>
 
 #include "base/line_reader.h"
+#include "base/output.h"
 #include "base/progress.h"
 #include "book/build.h"
 #include "platform/terminal.h"
-#include "tools/tools.h"
+#include "tools/screen.h"
+#include "tools/workbench.h"
 
 namespace {
 
@@ -20,29 +22,26 @@ void read_games(LineReader &file, BookBuilder &book) {
     Progress progress("games");
     std::string_view line;
     int games = 0;
+    int ambiguous = 0;
     while (file.next(line)) {
         book.read_line(line);
-        if (book.games() != games && book.games() % GAMES_PER_DOT == 0) {
-            std::putchar('.');
-            std::fflush(stdout);
-        }
+        if (book.games() != games && book.games() % GAMES_PER_DOT == 0) say(".");
         games = book.games();
+        for (; ambiguous < book.ambiguous_moves(); ++ambiguous) report_ambiguous_move();
         progress.update(games, file.position(), file.size());
     }
     progress.finish();
-    if (file.failed()) std::printf("\ncannot read the whole file");
+    if (file.failed()) say("\ncannot read the whole file");
 }
 
 void write_book(BookBuilder &book) {
-    std::printf("\nwriting book file ...");
-    std::fflush(stdout);
+    say("\nwriting book file ...");
     const std::size_t moves = book.moves();
     if (!book.write(BOOK_FILE)) {
-        std::printf("\ncannot write %s\n", BOOK_FILE);
+        say(format_line("\ncannot write %s\n", BOOK_FILE));
         return;
     }
-    std::printf("\nngames= %d, nmoves= %zu\n", book.games(), moves);
-    std::printf("done\n");
+    say(format_line("\nngames= %d, nmoves= %zu\ndone\n", book.games(), moves));
 }
 
 }  // namespace
@@ -50,13 +49,12 @@ void write_book(BookBuilder &book) {
 void build_book(const char *pgn_file) {
     LineReader file(pgn_file, LONGEST_LINE);
     if (!file.is_open()) return;
-    std::printf("Creating file %s from games in %s", BOOK_FILE, pgn_file);
-    std::fflush(stdout);
+    say(format_line("Creating file %s from games in %s", BOOK_FILE, pgn_file));
     try {
         BookBuilder book;
         read_games(file, book);
         write_book(book);
     } catch (const std::bad_alloc &) {
-        std::printf("\nnot enough memory\n");
+        say("\nnot enough memory\n");
     }
 }

@@ -2,23 +2,21 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "base/control.h"
 #include "base/line_reader.h"
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/text.h"
-#include "board/attacks.h"
-#include "board/movegen.h"
+#include "board/checks.h"
+#include "board/fen.h"
+#include "board/makemove.h"
 #include "board/notation.h"
-#include "eval/parameters.h"
 #include "games/game_text.h"
 #include "games/results.h"
-#include "search/settings.h"
-#include "search/threads.h"
+#include "tools/screen.h"
 #include "tools/workbench.h"
 
 namespace {
@@ -36,7 +34,7 @@ struct ScoredMove {
     int score;  // centipawns, as the comment gives it
 };
 
-struct Game {
+struct ScoredGame {
     std::vector<ScoredMove> moves;
     GameResult result = GameResult::DRAW;
 
@@ -86,35 +84,38 @@ std::string quoted_value(std::string_view tag_line) {
 }
 
 // A listed move whose scores show a mistake: the mover's next scores are clearly better for the other side's answer.
-bool is_mistake(const Game &game, int i) {
-    constexpr int FIRST = 13;
-    constexpr int LAST_MARGIN = 10;
+bool is_mistake(const ScoredGame &game, int i) {
+    constexpr int FIRST = 13;        // half-moves of the opening
+    constexpr int LAST_MARGIN = 10;  // half-moves that must follow
+    // Centipawns
+    constexpr int LOST = -1000;
+    constexpr int WINNING = 250;
+    constexpr int SOON = 30;   // gain after one and three half-moves,
+    constexpr int LATER = 50;  // and after seven
     if (i < FIRST || i >= game.count() - LAST_MARGIN) return false;
     const int p = game.score(i - 1);
-    if (p < -999 || p > 249 || game.score(i + 7) <= -1000) return false;
+    if (p <= LOST || p >= WINNING || game.score(i + 7) <= LOST) return false;
     const int margin = std::abs(p) / 10;
-    return game.score(i + 1) - p > margin + 30 && game.score(i + 3) - p > margin + 30 &&
-           game.score(i + 7) - p > margin + 50;
+    return game.score(i + 1) - p > margin + SOON && game.score(i + 3) - p > margin + SOON &&
+           game.score(i + 7) - p > margin + LATER;
 }
 
 // Writes what a variant keeps of a game.
 class RecordWriter {
 public:
-    RecordWriter(int variant, OutputFile &out, OutputFile &corrections)
-        : variant_(variant), out_(out), corrections_(corrections) {}
+    RecordWriter(Position &board, int variant, OutputFile &out, OutputFile &corrections)
+        : pos_(board), variant_(variant), out_(out), corrections_(corrections) {}
 
-    void write_game_records(const Game &game) {
-        Position &pos = ::game->position;
-        set_fen(pos, START_FEN);
+    void write_game_records(const ScoredGame &game) {
+        set_fen(pos_, START_FEN);
         after_mistake_ = false;
         last_change_ = 0;
-        std::array<std::uint32_t, 2> material = {pos.material[WHITE], pos.material[BLACK]};
+        std::array<std::uint32_t, 2> material = {pos_.material[WHITE], pos_.material[BLACK]};
         for (int i = 0; i < game.count() && i < MAX_GAME_MOVES; ++i) {
-            Move move = NO_MOVE;
-            if (!parse_move(pos, game.text(i), move)) return;
-            if (!write_record(game, i)) return;
-            make_move(pos, move);
-            const std::array<std::uint32_t, 2> after = {pos.material[WHITE], pos.material[BLACK]};
+            const ParsedMove parsed = read_move(pos_, game.text(i));
+            if (!parsed.found() || !write_record(game, i)) return;
+            make_move(pos_, parsed.move);
+            const std::array<std::uint32_t, 2> after = {pos_.material[WHITE], pos_.material[BLACK]};
             if (after != material) last_change_ = i + 1;
             material = after;
         }
@@ -123,11 +124,7 @@ public:
     int records() const { return records_; }
 
 private:
-    static Position &position() { return ::game->position; }
-    static bool in_check() {
-        const Position &pos = position();
-        return square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
-    }
+    bool in_check() const { return checker_of(pos_, pos_.side) != NO_SQUARE; }
 
     void record(OutputFile &file, const std::string &text) {
         file.write(text);
@@ -135,7 +132,7 @@ private:
     }
 
     // The record of the position before move `i`. False ends the game.
-    bool write_record(const Game &game, int i) {
+    bool write_record(const ScoredGame &game, int i) {
         switch (variant_) {
         case 1: list_move(game, i); return true;
         case 2: write_quiet_position(game, i); return true;
@@ -144,10 +141,10 @@ private:
         }
     }
 
-    void list_move(const Game &game, int i) {
+    void list_move(const ScoredGame &game, int i) {
         const bool white = i % 2 == 0;
         const int score = game.score(i);
-        const std::string position_text = get_fen(position());
+        const std::string position_text = get_fen(pos_);
         const std::string &move = game.text(i);
         std::string comment;
         if (white ? score > -10000 : score >= -9999) comment = format_line("%6.2f", (white ? score : -score) / 100.0);
@@ -163,7 +160,7 @@ private:
         out_.write(format_line("%s %-6s  {%s}\n", prefix.c_str(), move.c_str(), comment.c_str()));
     }
 
-    void write_quiet_position(const Game &game, int i) {
+    void write_quiet_position(const ScoredGame &game, int i) {
         constexpr int SHORTEST_GAME = 9;
         constexpr int FIRST = 12;
         constexpr int LAST = 220;
@@ -171,32 +168,31 @@ private:
         constexpr int CLOCK_LIMIT = 33;
         constexpr int CHANGE_PLIES = 37;
         if (game.count() < SHORTEST_GAME || i < FIRST || i > std::min(game.count() - LAST_MARGIN, LAST)) return;
-        if (position().fifty >= CLOCK_LIMIT || i - last_change_ > CHANGE_PLIES || in_check()) return;
-        record(out_, format_line("%s bm %s; ce %d; c6 %d; c9 \"%s\";\n", get_fen(position()).c_str(),
-                                 game.text(i).c_str(), game.score(i), game.score(i + 6), result_text(game.result)));
+        if (pos_.fifty >= CLOCK_LIMIT || i - last_change_ > CHANGE_PLIES || in_check()) return;
+        record(out_, format_line("%s bm %s; ce %d; c6 %d; c9 \"%s\";\n", get_fen(pos_).c_str(), game.text(i).c_str(),
+                                 game.score(i), game.score(i + 6), result_text(game.result)));
     }
 
-    bool write_scored_position(const Game &game, int i) {
+    bool write_scored_position(const ScoredGame &game, int i) {
         constexpr int LAST = 200;
         constexpr int DECIDED = 500;
         if (i > LAST) return false;
         if (!in_check())
-            record(out_,
-                   format_line("%s bm %s; ce %d;\n", get_fen(position()).c_str(), game.text(i).c_str(), game.score(i)));
+            record(out_, format_line("%s bm %s; ce %d;\n", get_fen(pos_).c_str(), game.text(i).c_str(), game.score(i)));
         return std::abs(game.score(i)) <= DECIDED;
     }
 
-    void write_rook_ending(const Game &game, int i) {
-        const Position &pos = position();
-        if (pos.nonpawn_material[WHITE] != NONPAWN_UNIT[ROOK] || pos.nonpawn_material[BLACK] != NONPAWN_UNIT[ROOK] ||
-            popcount(pos.of(WHITE, PAWN) | pos.of(BLACK, PAWN)) != 1)
+    void write_rook_ending(const ScoredGame &game, int i) {
+        if (pos_.nonpawn_material[WHITE] != NONPAWN_UNIT[ROOK] || pos_.nonpawn_material[BLACK] != NONPAWN_UNIT[ROOK] ||
+            popcount(pos_.of(WHITE, PAWN) | pos_.of(BLACK, PAWN)) != 1)
             return;
         const double of_white = points_of_white(game.result);
-        const double result = pos.side == WHITE ? of_white : 1.0 - of_white;
-        record(out_, format_line("%s bm %s; ce %d; tune %0.5f;\n", get_fen(pos).c_str(), game.text(i).c_str(),
+        const double result = pos_.side == WHITE ? of_white : 1.0 - of_white;
+        record(out_, format_line("%s bm %s; ce %d; tune %0.5f;\n", get_fen(pos_).c_str(), game.text(i).c_str(),
                                  game.score(i), result));
     }
 
+    Position &pos_;
     int variant_;
     OutputFile &out_;
     OutputFile &corrections_;
@@ -236,8 +232,7 @@ private:
             game_.result = GameResult::DRAW;
             if (++games_ % GAMES_PER_LINE == 0) {
                 progress_.finish();
-                std::printf("game %d\n", games_);
-                std::fflush(stdout);
+                say(format_line("game %d\n", games_));
             }
         }
         if (variant_ == 1) {
@@ -262,14 +257,14 @@ private:
     OutputFile &out_;
     RecordWriter &writer_;
     Progress &progress_;
-    Game game_;
+    ScoredGame game_;
     int games_ = 0;
     GameTextReader reader_{SCORED_GAMES};
 };
 
 }  // namespace
 
-void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
+void scan_pgn_file(ToolRun &run, const char *file_name, int variant) {
     LineReader file(file_name, LONGEST_LINE);
     if (!file.is_open()) return;
     const char *out_name = variant == 1 ? "tmp.pgn" : "tmp.epd";
@@ -277,21 +272,19 @@ void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
     OutputFile out(out_name);
     OutputFile corrections("tmpX.epd");
     if (!out.is_open() || !corrections.is_open()) return;
-    derive_eval_tables(settings.weights, eval_tables);
-    settings.Log = 0;
     enable_logging(false);
 
-    RecordWriter writer(variant, out, corrections);
+    RecordWriter writer(run.engine.game.position, variant, out, corrections);
     Progress progress("games");
     GameScanner scanner(variant, out, writer, progress);
     std::string line;
     int games = 0;
-    while (!quit_flag && file.next_whole(line)) {
+    while (!run.stopped && file.next_whole(line)) {
         scanner.read_line(line);
         if (scanner.games() == games) continue;
         games = scanner.games();
         progress.update(games, file.position(), file.size());
-        poll_input();
+        look_for_wish(run);
     }
     progress.finish();
     report_read_error(file, file_name);
@@ -299,6 +292,5 @@ void scan_pgn_file(const char *file_name, int variant, PollInput poll_input) {
     out.write("\n");
     out.close();
     corrections.close();
-    std::printf("games= %d, positions= %d\n", scanner.games(), writer.records());
-    std::fflush(stdout);
+    say(format_line("games= %d, positions= %d\n", scanner.games(), writer.records()));
 }

@@ -1,25 +1,15 @@
 // Tuning by play: a perturbed copy of the weights against a fixed one, and estimates that follow the winner.
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "base/control.h"
 #include "base/output.h"
 #include "base/progress.h"
-#include "board/movegen.h"
-#include "board/notation.h"
+#include "board/makemove.h"
 #include "book/probe.h"
-#include "eval/parameters.h"
 #include "eval/tunables.h"
 #include "games/results.h"
-#include "search/params.h"
-#include "search/search.h"
-#include "search/settings.h"
 #include "search/threads.h"
-#include "search/timing.h"
-#include "search/tt.h"
 #include "tools/workbench.h"
 
 namespace {
@@ -36,8 +26,13 @@ constexpr const char *GAME_FILE = "self.pgn";
 constexpr int GAMES = 300'000;
 constexpr int GAMES_PER_CYCLE = 6;
 constexpr int DECIDED_SCORE = 500;  // centipawns
+constexpr int FIFTY_MOVES = 100;    // plies
 constexpr double STEP_RATE = 0.002;
+// A perturbation is a share of the estimate, and at least this.
 constexpr double LEAST_PERTURBATION = 1.5;
+constexpr double LARGEST_PERTURBATION = 0.2;
+constexpr double PERTURBATION_STEP = 0.001;
+constexpr int PERTURBATION_STEPS = 400;
 
 struct PlayedMove {
     std::string text;
@@ -51,57 +46,53 @@ struct FinishedGame {
     bool perturbed_is_white;
 };
 
-// Whether the position has occurred twice before. At the end of the fifty-move clock the game must not be over otherwise.
-bool drawn_before_search(Position &pos) {
-    if (pos.fifty < 4) return false;
-    if (pos.fifty >= 100 && no_legal_moves(pos)) return true;
-    return count_repetitions(pos) >= 2;
-}
-
 // One move of the side to move, with its score and depth; no move at the end of the game.
-PlayedMove choose_move(Move &move, PollInput poll_input) {
-    Position &pos = game->position;
-    derive_search_params();
-    derive_eval_tables(settings.weights, eval_tables);
-    begin_search();
+PlayedMove choose_move(ToolRun &run, Move &move) {
+    Engine &engine = run.engine;
+    const Settings &settings = engine.settings;
+    const Position &pos = engine.game.position;
+    derive_tables(engine);
     move = NO_MOVE;
-    if (game->history.undo_count < settings.OwnBook_Depth)
-        move = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, random_generator).move;
+    if (engine.game.plies() < settings.OwnBook_Depth)
+        move = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, engine.random).move;
     if (move != NO_MOVE) return {squares_of(move), 0, 0};
     if (drawn_before_search(pos)) return {"", 0, 0};
-    search_with_all_threads(poll_input, 1);
-    move = root_result.pv[1];
-    return {squares_of(move), root_result.score, root_result.depth};
+    const SearchResult result = search_with_all_threads(run, 1);
+    move = result.best;
+    return {squares_of(move), result.score, result.depth};
 }
 
 GameResult adjudicate(const Position &pos, Move move, int score) {
-    if (score < -DECIDED_SCORE) return win_of(1 - pos.side);
+    if (score < -DECIDED_SCORE) return win_of(opponent(pos.side));
     if (score > DECIDED_SCORE) return win_of(pos.side);
-    return pos.fifty >= 100 || move == NO_MOVE ? GameResult::DRAW : GameResult::UNKNOWN;
+    return pos.fifty >= FIFTY_MOVES || move == NO_MOVE ? GameResult::DRAW : GameResult::UNKNOWN;
 }
 
-void prepare_hash() {
+void prepare_hash(ToolRun &run) {
     constexpr int SHALLOW = 7;
     constexpr int FEW_NODES = 100'000;
     constexpr double SHORT_TIME = 0.1;
-    if (max_depth <= SHALLOW || (node_limit >= 1 && node_limit <= FEW_NODES) || time_per_move <= SHORT_TIME)
-        hash_enabled = 0;
+    const SearchLimits &limits = run.limits;
+    if (limits.max_depth <= SHALLOW || (limits.node_limit >= 1 && limits.node_limit <= FEW_NODES) ||
+        limits.time_per_move <= SHORT_TIME)
+        run.engine.shared.table.enabled = 0;
     else
-        tt_clear_if_idle();
+        clear_table_if_idle(run.engine.shared);
 }
 
 // One game from the initial position between two copies of the settings.
-FinishedGame play_game(const Settings &perturbed, const Settings &reference, PollInput poll_input) {
-    Position &pos = game->position;
+FinishedGame play_game(ToolRun &run, const Settings &perturbed, const Settings &reference) {
+    Engine &engine = run.engine;
+    Position &pos = engine.game.position;
     set_fen(pos, START_FEN);
-    FinishedGame finished{{}, GameResult::UNKNOWN, std::rand() % 2 == 0};
-    prepare_hash();
-    while (finished.result == GameResult::UNKNOWN && !quit_flag && game->history.undo_count < MAX_GAME_MOVES) {
+    FinishedGame finished{{}, GameResult::UNKNOWN, engine.random.next() % 2 == 0};
+    prepare_hash(run);
+    while (finished.result == GameResult::UNKNOWN && !run.stopped && engine.game.plies() < MAX_GAME_MOVES) {
         const bool perturbed_moves = (pos.side == WHITE) == finished.perturbed_is_white;
-        settings = perturbed_moves ? perturbed : reference;
+        engine.settings = perturbed_moves ? perturbed : reference;
         Move move = NO_MOVE;
-        const PlayedMove played = choose_move(move, poll_input);
-        if (quit_flag) break;
+        const PlayedMove played = choose_move(run, move);
+        if (run.stopped) break;
         finished.result = adjudicate(pos, move, played.score);
         if (move == NO_MOVE) continue;
         finished.moves.push_back(played);
@@ -126,27 +117,27 @@ void write_game(OutputFile &file, const FinishedGame &finished, int number) {
     file.flush();
 }
 
-// Gives every selected weight of `settings` a random distance from its estimate, up to a fifth of it.
-void perturb_weights(const std::vector<TunableParam> &tunables) {
+// Gives every selected weight a random distance from its estimate, up to a fifth of it.
+void perturb_weights(EvalWeights &weights, const std::vector<TunableParam> &tunables, RandomGenerator &random) {
     for (const TunableParam &param : tunables) {
-        std::int16_t &weight = param.weight.of(settings.weights);
+        std::int16_t &weight = param.weight.of(weights);
         weight = nearest_weight(param.estimate);
         if (!param.selected) continue;
-        const int r = std::rand() % 400;
-        double distance = (0.001 * r - 0.2) * param.estimate;
+        const int r = random.next() % PERTURBATION_STEPS;
+        double distance = (PERTURBATION_STEP * r - LARGEST_PERTURBATION) * param.estimate;
         if (distance > 0.0 && distance < LEAST_PERTURBATION) distance = LEAST_PERTURBATION;
         if (distance < 0.0 && distance > -LEAST_PERTURBATION) distance = -LEAST_PERTURBATION;
         weight = nearest_weight(param.estimate + distance);
     }
 }
 
-void show_estimates(const std::vector<TunableParam> &tunables, int games) {
-    std::printf("ngames= %d\n", games);
+void show_estimates(const EvalWeights &weights, const std::vector<TunableParam> &tunables, int games) {
+    std::string text = format_line("ngames= %d\n", games);
     for (const TunableParam &param : tunables)
         if (param.selected)
-            std::printf(" * %-24s : %6.1f  %4d\n", param.name.c_str(), param.estimate,
-                        param.weight.of(settings.weights));
-    std::fflush(stdout);
+            text +=
+                format_line(" * %-24s : %6.1f  %4d\n", param.name.c_str(), param.estimate, param.weight.of(weights));
+    say(text);
 }
 
 // Moves the estimates towards the perturbed weights when these have won more games, and away when they have lost more.
@@ -157,11 +148,11 @@ void follow_winner(std::vector<TunableParam> &tunables, const EvalWeights &pertu
 }
 
 // Games that the perturbed copy won more than it lost.
-int play_cycle(const Settings &perturbed, const Settings &reference, int games_before, OutputFile &file,
-               Progress &progress, PollInput poll_input) {
+int play_cycle(ToolRun &run, const Settings &perturbed, const Settings &reference, int games_before, OutputFile &file,
+               Progress &progress) {
     int surplus = 0;
-    for (int number = 1; number <= GAMES_PER_CYCLE && !quit_flag; ++number) {
-        const FinishedGame finished = play_game(perturbed, reference, poll_input);
+    for (int number = 1; number <= GAMES_PER_CYCLE && !run.stopped; ++number) {
+        const FinishedGame finished = play_game(run, perturbed, reference);
         if (finished.result == GameResult::UNKNOWN) break;
         const GameResult perturbed_win = win_of(finished.perturbed_is_white ? WHITE : BLACK);
         if (finished.result != GameResult::DRAW) surplus += finished.result == perturbed_win ? 1 : -1;
@@ -171,36 +162,41 @@ int play_cycle(const Settings &perturbed, const Settings &reference, int games_b
     return surplus;
 }
 
+// Fast games with a small table, and books a few moves deep.
+void set_match_conditions(ToolRun &run) {
+    constexpr double SECONDS_PER_MOVE = 0.03;
+    Engine &engine = run.engine;
+    engine.settings.OwnBook_Depth = 6;
+    engine.settings.OwnBook_Variety = 50;
+    engine.settings.Hash = 2;
+    engine.default_settings = engine.settings;
+    run.limits.noise = NO_PROGRESS_LINES;
+    run.limits.fix_time(SECONDS_PER_MOVE);
+}
+
 }  // namespace
 
-void run_selfplay_tuning(PollInput poll_input) {
-    std::vector<TunableParam> tunables = eval_tunables(settings.weights);
+void run_selfplay_tuning(ToolRun &run) {
+    Engine &engine = run.engine;
+    std::vector<TunableParam> tunables = eval_tunables(engine.settings.weights);
     for (const char *name : TUNED_WEIGHTS) select_tunable(tunables, name);
     OutputFile file(GAME_FILE);
     if (!file.is_open()) {
-        std::printf("can't open %s\n", GAME_FILE);
+        say(format_line("can't open %s\n", GAME_FILE));
         return;
     }
-    settings.OwnBook_Depth = 6;
-    settings.OwnBook_Variety = 50;
-    settings.Hash = 2;
-    noise = NO_PROGRESS_LINES;
-    tc_mode = 1;
-    time_per_move = 0.03;
-    clock_white = clock_black = 1.0;
-    default_settings = settings;
-    print_line("Starting match...");
+    set_match_conditions(run);
+    say("Starting match...\n");
 
     Progress progress("games");
-    for (int games = 0; games < GAMES && !quit_flag; games += GAMES_PER_CYCLE) {
-        settings = default_settings;
-        const Settings reference = default_settings;
-        perturb_weights(tunables);
-        const Settings perturbed = settings;
+    const Settings reference = engine.settings;
+    for (int games = 0; games < GAMES && !run.stopped; games += GAMES_PER_CYCLE) {
+        Settings perturbed = reference;
+        perturb_weights(perturbed.weights, tunables, engine.random);
         progress.finish();
-        show_estimates(tunables, games);
-        const int surplus = play_cycle(perturbed, reference, games, file, progress, poll_input);
-        if (!quit_flag) follow_winner(tunables, perturbed.weights, surplus);
+        show_estimates(perturbed.weights, tunables, games);
+        const int surplus = play_cycle(run, perturbed, reference, games, file, progress);
+        if (!run.stopped) follow_winner(tunables, perturbed.weights, surplus);
     }
-    settings = default_settings;
+    engine.settings = reference;
 }

@@ -1,43 +1,61 @@
 // The toolbox: batch work that is started by switches, or by the console's `tune`.
 //
-// bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, tuning.cpp fits
-// weights to records, selfplay.cpp fits them by play, make_book.cpp builds an opening book. workbench.h is what the tools
-// share. All but the last work on the game record. All run on the main thread and, but for the last, return early, with
-// what they have done so far written, when quit_flag is set.
+// bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, make_book.cpp builds
+// opening books, training.cpp measures the evaluation on records, tuning.cpp fits weights to them and selfplay.cpp by
+// play. workbench.h is what the tools share, screen.h what they show as the console does. All of them work on the engine's
+// game and run on its owner's thread. Each returns early, with what it has done so far written, when the user wants it to
+// end.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-// Reads the user's input without waiting, so that a wish to stop is seen (it sets quit_flag). Handed in by the front end.
-using PollInput = void (*)();
+#include "board/notation.h"
+#include "engine/engine.h"
+#include "search/limits.h"
 
-// Searches the first `count` built-in positions to a fixed depth (max_depth, or 17 when that is above 40) and prints the
-// time of each and the total node rate. `in_this_thread`: the pool's first record searches here, always to depth 17. Sets
-// quit_flag.
-void run_benchmark(int count, bool in_this_thread, PollInput poll_input);
+// What a tool works with.
+struct ToolRun {
+    Engine &engine;
+    SearchLimits limits;        // the tool's own; it starts from those of the user
+    PromotionStyle move_style;  // in which it shows moves
+    // Reads the user's input without waiting; whether the work is to end. Null: nobody can end it.
+    bool (*wants_to_end)(void *context) = nullptr;
+    void *context = nullptr;
+    bool stopped = false;  // the user has wanted it to end
+};
 
-// Searches every position of an EPD file within the current limits and scores the answers against its best moves, avoid
-// moves and points. Positions without any go to "unsolved.epd". Silent when a file cannot be opened.
-void analyse_epd_file(const char *file_name, PollInput poll_input);
+// Searches the first `count` built-in positions to a fixed depth (the depth limit, or 17 when that is above 40) and prints
+// the time of each and the total node rate. `in_this_thread`: the pool's first record searches here, always to depth 17.
+void run_benchmark(ToolRun &run, int count, bool in_this_thread);
+
+// Searches every position of an EPD file within the limits and scores the answers against its best moves, avoid moves and
+// points. Positions without any go to "unsolved.epd". Silent when a file cannot be opened.
+void analyse_epd_file(ToolRun &run, const char *file_name);
 
 // Reads a PGN file with engine scores in its comments. Variant 1 writes an annotated listing to "tmp.pgn" and corrected
 // mistakes to "tmpX.epd"; 2 to 4 write training records to "tmp.epd". Silent when a file cannot be opened.
-void scan_pgn_file(const char *file_name, int variant, PollInput poll_input);
+void scan_pgn_file(ToolRun &run, const char *file_name, int variant);
+
+// Builds the book "tmp_book.bin" from the games of a PGN file. Silent when that cannot be opened.
+void build_book(const char *pgn_file);
 
 // Writes the records of a training file that are fit for tuning to "tune_new.epd".
-void make_training_file(const char *file_name, PollInput poll_input);
+void make_training_file(ToolRun &run, const char *file_name);
 // 100 passes of gradient descent over the selected weights on a training file; writes "tune.log".
-void run_gradient_tuning(const char *file_name, PollInput poll_input);
+void run_gradient_tuning(ToolRun &run, const char *file_name);
+
+// What the console's `tune` worked on last.
+struct TuneChoice {
+    std::string file = "tune.epd";
+    int share = 100;  // percent of the file
+};
 // Searches the best value of one weight on a share (percent) of a training file and reports it; an empty file name and a
-// negative share stand for those of the last call ("tune.epd" and 100 at first). The weight keeps its value; the hash table
-// stays switched off.
-void tune_one_parameter(std::string_view name, std::string_view file_name, int percent, PollInput poll_input);
+// negative share stand for those of the last call. The weight keeps its value; the hash table stays switched off until
+// it is switched on again.
+void tune_one_parameter(ToolRun &run, TuneChoice &choice, std::string_view name, std::string_view file_name,
+                        int percent);
 
 // 300,000 fast games between a perturbed and a fixed copy of the weights, in cycles of six, after each of which the
 // estimates move towards the winner. Writes "self.pgn".
-void run_selfplay_tuning(PollInput poll_input);
-
-// Replays the first moves of every game of a PGN file and writes the moves that scored well to "tmp_book.bin". Does
-// nothing when the PGN file cannot be opened; when the book cannot be written one line says so and no file is left.
-void build_book(const char *pgn_file);
+void run_selfplay_tuning(ToolRun &run);

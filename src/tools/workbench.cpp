@@ -5,21 +5,24 @@
 #include <filesystem>
 
 #include "base/output.h"
-#include "platform/clock.h"
-#include "search/threads.h"
-#include "search/timing.h"
 
-void search_with_all_threads(PollInput poll_input, int sleep) {
-    start_search_threads();
-    while (busy_threads() != 0) {
-        check_time();
-        poll_input();
-        if (stop_flag == STOP_NONE) sleep_ms(sleep);
-    }
-    update_elapsed();
+void look_for_wish(ToolRun &run) {
+    if (run.wants_to_end != nullptr && run.wants_to_end(run.context)) run.stopped = true;
+    if (run.stopped) stop_search(run.engine, STOP_ABANDON);
 }
 
-double searched_nodes() { return static_cast<double>(sum_thread_stats().nodes); }
+SearchResult search_with_all_threads(ToolRun &run, int pause_ms) {
+    const auto look = [](void *context) { look_for_wish(*static_cast<ToolRun *>(context)); };
+    return search(run.engine, run.limits, {look, &run, pause_ms});
+}
+
+SearchResult search_in_this_thread(ToolRun &run) {
+    begin_search(run.engine, run.limits, REQUEST_ANALYSIS);
+    search_here(run.engine);
+    return finish_search(run.engine);
+}
+
+void say(std::string_view text) { print_display(text); }
 
 std::int16_t nearest_weight(double x) {
     return static_cast<std::int16_t>(std::clamp(std::round(x), -32768.0, 32767.0));

@@ -1,20 +1,25 @@
-// What the tools share: running searches, and files that are complete or say so.
+// What the tools share: the user's wish to end, searches that keep an eye on it, and files that are complete or say so.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "base/line_reader.h"
+#include "engine/life.h"
 #include "tools/tools.h"
 
-// Searches the game position, for which begin_search has been called, with all threads; keeps the time and reads input
-// meanwhile, in turns of `sleep_ms` milliseconds.
-void search_with_all_threads(PollInput poll_input, int sleep_ms);
+// Looks whether the user wants the tool to end, which ends a running search as well.
+void look_for_wish(ToolRun &run);
 
-// Nodes of all threads in the search that has ended.
-double searched_nodes();
+// Searches the game's position within the run's limits, with all threads; looks for the user's wish in turns of `pause_ms`
+// milliseconds.
+SearchResult search_with_all_threads(ToolRun &run, int pause_ms);
+// The same in this thread, without a look at the time or the user.
+SearchResult search_in_this_thread(ToolRun &run);
+
+// Text for the screen only.
+void say(std::string_view text);
 
 // The nearest value that a weight can have, halves away from zero.
 std::int16_t nearest_weight(double x);

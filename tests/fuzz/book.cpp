@@ -1,4 +1,5 @@
 // An opening book. Every other entry gets the key of the position, so that there is something to find.
+#include "board/fen.h"
 #include "book/format.h"
 #include "book/probe.h"
 #include "frontend/book_listing.h"

@@ -1,4 +1,5 @@
 // A configuration file.
+#include "board/fen.h"
 #include "frontend/options.h"
 #include "harness.h"
 

@@ -1,7 +1,10 @@
 // A FEN text and every move of the position that comes of it.
+#include "board/fen.h"
+#include "board/exchange.h"
+#include "board/legality.h"
+#include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
-#include "board/see.h"
 #include "book/format.h"
 #include "harness.h"
 #include "tablebase/board.h"

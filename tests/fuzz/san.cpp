@@ -1,5 +1,6 @@
 // A position and a move's text. A text that is read as a move is read so again when it is written out.
-#include "board/movegen.h"
+#include "board/fen.h"
+#include "board/legality.h"
 #include "board/notation.h"
 #include "harness.h"
 

@@ -206,7 +206,7 @@ TEST(MoveTrace, SeesEveryMoveBeforeItIsMade) {
     const auto board = make_test_position();
     traced.clear();
     move_trace = [](const Position &pos, Move m) {
-        traced.push_back(std::to_string(pos.thread->ply) + ' ' + move_to_text(m, PromotionStyle::LOWER_CASE));
+        traced.push_back(std::to_string(pos.history->ply) + ' ' + move_to_text(m, PromotionStyle::LOWER_CASE));
     };
     make_move(board->pos, parse_coordinates(board->pos, "e2e4"));
     make_null_move(board->pos);

@@ -1,3 +1,5 @@
+#include "board/attacks.h"
+#include "board/fen.h"
 #include "engine_fixture.h"
 
 #include <algorithm>

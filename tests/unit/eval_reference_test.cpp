@@ -1,4 +1,6 @@
 // Evaluations and searches against tables of values that were computed elsewhere.
+#include "board/fen.h"
+#include "board/notation.h"
 #include "engine_fixture.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 // values are worked out beside each position. Then the endings: material draws and odd cases of the recognisers.
 //
 // A pair (a, b) is an opening and an endgame half; at stage s it shows as (a x (24 - s) + b x s) / 24, toward zero.
+#include "board/fen.h"
 #include "engine_fixture.h"
 
 #include <string>

@@ -1,4 +1,5 @@
 // Searches, and the plan of their time.
+#include "board/fen.h"
 #include "engine_fixture.h"
 
 namespace {

@@ -13,9 +13,15 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/checks.h"
+#include "board/fen.h"
+#include "board/hash_codes.h"
+#include "board/legality.h"
+#include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "board/repetition.h"
 
 // A position and the history it needs. Lives on the heap: the history is large, and the position points into it.
 struct TestPosition {
@@ -32,7 +38,7 @@ inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = S
     }();
     (void)ready;
     auto board = std::make_unique<TestPosition>();
-    board->pos.thread = &board->history;
+    board->pos.history = &board->history;
     board->set_up_result = set_fen(board->pos, fen);
     return board;
 }

@@ -1,4 +1,4 @@
-#include "board/see.h"
+#include "board/exchange.h"
 
 #include <numeric>
 

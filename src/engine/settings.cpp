@@ -1,9 +1,6 @@
-#include "search/settings.h"
+#include "engine/settings.h"
 
 #include <algorithm>
-
-Settings settings;
-Settings default_settings;
 
 void OptionText::assign(std::string_view text) {
     length_ = static_cast<std::uint8_t>(std::min(text.size(), text_.size() - 1));

@@ -20,6 +20,10 @@ constexpr int SEE_TOLERANCE = 69;
 // is never negative.
 int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop);
 
+// What the opponent of the piece on `from` gains, in centipawns and never less than 0, by capturing it on `to` once it
+// stands there: with a pawn on d5 and a black bishop on f8 as the only other piece near, 100 for d6.
+int see_reply(const Position &pos, Square from, Square to);
+
 // Whether the exchange on `to` that the piece on `from` starts is worth at least `threshold` centipawns to its side, which
 // may not decline. The same as comparing see_value, in fewer steps.
 bool see_at_least(const Position &pos, Square from, Square to, int threshold);

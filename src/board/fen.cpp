@@ -1,0 +1,142 @@
+#include "board/fen.h"
+
+#include <algorithm>
+#include <array>
+
+#include "board/hash_codes.h"
+
+namespace {
+
+constexpr std::string_view WHITE_LETTERS = " PNBRQK";
+constexpr std::string_view BLACK_LETTERS = " pnbrqk";
+
+struct CastlingHome {
+    int right;
+    char letter;
+    Colour colour;
+    Square king;
+    Square rook;
+};
+constexpr std::array<CastlingHome, 4> CASTLING_HOMES = {{
+    {WHITE_KING_SIDE, 'K', WHITE, E1, H1},
+    {WHITE_QUEEN_SIDE, 'Q', WHITE, E1, A1},
+    {BLACK_KING_SIDE, 'k', BLACK, E8, H8},
+    {BLACK_QUEEN_SIDE, 'q', BLACK, E8, A8},
+}};
+
+// A field's text: up to the next blank, taken off the front together with the blanks before it.
+std::string_view take_field(std::string_view &text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    const std::size_t length = std::min(text.find(' '), text.size());
+    const std::string_view field = text.substr(0, length);
+    text.remove_prefix(length);
+    return field;
+}
+
+void read_placement(Position &pos, std::string_view field) {
+    Square s = A8;
+    for (const char c : field) {
+        if (c == '/') {
+            // A ninth rank overwrites the first one instead of leaving the board.
+            s = std::max((s & ~7) - 8, 0);
+            continue;
+        }
+        if (c >= '0' && c <= '9') {
+            const int skip = c - '0';
+            s = file_of(s) + skip > 7 ? (s | 7) : s + skip;
+            continue;
+        }
+        std::size_t type = WHITE_LETTERS.find(c, 1);
+        Colour colour = WHITE;
+        if (type == std::string_view::npos) {
+            type = BLACK_LETTERS.find(c, 1);
+            colour = BLACK;
+        }
+        if (type != std::string_view::npos) {
+            remove_piece(pos, s);
+            put_piece(pos, make_piece(colour, static_cast<int>(type)), s);
+        }
+        if (file_of(s) != 7) ++s;
+    }
+}
+
+}  // namespace
+
+FenReading set_fen(Position &pos, std::string_view text) {
+    clear_position(pos);
+    const std::size_t placement = std::min(text.find(' '), text.size());
+    read_placement(pos, text.substr(0, placement));
+
+    std::string_view rest = text.substr(placement);
+    if (rest.size() > 1 && (rest[1] == 'w' || rest[1] == 'b')) pos.side = rest[1] == 'w' ? WHITE : BLACK;
+    rest.remove_prefix(std::min<std::size_t>(2, rest.size()));
+
+    for (const char c : take_field(rest))
+        for (const CastlingHome &home : CASTLING_HOMES)
+            if (c == home.letter) pos.castling = static_cast<std::uint8_t>(pos.castling | home.right);
+
+    // A file letter and a rank digit; anything else is no en-passant square.
+    const std::string_view ep = take_field(rest);
+    if (ep.size() == 2 && ep[0] >= 'a' && ep[0] <= 'h' && ep[1] >= '1' && ep[1] <= '8')
+        pos.ep_square = static_cast<std::uint8_t>(make_square(ep[0] - 'a', ep[1] - '1'));
+
+    const bool illegal = drop_impossible_castling(pos);
+    pos.key = compute_key(pos);
+    pos.pawn_key = compute_pawn_key(pos);
+    return {illegal, rest};
+}
+
+bool drop_impossible_castling(Position &pos) {
+    const int before = pos.castling;
+    for (const CastlingHome &home : CASTLING_HOMES)
+        if (pos.board[home.king] != make_piece(home.colour, KING) ||
+            pos.board[home.rook] != make_piece(home.colour, ROOK))
+            pos.castling = static_cast<std::uint8_t>(pos.castling & ~home.right);
+    return pos.castling != before;
+}
+
+std::string get_fen(const Position &pos) {
+    std::string fen;
+    for (int rank = 7; rank >= 0; --rank) {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file) {
+            const Piece piece = pos.board[make_square(file, rank)];
+            if (piece == 0) {
+                ++empty;
+                continue;
+            }
+            if (empty != 0) fen += static_cast<char>('0' + empty);
+            empty = 0;
+            fen += (colour_of(piece) == WHITE ? WHITE_LETTERS : BLACK_LETTERS)[type_of(piece)];
+        }
+        if (empty != 0) fen += static_cast<char>('0' + empty);
+        if (rank != 0) fen += '/';
+    }
+    fen += pos.side == WHITE ? " w " : " b ";
+    if (pos.castling == 0) fen += '-';
+    for (const CastlingHome &home : CASTLING_HOMES)
+        if ((pos.castling & home.right) != 0) fen += home.letter;
+    fen += ' ';
+    fen += pos.ep_square == NO_SQUARE ? std::string_view("-") : square_name(pos.ep_square);
+    return fen;
+}
+
+std::string board_text(const Position &pos) {
+    constexpr std::string_view WHITE_DIAGRAM = "-PNBRQK";
+    constexpr std::string_view BLACK_DIAGRAM = "-onbrqk";
+    std::string text = get_fen(pos) + '\n';
+    for (int rank = 7; rank >= 0; --rank) {
+        text += ' ';
+        for (int file = 0; file < 8; ++file) {
+            const Piece piece = pos.board[make_square(file, rank)];
+            text += ' ';
+            if (piece != 0)
+                text += (colour_of(piece) == WHITE ? WHITE_DIAGRAM : BLACK_DIAGRAM)[type_of(piece)];
+            else
+                text += (rank & 1) == (file & 1) ? '+' : '-';
+        }
+        text += '\n';
+    }
+    text += pos.side == WHITE ? "white\n" : "black\n";
+    return text;
+}

@@ -1,0 +1,109 @@
+// The console's `set`: what can be changed by name without an option of the protocol.
+#include <algorithm>
+#include <string>
+
+#include "base/output.h"
+#include "base/text.h"
+#include "engine/options.h"
+#include "engine/strength.h"
+#include "frontend/frontend.h"
+
+namespace {
+
+using Words = std::vector<std::string_view>;
+
+constexpr int LARGEST_BYTE = 255;
+constexpr int NEVER = 99;  // depth that a rule never reaches
+
+// The value of a `set NAME VALUE`, as its receivers want it.
+struct Value {
+    const Words &words;
+    std::string_view text;
+    int number;
+};
+
+std::string_view word_at(const Words &words, std::size_t i) { return i < words.size() ? words[i] : std::string_view{}; }
+
+int as_integer(std::string_view text) { return clamped_integer(text, -1'000'000, 1'000'000); }
+
+// "5:30" is five and a half minutes, "90" ninety seconds.
+double time_text(std::string_view text) {
+    constexpr double SECONDS = 60.0;
+    const std::size_t colon = text.find(':');
+    if (colon == std::string_view::npos) return leading_number(text);
+    return SECONDS * static_cast<double>(leading_integer(text.substr(0, colon))) +
+           leading_number(text.substr(colon + 1));
+}
+
+void set_hash(FrontEnd &front, const Value &value) {
+    front.engine.shared.table.enabled = static_cast<std::uint8_t>(std::clamp(value.number, 0, LARGEST_BYTE));
+}
+
+void set_noise(FrontEnd &front, const Value &value) {
+    front.limits.noise = leading_number(value.text);
+    change_limits(front.engine, front.limits);
+}
+
+void set_level(FrontEnd &front, const Value &value) {
+    SearchLimits &limits = front.limits;
+    limits.tc_mode = std::clamp(value.number, 0, LARGEST_BYTE);
+    limits.time_per_move = std::max(time_text(word_at(value.words, 3)), 0.0);
+    limits.reset_clocks();
+    limits.increment = std::max(leading_number(word_at(value.words, 4)), 0.0);
+    print_format("set level to %d moves in %0.2f seconds, inc %0.2f", limits.tc_mode, limits.time_per_move,
+                 limits.increment);
+}
+
+void set_debug(FrontEnd &front, const Value &value) { front.limits.show_evaluation = value.number != 0; }
+
+void set_depth(FrontEnd &front, const Value &value) {
+    front.limits.max_depth = std::clamp(value.number, 0, MAX_DEPTH);
+    change_limits(front.engine, front.limits);
+}
+
+// 1: everything as it was at the start; else no selectivity.
+void set_selectivity_switch(FrontEnd &front, const Value &value) {
+    Engine &engine = front.engine;
+    if (value.number == 1) {
+        engine.settings = engine.default_settings;
+        print_line("set default personality");
+        return;
+    }
+    engine.settings.search.NMP_depth = NEVER;
+    engine.settings.search.SEP_depth = 0;
+    engine.settings.search.LMP_depth = 0;
+    engine.settings.search.LMR_depth = NEVER;
+    print_line("selectivity set to OFF");
+}
+
+void set_target_nps(FrontEnd &front, const Value &value) {
+    limit_rate(front.engine, leading_number(value.text));
+    print_format("target_nps set to %.0f", front.engine.shared.target_nps.load());
+}
+
+struct NamedSetting {
+    std::string_view name;
+    void (*set)(FrontEnd &front, const Value &value);
+};
+constexpr NamedSetting SETTINGS[] = {
+    {"hash", set_hash},   {"noise", set_noise},           {"level", set_level},           {"debug", set_debug},
+    {"depth", set_depth}, {"ss", set_selectivity_switch}, {"target_nps", set_target_nps},
+};
+
+}  // namespace
+
+void set_value(FrontEnd &front, const Words &words) {
+    const std::string_view name = word_at(words, 1);
+    const Value value{words, word_at(words, 2), as_integer(word_at(words, 2))};
+    Settings &settings = front.engine.settings;
+    if (const Option *option = option_of_console(name); option != nullptr) {
+        store_number(settings, *option, value.number);
+        print_format("%s set to %d", std::string(name).c_str(), number_of(settings, *option));
+    } else if (name.find("multipv") != std::string_view::npos) {
+        store_number(settings, *option_named("MultiPV"), value.number);
+    } else {
+        for (const NamedSetting &setting : SETTINGS)
+            if (name == setting.name) setting.set(front, value);
+    }
+    front.engine.settings_changed = true;
+}

@@ -1,0 +1,67 @@
+// The front end: one record for what a conversation with a user or a program needs, and the loop that keeps it going.
+//
+// This folder holds the input queue (input.h), the loop (loop.cpp), the two protocols (uci.cpp, console.cpp with
+// console_settings.cpp), what they print of a search (reporters.h), the console's game (game_commands.h, game_files.h,
+// editor.h) and the command line (command_line.h). All of it runs on the main thread, but for the reporters.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/relaxed.h"
+#include "engine/life.h"
+#include "frontend/input.h"
+#include "tools/tools.h"
+
+struct FrontEnd {
+    explicit FrontEnd(Engine &engine_of_this_process) : engine(engine_of_this_process) {}
+    FrontEnd(const FrontEnd &) = delete;
+    FrontEnd &operator=(const FrontEnd &) = delete;
+
+    Engine &engine;
+    InputQueue input;
+    Relaxed<bool> uci{true};  // the protocol: UCI, or that of the console; reporters read it on search threads
+    SearchLimits limits;      // of the next search; commands change them, and what they do not name stays
+    SearchRequest search_request = REQUEST_NONE;  // a search that has been asked for
+    bool clear_table_first = false;               // before the requested search
+    bool endless_search = false;                  // only a command can end the requested or running search
+    bool self_play = false;                       // the engine plays both sides of the console's game
+    bool editing = false;                         // the console's board editor takes the lines
+    bool quit = false;                            // ends the loop and the tools
+    TuneChoice tune;                              // what the console's `tune` worked on last
+};
+
+// Runs until a command ends it, or the end of input when nothing is left to do. The start position is set up.
+void run_loop(FrontEnd &front);
+
+// Waits up to `timeout_ms` for input, then interprets at most one complete line.
+void read_command(FrontEnd &front, int timeout_ms);
+
+// For work outside the loop: reads input without waiting and obeys `quit` (and Ctrl-C where it is caught) and isready;
+// other commands wait in the queue. Whether the work is to end.
+bool wants_to_end(FrontEnd &front);
+
+// Asks for a search; one that runs makes way for it.
+void request_search(FrontEnd &front, SearchRequest request, bool endless);
+// For commands that change the position or want quiet: the engine's game against itself ends as well.
+void abandon_search(FrontEnd &front);
+// The same for commands that need the threads' records: waits, and reports the result of a search that runs.
+void end_search(FrontEnd &front);
+
+// Prints the result of a search, and goes on with the engine's game against itself.
+void report_result(FrontEnd &front, const SearchResult &result);
+
+// Sets up a position in the game, with a line when its castling rights do not fit.
+void set_up_position(FrontEnd &front, std::string_view fen);
+
+PromotionStyle move_style(const FrontEnd &front);
+
+// What a tool gets from this front end.
+ToolRun tool_run(FrontEnd &front);
+
+// uci.cpp: interprets one line of the UCI protocol.
+void interpret_uci(FrontEnd &front, std::string_view line);
+// console.cpp: interprets one line typed at a console.
+void interpret_console(FrontEnd &front, std::string_view line);
+// console_settings.cpp: the console's `set`.
+void set_value(FrontEnd &front, const std::vector<std::string_view> &words);

@@ -1,0 +1,46 @@
+// What a search may use, and what it is asked for.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+constexpr int MAX_DEPTH = 66;                  // deepest iteration, and the ply at which every line ends
+constexpr double UNLIMITED_NPS = 1e9;          // node rate that no machine reaches
+constexpr double NO_PROGRESS_LINES = 9999.0;   // value of `noise`: never
+constexpr double UNLIMITED_TIME = 10000000.0;  // time_per_move of searches that only something else ends, seconds
+constexpr double ANALYSIS_TIME = 99999.0;      // the same at a console
+
+// Why a search runs, which decides what ends it. REQUEST_NONE: there is none.
+enum SearchRequest : std::uint8_t {
+    REQUEST_NONE = 0,
+    REQUEST_SEARCH = 1,    // for a move to play
+    REQUEST_PONDER = 2,    // for a move to play, on the opponent's time: the clock rests
+    REQUEST_ANALYSIS = 3,  // for a person or a tool
+};
+
+// The limits of a search. Values last until somebody changes them, so whoever starts searches keeps one of these.
+struct SearchLimits {
+    double noise = 0.0;                        // seconds of search before progress lines appear
+    double time_per_move = 5.0;                // seconds, in fixed-limit mode
+    std::array<double, 2> clock = {5.0, 5.0};  // seconds, by colour
+    double increment = 0.0;                    // seconds, of the side to move
+    int tc_mode = 1;                           // 0 sudden death, 1 fixed limits, n > 1 = moves per period
+    int moves_to_go = 0;                       // moves left in the period, with tc_mode > 1
+    bool count_period = false;                 // moves_to_go follows from the game's length and tc_mode
+    int max_depth = MAX_DEPTH;                 // deepest iteration, 0 .. MAX_DEPTH
+    std::int64_t node_limit = 0;               // nodes per thread, 0 = none
+    bool show_evaluation = false;              // the root's evaluation is broken down for display
+
+    // Only these limits and a word from outside can end a search.
+    void fix_time(double seconds) {
+        time_per_move = seconds;
+        tc_mode = 1;
+    }
+    // Whether only a word from outside ends a search.
+    bool is_endless() const {
+        return tc_mode == 1 && (time_per_move >= UNLIMITED_TIME || time_per_move == ANALYSIS_TIME) &&
+               max_depth >= MAX_DEPTH && node_limit <= 0;
+    }
+    // Both clocks show the time per move.
+    void reset_clocks() { clock = {time_per_move, time_per_move}; }
+};

@@ -1,0 +1,98 @@
+// The best value of one weight on training records.
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "base/output.h"
+#include "eval/tunables.h"
+#include "tools/training.h"
+
+namespace {
+
+// Search for the value with the smallest error: steps outwards until both sides are bounded, then midpoints.
+class ValueSearch {
+public:
+    explicit ValueSearch(int start) : best_(start) {}
+
+    // Takes in the error of a value.
+    void add(int value, double error, bool first) {
+        const bool better = error < best_error_;
+        if (!first) {
+            if (better ? value < best_ : value > best_) upper_ = better ? best_ : value;
+            if (better ? value > best_ : value < best_) lower_ = better ? best_ : value;
+        }
+        if (better) {
+            best_error_ = error;
+            best_ = value;
+        }
+    }
+
+    // The value to try after `value`. False when the search has ended.
+    bool next(int value, int &next_value) const {
+        constexpr double STEP_SHARE = 0.12;  // of the best value
+        const int step = nearest_weight(std::abs(best_) * STEP_SHARE) + 1;
+        if (lower_ == UNBOUNDED_LOW) {
+            next_value = best_ - step;
+        } else if (upper_ == UNBOUNDED_HIGH) {
+            next_value = best_ + step;
+        } else {
+            const int bound = upper_ - value >= value - lower_ ? upper_ : lower_;
+            next_value = nearest_weight(0.5 * best_ + 0.5 * bound);
+            if ((best_ - lower_ <= 1 && upper_ - best_ <= 1) || next_value == best_) return false;
+        }
+        return true;
+    }
+
+    std::string text() const {
+        return format_line("best= %d, err= %0.6f, min= %d, max= %d\n\n", best_, best_error_, lower_, upper_);
+    }
+
+private:
+    static constexpr int UNBOUNDED_LOW = -10000;
+    static constexpr int UNBOUNDED_HIGH = 10000;
+    int best_;
+    double best_error_ = NO_ERROR_KNOWN;
+    int lower_ = UNBOUNDED_LOW;
+    int upper_ = UNBOUNDED_HIGH;
+};
+
+void search_best_value(ToolRun &run, const TunableParam &param) {
+    constexpr int MOST_TRIES = 30;
+    std::int16_t &weight = param.weight.of(run.engine.settings.weights);
+    const std::int16_t start = weight;
+    ValueSearch values(start);
+    int value = start;
+    for (int tries = 0; tries < MOST_TRIES; ++tries) {
+        weight = nearest_weight(value);
+        const double error = tuning_error(run, SAMPLE_FILE);
+        if (run.stopped) break;
+        say(format_line("%s= %d, err= %0.6f\n", param.name.c_str(), value, error));
+        values.add(value, error, tries == 0);
+        say(values.text());
+        if (!values.next(value, value)) break;
+    }
+    say(values.text());
+    weight = start;
+}
+
+}  // namespace
+
+void tune_one_parameter(ToolRun &run, TuneChoice &choice, std::string_view name, std::string_view file_name,
+                        int percent) {
+    constexpr int WHOLE_FILE = 100;
+    if (!file_name.empty()) choice.file = file_name;
+    if (percent >= 0) choice.share = std::min(percent, WHOLE_FILE);
+    say(format_line("tune file= %s\n", choice.file.c_str()));
+    const std::vector<TunableParam> tunables = eval_tunables(run.engine.settings.weights);
+    const auto param = std::find_if(tunables.begin(), tunables.end(),
+                                    [name](const TunableParam &candidate) { return candidate.name == name; });
+    if (param != tunables.end()) {
+        run.limits.max_depth = 0;
+        run.limits.noise = NO_PROGRESS_LINES;
+        say(format_line("\ntuning %s\n", param->name.c_str()));
+        copy_random_subset(run, choice.file.c_str(), SAMPLE_FILE, choice.share);
+        search_best_value(run, *param);
+        derive_tables(run.engine);
+    }
+    say("done!\n");
+}

@@ -3,14 +3,40 @@
 # same tree.
 #   tests/check_bench.sh BINARY            compare; exit 1 when it differs
 #   tests/check_bench.sh --print BINARY    print the count only
+#   tests/check_bench.sh --commits         compare the "Bench: N" of the newest commit that has one with the file of that
+#                                          commit; nothing to do outside a git checkout
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
+
+check_commits() {
+    local commit said stated
+    if ! git -C "$here" rev-parse --git-dir >/dev/null 2>&1; then
+        echo "bench: no git checkout, no commit messages"
+        return 0
+    fi
+    commit=$(git -C "$here" log -n 1 --format=%H --extended-regexp --grep='^Bench: [0-9]+$')
+    if [ -z "$commit" ]; then
+        echo "bench: no commit names a count"
+        return 0
+    fi
+    said=$(git -C "$here" log -n 1 --format=%B "$commit" | sed -n 's/^Bench: \([0-9]*\)$/\1/p' | tail -n 1)
+    stated=$(git -C "$here" show "$commit:./bench_signature")
+    echo "bench: commit ${commit:0:9} says $said, its tests/bench_signature $stated"
+    [ "$said" = "$stated" ]
+}
+
 print_only=0
-if [ "${1:-}" = "--print" ]; then
+case "${1:-}" in
+--commits)
+    check_commits
+    exit
+    ;;
+--print)
     print_only=1
     shift
-fi
+    ;;
+esac
 
 nodes=$("$1" -bench -d 8 | sed -n 's/^total time=.* nodes= \([0-9]*\),.*/\1/p')
 if [ "$print_only" = 1 ]; then

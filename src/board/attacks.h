@@ -2,7 +2,7 @@
 #pragma once
 
 #include <array>
-#ifdef __BMI2__
+#ifdef DRAL_BIT_EXTRACTION
 #include <immintrin.h>
 #endif
 
@@ -39,8 +39,9 @@ inline Bitboard squares_ahead(Colour c, Square s) {
 }
 
 // Squares a slider on `s` attacks, up to and including the first occupied square in each direction: one look-up by the
-// blockers on its lines, whose set is made an index by multiplication (magic bitboards) or, where the build may use it, by
-// the processor's bit extraction.
+// blockers on its lines, whose set is made an index by multiplication (magic bitboards) or, in builds with
+// DRAL_BIT_EXTRACTION, by the processor. The tables are laid out for one of them, so this is not left to what the compiler
+// of a file that includes this is allowed to use.
 struct SliderTable {
     Bitboard mask;            // squares whose occupation matters
     std::uint64_t magic;      // see magics.h
@@ -48,7 +49,7 @@ struct SliderTable {
     int shift;                // 64 less the number of squares in the mask
 
     std::size_t index(Bitboard occupied) const {
-#ifdef __BMI2__
+#ifdef DRAL_BIT_EXTRACTION
         return _pext_u64(occupied, mask);
 #else
         return ((occupied & mask) * magic) >> shift;

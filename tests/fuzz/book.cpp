@@ -6,8 +6,7 @@
 #include "harness.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::start();
-    Position &pos = game->position;
+    Position &pos = fuzz::engine().game.position;
     set_fen(pos, "r3k2r/P6P/8/8/8/8/p6p/R3K2R w KQkq -");
     std::string bytes(fuzz::text_of(data, size));
     const auto key = book_entry_bytes({polyglot_key(pos), 0, 0, 0});

@@ -10,8 +10,7 @@
 #include "tablebase/board.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::start();
-    Position &pos = game->position;
+    Position &pos = fuzz::engine().game.position;
     set_fen(pos, fuzz::text_of(data, size));
     const std::string fen = get_fen(pos);
     set_fen(pos, fen);

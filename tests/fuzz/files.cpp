@@ -2,23 +2,22 @@
 #include "frontend/game_files.h"
 #include "games/epd.h"
 #include "harness.h"
-#include "tools/tools.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::start();
     const std::string_view text = fuzz::text_of(data, size);
+    FrontEnd front(fuzz::engine());
+    fuzz::reset(front.engine, Reporter{});
+    front.engine.shared.table.enabled = 0;
+    front.limits.max_depth = 1;
+    front.limits.noise = NO_PROGRESS_LINES;
     EpdRecord record;
     parse_epd_record(text, record);
     fuzz::write_file("in.txt", text);
-    const auto no_input = [] {};
-    quit_flag = false;
-    hash_enabled = 0;
-    max_depth = 1;
-    noise = NO_PROGRESS_LINES;
-    for (int variant = 1; variant <= 4; ++variant) scan_pgn_file("in.txt", variant, no_input);
+    ToolRun run{front.engine, front.limits, move_style(front), nullptr};
+    for (int variant = 1; variant <= 4; ++variant) scan_pgn_file(run, "in.txt", variant);
     build_book("in.txt");
-    load_game("in.txt", "1");
-    analyse_epd_file("in.txt", no_input);
-    make_training_file("in.txt", no_input);
+    load_game(front, "in.txt", "1");
+    analyse_epd_file(run, "in.txt");
+    make_training_file(run, "in.txt");
     return 0;
 }

@@ -5,17 +5,16 @@
 #include "harness.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::start();
     const std::string_view text = fuzz::text_of(data, size);
     const std::size_t line_end = std::min(text.find('\n'), text.size());
-    Position &pos = game->position;
+    Position &pos = fuzz::engine().game.position;
     set_fen(pos, text.substr(0, line_end));
     const std::string_view typed = text.substr(std::min(line_end + 1, text.size()));
-    Move move = NO_MOVE;
     parse_coordinates(pos, typed);
-    if (!parse_move(pos, typed, move)) return 0;
-    Move again = NO_MOVE;
-    if (!is_legal(pos, pos.side, move)) std::abort();
-    if (parse_move(pos, move_to_san(pos, move)[0], again) && again != move) std::abort();
+    const ParsedMove parsed = parse_move(pos, typed);
+    if (!parsed.found()) return 0;
+    if (!is_legal(pos, pos.side, parsed.move)) std::abort();
+    const ParsedMove again = parse_move(pos, move_to_san(pos, parsed.move)[0]);
+    if (again.found() && again.move != parsed.move) std::abort();
     return 0;
 }

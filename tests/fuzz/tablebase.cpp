@@ -33,7 +33,6 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    fuzz::start();
     if (size < 1) return 0;
     const TbMaterial material = tb_material(tb_counts(NAMES[data[0] % std::size(NAMES)]));
     std::vector<std::uint8_t> bytes(data + 1, data + size);

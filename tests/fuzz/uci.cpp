@@ -1,4 +1,4 @@
-// Lines of the UCI protocol, through the engine loop.
+// Lines of the UCI protocol, through the loop.
 #include "harness.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

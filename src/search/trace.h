@@ -13,7 +13,7 @@ struct Reporter;
 
 struct SearchTrace {
     struct Close {
-        void operator()(std::FILE *file) const { std::fclose(file); }
+        void operator()(std::FILE *open) const { std::fclose(open); }
     };
     Relaxed<int> level{0};  // plies; 0: off
     Relaxed<PromotionStyle> style{PromotionStyle::LOWER_CASE};

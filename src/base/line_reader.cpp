@@ -15,6 +15,7 @@ LineReader::LineReader(const char *path, std::size_t longest) : buffer_(longest)
 bool LineReader::next(std::string_view &line) {
     std::size_t length = 0;
     int c = 0;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread knows this file
     while (length < buffer_.size() && c != '\n' && (c = getc_unlocked(file_.get())) != EOF) {
         buffer_[length++] = static_cast<char>(c);
     }

@@ -9,7 +9,7 @@ template <typename T>
 class Relaxed {
 public:
     Relaxed() = default;
-    constexpr Relaxed(T value) : value_(value) {}
+    constexpr Relaxed(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands in for a T
     Relaxed(const Relaxed &other) : value_(other.load()) {}
     Relaxed &operator=(const Relaxed &other) {
         store(other.load());
@@ -19,7 +19,7 @@ public:
         store(value);
         return *this;
     }
-    operator T() const { return load(); }
+    operator T() const { return load(); }  // NOLINT(google-explicit-constructor): stands in for a T
     T load() const { return value_.load(std::memory_order_relaxed); }
     void store(T value) { value_.store(value, std::memory_order_relaxed); }
     Relaxed &operator++() {

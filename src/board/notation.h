@@ -29,7 +29,7 @@ struct ParsedMove {
 
     bool found() const { return matches == 1; }
 };
-ParsedMove parse_move(const Position &pos, std::string_view text);
+ParsedMove parse_move(const Position &pos, std::string_view typed);
 
 // The word without the move number that some game files glue to a move: "e4" for "1.e4", "1..." as it is.
 std::string_view without_move_number(std::string_view word);

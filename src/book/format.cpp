@@ -45,7 +45,7 @@ std::uint64_t polyglot_key(const Position &pos) {
     for (Bitboard pieces = pos.occupied(); pieces != 0;) {
         const Square s = pop_lsb(pieces);
         const int kind = 2 * (pos.type_on(s) - PAWN) + (colour_of(pos.board[s]) == WHITE ? 1 : 0);
-        key ^= random64[static_cast<std::size_t>(64 * kind + s)];
+        key ^= random64[64 * kind + s];
     }
     for (std::size_t right = 0; right < 4; ++right)
         if ((pos.castling >> right & 1) != 0) key ^= random64[CASTLING_CODES + right];

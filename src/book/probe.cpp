@@ -53,6 +53,7 @@ std::vector<BookEntry> find_entries(const std::string &path, std::uint64_t key) 
 std::vector<std::int64_t> shares_of(const std::vector<BookEntry> &entries, std::int64_t total_weight, int variety) {
     const auto shift = static_cast<std::int64_t>(entries[0].weight * 0.01 * (variety - NEUTRAL_VARIETY));
     std::vector<std::int64_t> shares;
+    shares.reserve(entries.size());
     for (const BookEntry &entry : entries)
         shares.push_back(std::max<std::int64_t>((entry.weight + shift) * SHARE_UNITS / total_weight, 0));
     return shares;

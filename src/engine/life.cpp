@@ -205,7 +205,7 @@ SearchResult finish_search(Engine &engine) {
     result.best = published ? result.pv[1] : engine.fallback_move;
     result.ponder = published ? result.pv[2] : NO_MOVE;
     result.score = root.score;
-    result.depth = root.depth;
+    result.depth = root.depth;  // NOLINT(bugprone-signed-char-misuse): a small number of plies
     result.elapsed = shared.elapsed;
     result.stats = sum_thread_stats(shared.pool);
     result.branching_factor = branching_factor(shared);

@@ -11,7 +11,7 @@ namespace {
 using WinningSets = std::array<std::array<Bitboard, 64>, 32>;
 WinningSets strong_to_move, weak_to_move;
 
-std::size_t pawn_index(Square pawn) { return static_cast<std::size_t>(file_of(pawn) + 4 * rank_of(pawn)); }
+int pawn_index(Square pawn) { return file_of(pawn) + 4 * rank_of(pawn); }
 
 // Squares next to a square of the set.
 Bitboard king_reach(Bitboard set) {

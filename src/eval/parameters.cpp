@@ -18,7 +18,7 @@ using HalfBoard = std::array<std::int16_t, 32>;
 int half_board_value(const HalfBoard &table, int square) {
     const int file = square & 7;
     const int rank = square >> 3;
-    return table[static_cast<std::size_t>((7 - rank) * 4 + (file < 4 ? file : 7 - file))];
+    return table[(7 - rank) * 4 + (file < 4 ? file : 7 - file)];
 }
 
 // clang-format off

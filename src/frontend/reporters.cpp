@@ -147,9 +147,11 @@ void warning(void *, std::string_view text) { std::fwrite(text.data(), 1, text.s
 // Other threads may be running where the program is left with _Exit.
 void failed(void *context, Failure failure, std::string_view text) {
     constexpr int FAILED_CHANGE = -1;
+    // NOLINTBEGIN(concurrency-mt-unsafe): only the thread that reads the commands fails in these two ways
     switch (failure) {
     case Failure::THREADS: print_line(text); std::exit(FAILED_CHANGE);
     case Failure::HASH_TABLE: stop_threads(front_of(context).engine.shared); std::exit(FAILED_CHANGE);
+    // NOLINTEND(concurrency-mt-unsafe)
     case Failure::TABLEBASE:
         std::fwrite(text.data(), 1, text.size(), stderr);
         std::fflush(nullptr);

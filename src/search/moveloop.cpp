@@ -140,14 +140,13 @@ std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &e
             flags |= MOVE_QUEENS;
         else if (relative_rank(side, from_square(entry.move)) == 6)
             flags |= MOVE_UNDERPROMOTES;
-        else if (rank >= 6)
-            flags |= MOVE_ADVANCES;
-        else if (rank >= 4 && (attack_tables.passed_span[side][to] & pos.of(opponent(side), PAWN)) == 0)
+        else if (rank >= 6 || (rank >= 4 && (attack_tables.passed_span[side][to] & pos.of(opponent(side), PAWN)) == 0))
             flags |= MOVE_ADVANCES;
     }
     return static_cast<std::uint16_t>(flags);
 }
 
+// NOLINTNEXTLINE(readability-function-size): the rules in their order, in the registers of one body
 int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, NodeType type, Line &pv) {
     SearchShared &shared = *thread.shared;
     const SearchParams &params = shared.params;

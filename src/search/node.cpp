@@ -299,6 +299,7 @@ bool beta_side_gate(const Node &node, const HashProbe &probe, int beta) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): the rules in their order, in the registers of one body
 int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, NodeType type, Line &pv) {
     SearchShared &shared = *thread.shared;
     Position &pos = thread.position;

@@ -170,13 +170,14 @@ void map_squares(std::array<Square, TB_PIECES> &squares, int count, Map map) {
 std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
     const std::int64_t i = pos[1] > pos[0];
     const std::int64_t j = (pos[2] > pos[0]) + (pos[2] > pos[1]);
-    constexpr std::int64_t OFF_DIAGONAL = 6 * 63 * 62;
-    constexpr std::int64_t SECOND_OFF = OFF_DIAGONAL + 4 * 28 * 62;
-    constexpr std::int64_t THIRD_OFF = SECOND_OFF + 4 * 7 * 28;
-    if (diag_side(pos[0]) != 0) return fold_triangle[pos[0]] * 63 * 62 + (pos[1] - i) * 62 + (pos[2] - j);
+    constexpr std::int64_t OFF_DIAGONAL = std::int64_t{6} * 63 * 62;
+    constexpr std::int64_t SECOND_OFF = OFF_DIAGONAL + std::int64_t{4} * 28 * 62;
+    constexpr std::int64_t THIRD_OFF = SECOND_OFF + std::int64_t{4} * 7 * 28;
+    if (diag_side(pos[0]) != 0) return std::int64_t{fold_triangle[pos[0]]} * 63 * 62 + (pos[1] - i) * 62 + (pos[2] - j);
     if (diag_side(pos[1]) != 0)
-        return OFF_DIAGONAL + diag_index[pos[0]] * 28 * 62 + below_diag_index[pos[1]] * 62 + pos[2] - j;
-    const std::int64_t first = diag_index[pos[0]];
+        return OFF_DIAGONAL + std::int64_t{diag_index[pos[0]]} * 28 * 62 + std::int64_t{below_diag_index[pos[1]]} * 62 +
+               pos[2] - j;
+    const std::int64_t first{diag_index[pos[0]]};
     const std::int64_t second = diag_index[pos[1]] - i;
     if (diag_side(pos[2]) != 0) return SECOND_OFF + first * 7 * 28 + second * 28 + below_diag_index[pos[2]];
     return THIRD_OFF + first * 7 * 6 + second * 6 + (diag_index[pos[2]] - j);

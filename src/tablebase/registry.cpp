@@ -80,7 +80,7 @@ std::string path_in(const std::string &directory, const std::string &name, const
 // Path of the first directory's file that can be opened, or an empty text.
 std::string find_file(const Tablebases &tablebases, const std::string &name, const char *suffix) {
     for (const std::string &directory : tablebases.directories) {
-        const std::string path = path_in(directory, name, suffix);
+        std::string path = path_in(directory, name, suffix);
         if (path.empty()) break;
         std::error_code error;
         if (!std::filesystem::is_regular_file(path, error)) continue;

@@ -123,11 +123,12 @@ void analyse_record(ToolRun &run, const EpdRecord &record, Totals &totals, Outpu
 void print_totals(const Totals &t) {
     constexpr double NEVER_ZERO = 0.01;  // seconds
     const int positions = std::max(t.positions, 1);
+    const std::int64_t nodes_each = static_cast<std::int64_t>(t.nodes) / positions;
     std::string text = format_line("%d / %d correct best moves\n", t.correct, t.positions);
     text += format_line("total nodes= %0.0f\n", t.nodes);
     text += format_line("total time= %0.2f seconds\n", t.seconds);
     text += format_line("avg depth= %0.1f\n", t.depths / positions);
-    text += format_line("avg nodes= %0.1f\n", static_cast<double>(static_cast<std::int64_t>(t.nodes) / positions));
+    text += format_line("avg nodes= %0.1f\n", static_cast<double>(nodes_each));
     text += format_line("node_rate= %0.0f\n", t.nodes / (t.seconds + NEVER_ZERO));
     text += format_line("avg bf= %0.2f\n", t.branching / positions);
     text +=

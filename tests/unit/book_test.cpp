@@ -12,16 +12,24 @@
 #include <string>
 #include <vector>
 
-#include "base/control.h"
 #include "board/notation.h"
 #include "book/format.h"
 #include "book/probe.h"
 #include "frontend/book_listing.h"
+#include "search/limits.h"
 #include "test_support.h"
 
 namespace {
 
 using testing::HasSubstr;
+
+// What `action` writes to standard output.
+template <typename Action>
+std::string printed_by(Action action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
 
 std::uint16_t book_move(const std::string &from, const std::string &to, int promotion = 0) {
     const auto square = [](const std::string &name) { return (name[1] - '1') * 8 + name[0] - 'a'; };

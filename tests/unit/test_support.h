@@ -27,7 +27,7 @@
 struct TestPosition {
     MoveHistory history;
     Position pos;
-    int set_up_result;  // of set_fen
+    FenReading reading;  // its rest lies in the caller's text
 };
 
 inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = START_FEN) {
@@ -39,16 +39,8 @@ inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = S
     (void)ready;
     auto board = std::make_unique<TestPosition>();
     board->pos.history = &board->history;
-    board->set_up_result = set_fen(board->pos, fen);
+    board->reading = set_fen(board->pos, fen);
     return board;
-}
-
-// What `action` writes to standard output.
-template <typename Action>
-std::string printed_by(Action action) {
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
 }
 
 inline std::filesystem::path test_data_directory() {

@@ -87,10 +87,7 @@ TEST(MakeMove, RandomGamesAreConsistentAndReversible) {
 
 TEST(MakeMove, WorkedCases) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *move;
-        const char *after;
+        const char *what, *fen, *move, *after;
         int fifty;  // from 10 before the move
     } cases[] = {
         {"double step", "4k3/8/8/8/8/8/4P3/4K3 w - -", "e2e4", "4k3/8/8/8/4P3/8/8/4K3 b - e3", 0},
@@ -169,8 +166,7 @@ TEST(History, HoldsTheLongestGameAndASearch) {
 
 TEST(Repetitions, CountedBackToTheLastIrreversibleMove) {
     const struct {
-        const char *what;
-        const char *fen;
+        const char *what, *fen;
         std::vector<const char *> moves;  // an empty one passes
         int repetitions;
     } cases[] = {

@@ -6,10 +6,7 @@ std::string joined(const MoveTexts &texts) { return texts[0] + ' ' + texts[1] + 
 
 TEST(Notation, FourTextsOfAMove) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *move;
-        const char *texts;
+        const char *what, *fen, *move, *texts;
     } cases[] = {
         {"pawn capture", "4k3/8/8/3p4/4P3/8/8/4K3 w - -", "e4d5", "e4d5 exd5 ed "},
         {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6", "e5d6 exd6 ed "},
@@ -38,15 +35,13 @@ TEST(Notation, CoordinateText) {
     constexpr Square A7 = 48;
     const struct {
         Move move;
-        const char *lower_case;
-        const char *equals_sign;
+        const char *lower_case, *equals_sign;
     } cases[] = {
         {make_move_word(A7, A8, PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
         {make_move_word(A7, A8, PROMOTE_ROOK | PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
         {make_move_word(A7, A8, PROMOTE_ANY), "a7a8q", "a7a8=Q"},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.lower_case);
         EXPECT_EQ(move_to_text(c.move, PromotionStyle::LOWER_CASE), c.lower_case);
         EXPECT_EQ(move_to_text(c.move, PromotionStyle::EQUALS_SIGN), c.equals_sign);
     }
@@ -58,8 +53,7 @@ TEST(Notation, TypedMoves) {
     constexpr const char *QUEEN = "rnbqkbnr/ppppp1pp/8/5p2/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -";
     constexpr const char *CAPTURE = "4k3/8/8/1p1p4/P3P3/8/8/4K3 w - -";
     const struct {
-        const char *fen;
-        const char *typed;
+        const char *fen, *typed;
         const char *move;  // empty: not understood
     } cases[] = {
         {START_FEN.data(), "N1f3", "g1f3"},
@@ -91,9 +85,7 @@ TEST(Notation, TypedMoves) {
 
 TEST(Notation, AmbiguousMoves) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *typed;
+        const char *what, *fen, *typed;
         int matches;
     } cases[] = {
         {"two knights, rank given", "4k3/8/8/8/8/8/8/1N2KN2 w - -", "N1d2", 2},
@@ -115,12 +107,10 @@ TEST(Notation, AmbiguousMoves) {
 bool beyond_one_letter(Position &pos, Move m) {
     bool same_file = false;
     bool same_rank = false;
-    MoveList list;
-    const MoveEntry *end = gen_legal(pos, list.data());
-    for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
+    for (const MoveEntry &entry : legal_moves(pos)) {
         const Square from = from_square(m);
-        const Square other = from_square(entry->move);
-        if (to_square(entry->move) != to_square(m) || other == from || entry->piece != pos.board[from]) continue;
+        const Square other = from_square(entry.move);
+        if (to_square(entry.move) != to_square(m) || other == from || entry.piece != pos.board[from]) continue;
         same_file |= file_of(other) == file_of(from);
         same_rank |= rank_of(other) == rank_of(from);
     }
@@ -138,13 +128,11 @@ TEST(Notation, WrittenMovesAreReadBack) {
         SCOPED_TRACE(fen);
         const auto board = make_test_position(fen);
         Position &pos = board->pos;
-        MoveList list;
-        const MoveEntry *end = gen_legal(pos, list.data());
-        for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
-            const MoveTexts texts = move_to_san(pos, entry->move);
-            EXPECT_EQ(parse_move(pos, texts[0]).move, entry->move) << texts[0];
+        for (const MoveEntry &entry : legal_moves(pos)) {
+            const MoveTexts texts = move_to_san(pos, entry.move);
+            EXPECT_EQ(parse_move(pos, texts[0]).move, entry.move) << texts[0];
             const ParsedMove parsed = parse_move(pos, texts[1]);
-            EXPECT_EQ(parsed.move, beyond_one_letter(pos, entry->move) ? NO_MOVE : entry->move) << texts[1];
+            EXPECT_EQ(parsed.move, beyond_one_letter(pos, entry.move) ? NO_MOVE : entry.move) << texts[1];
             read += parsed.found();
         }
     }

@@ -4,9 +4,7 @@ namespace {
 
 TEST(Fen, ReadAndWrittenBack) {
     const struct {
-        const char *what;
-        const char *text;
-        const char *written;
+        const char *what, *text, *written;
     } cases[] = {
         {"clocks are not read", "4k3/8/8/8/8/8/8/4K3 b - - 37 80", "4k3/8/8/8/8/8/8/4K3 b - -"},
         {"operations are not read", "4k3/8/8/8/8/8/8/4K3 w - - bm Ke2; id \"x\";", "4k3/8/8/8/8/8/8/4K3 w - -"},
@@ -98,11 +96,8 @@ TEST(Keys, KnownValues) {
 
 TEST(Keys, TellPositionsApart) {
     const struct {
-        const char *what;
-        const char *first;
-        const char *second;
-        bool key_differs;
-        bool pawn_key_differs;
+        const char *what, *first, *second;
+        bool key_differs, pawn_key_differs;
     } cases[] = {
         {"en-passant square", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", "4k3/8/8/3pP3/8/8/8/4K3 w - -", true, false},
         {"unusable en-passant square", "4k3/8/8/8/8/8/8/4K3 w - d6", "4k3/8/8/8/8/8/8/4K3 w - -", true, false},

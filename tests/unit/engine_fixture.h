@@ -3,10 +3,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
 
 #include "engine/engine.h"
 #include "engine/life.h"
@@ -20,15 +16,18 @@ inline Settings test_settings(int megabytes = 4) {
     return settings;
 }
 
+// Only the depth ends the search, and progress is told at once.
+inline SearchLimits depth_limits(int depth) {
+    SearchLimits limits;
+    limits.fix_time(UNLIMITED_TIME);
+    limits.max_depth = depth;
+    return limits;
+}
+
 class EngineTest : public testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_EQ(start_engine(engine, test_settings(), {}), 0);
-        limits.noise = NO_PROGRESS_LINES;
-        limits.fix_time(UNLIMITED_TIME);
-    }
+    void SetUp() override { ASSERT_EQ(start_engine(engine, test_settings(), {}), 0); }
 
-    void restart_threads(int count) { apply_option(engine, "Threads", std::to_string(count)); }
     SearchThread &thread() { return search_thread_at(engine.shared.pool, 0); }
 
     // Searches the game position to a depth with the whole pool, and with nobody at the clock who would end the search of
@@ -54,7 +53,7 @@ protected:
 
     Engine engine;
     Position &pos = engine.game.position;
-    SearchLimits limits;
+    SearchLimits limits = depth_limits(MAX_DEPTH);
     SearchResult result;
 };
 

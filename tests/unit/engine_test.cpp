@@ -15,6 +15,7 @@ struct Task {
 };
 
 constexpr std::string_view MIDDLE_GAME = "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
+constexpr std::string_view ROOK_ENDING = "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -";
 
 // Everything that an engine of its own says of a task, but for what depends on the time.
 std::string carry_out(const Task &task) {
@@ -35,12 +36,9 @@ std::string carry_out(const Task &task) {
     EXPECT_EQ(start_engine(engine, test_settings(task.megabytes), reporter), 0);
     for (const auto &[name, value] : task.options) apply_option(engine, name, value);
     settings_were_changed(engine);
-    SearchLimits limits;
-    limits.fix_time(UNLIMITED_TIME);
-    limits.max_depth = task.depth;
     for (const std::string_view fen : task.fens) {
         set_fen(engine.game.position, fen);
-        const SearchResult result = search(engine, limits);
+        const SearchResult result = search(engine, depth_limits(task.depth));
         said += format_line("%s %s score %d depth %d nodes %.0f eval %d\n", coordinates(result.best).c_str(),
                             coordinates(result.ponder).c_str(), result.score, result.depth,
                             static_cast<double>(result.stats.nodes), result.root_eval);
@@ -52,10 +50,7 @@ TEST(Engines, SideBySideSayWhatTheySayAlone) {
     const int depth = short_run() ? 7 : 9;
     const Task tasks[] = {
         {1, depth, {{"Contempt", "40"}, {"MultiPV", "3"}, {"King_Safety", "150,50"}}, {START_FEN, MIDDLE_GAME}},
-        {8,
-         depth,
-         {{"Selectivity", "160"}, {"Mtl_Knight", "250,500"}},
-         {MIDDLE_GAME, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"}},
+        {8, depth, {{"Selectivity", "160"}, {"Mtl_Knight", "250,500"}}, {MIDDLE_GAME, ROOK_ENDING}},
     };
     const Task third{2, depth, {{"Threads", "2"}, {"Contempt", "-40"}}, {MIDDLE_GAME, START_FEN}};
     const std::string alone[] = {carry_out(tasks[0]), carry_out(tasks[1])};
@@ -65,8 +60,7 @@ TEST(Engines, SideBySideSayWhatTheySayAlone) {
         std::thread second([&] { together[1] = carry_out(tasks[1]); });
         std::thread beside([&] { EXPECT_THAT(carry_out(third), testing::HasSubstr("score")); });
         for (std::thread *thread : {&first, &second, &beside}) thread->join();
-        EXPECT_EQ(together[0], alone[0]);
-        EXPECT_EQ(together[1], alone[1]);
+        EXPECT_THAT(together, testing::ElementsAreArray(alone));
     }
 }
 
@@ -83,16 +77,11 @@ TEST(Engines, OptionsStayWithTheirEngine) {
     for (const Option &option : option_table())
         if (option.kind != OptionKind::TEXT) apply_option(one, option.name, "3,7");
     play_game_move(one.game, parse_coordinates(one.game.position, "e2e4"));
-    EXPECT_EQ(one.settings.MultiPV, 3);
     EXPECT_EQ(one.settings.weights.King_Safety.en, 7);
     EXPECT_EQ(one.shared.pool.size, 3);
     EXPECT_EQ(values(other), before);
-
     // Stopped and started again it is as new.
-    SearchLimits limits;
-    limits.fix_time(UNLIMITED_TIME);
-    limits.max_depth = 6;
-    const auto nodes = [&limits](Engine &engine) { return search(engine, limits).stats.nodes; };
+    const auto nodes = [](Engine &engine) { return search(engine, depth_limits(6)).stats.nodes; };
     const std::uint64_t expected = nodes(other);
     for (int round = 0; round < 2; ++round) {
         stop_engine(one);

@@ -1,11 +1,6 @@
 #include "engine_fixture.h"
 
-#include <algorithm>
-#include <cctype>
 #include <fstream>
-#include <vector>
-
-#include "eval/eval.h"
 
 namespace {
 

@@ -1,17 +1,11 @@
 // Evaluations and searches against tables of values that were computed elsewhere.
 #include "engine_fixture.h"
 
-#include <algorithm>
-#include <array>
 #include <fstream>
-#include <vector>
-
-#include "eval/display.h"
-#include "eval/eval.h"
 
 namespace {
 
-class ReferenceTest : public EngineTest {};
+using ReferenceTest = EngineTest;
 
 using Row = std::vector<std::string>;
 

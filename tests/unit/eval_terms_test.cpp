@@ -4,10 +4,6 @@
 // A pair (a, b) is an opening and an endgame half; at stage s it shows as (a x (24 - s) + b x s) / 24, toward zero.
 #include "engine_fixture.h"
 
-#include <string>
-
-#include "eval/display.h"
-#include "eval/eval.h"
 #include "eval/kpk.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and the rate itself.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "engine/strength.h"
 #include "engine_fixture.h"

@@ -120,7 +120,7 @@ TEST_F(TableTest, EmptyTableIsHarmless) {
 
 TEST_F(TableTest, ParallelClearReachesEveryEntry) {
     for (const int threads : {1, 3, 8}) {
-        restart_threads(threads);
+        apply_option(engine, "Threads", std::to_string(threads));
         for (std::uint64_t i = 0; i < 4096; ++i) store(with_key(i * 0x9E3779B97F4A7C15), 1);
         clear_table(engine.shared);
         int left = 0;

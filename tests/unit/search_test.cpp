@@ -4,17 +4,12 @@
 #include "engine_fixture.h"
 #include "search/picker.h"
 
-namespace {
-
-class SearchTest : public EngineTest {};
-
-}  // namespace
+using SearchTest = EngineTest;
 
 // White, about to be mated, checks on e8 and h5 for ever: the first return to the root counts as a draw.
 TEST_F(SearchTest, SeesRepetitions) {
     const struct {
-        const char *fen;
-        const char *game;
+        const char *fen, *game;
     } cases[] = {
         {"6k1/6p1/8/7Q/8/8/qr6/7K w - -", ""},
         {"6k1/6p1/8/7Q/8/8/qr6/7K w - -", "h5e8 g8h7 e8h5 h7g8 h5e8 g8h7"},
@@ -39,7 +34,7 @@ TEST_F(SearchTest, FiftyMoveClockIsADraw) {
 
 TEST_F(SearchTest, ThreadsSearchAndStop) {
     for (const int threads : {2, 8}) {
-        restart_threads(threads);
+        apply_option(engine, "Threads", std::to_string(threads));
         for (int round = 0; round < 3; ++round) {
             search_to_depth(7);
             EXPECT_EQ(result.depth, 7);
@@ -90,10 +85,8 @@ TEST_F(SearchTest, PickerDeliversTheLegalMoves) {
         record.checker = static_cast<std::uint8_t>(checker_of(pos, pos.side));
         in_check += record.in_check();
         const Pins pins(pos, pos.side, record.in_check());
-        MoveList list;
         std::vector<Move> legal{NO_MOVE};  // every move is a hash move once, and no move is
-        for (const MoveEntry *entry = list.data(), *end = gen_legal(pos, list.data()); entry != end; ++entry)
-            legal.push_back(entry->move);
+        for (const MoveEntry &entry : legal_moves(pos)) legal.push_back(entry.move);
         for (const Move hash_move : legal) {
             record.hash_move = hash_move;
             start_picking(record, PickKind::ALL);

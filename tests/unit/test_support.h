@@ -75,6 +75,11 @@ inline std::string differing_fields(const Position &a, const Position &b) {
     return fields;
 }
 
+inline std::vector<MoveEntry> legal_moves(const Position &pos) {
+    MoveList list;
+    return {list.data(), gen_legal(pos, list.data())};
+}
+
 inline std::string coordinates(Move m) { return move_to_text(m, PromotionStyle::LOWER_CASE); }
 
 // The same moves on every standard library: no distribution objects.
@@ -90,11 +95,9 @@ private:
 
 // A legal move, or NO_MOVE when the game is over. Promotions and captures come up often enough to reach every kind of
 // position.
-inline Move random_legal_move(Position &pos, Random &random) {
-    MoveList list;
-    const MoveEntry *end = gen_legal(pos, list.data());
-    const auto count = static_cast<int>(end - list.data());
-    return count == 0 ? NO_MOVE : list[random.below(count)].move;
+inline Move random_legal_move(const Position &pos, Random &random) {
+    const std::vector<MoveEntry> moves = legal_moves(pos);
+    return moves.empty() ? NO_MOVE : moves[random.below(static_cast<int>(moves.size()))].move;
 }
 
 // FENs of positions met in random games, every `step`-th ply.

@@ -14,9 +14,8 @@ TEST(Text, LeadingNumbers) {
         {"-", 0, 0.0}, {"1.75s", 1, 1.75}, {"nan", 0, 0.0},     {"inf", 0, 0.0},      {"0x10", 0, 0.0},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.text);
-        EXPECT_EQ(leading_integer(c.text), c.integer);
-        EXPECT_EQ(leading_number(c.text), c.number);
+        EXPECT_EQ(leading_integer(c.text), c.integer) << c.text;
+        EXPECT_EQ(leading_number(c.text), c.number) << c.text;
     }
     EXPECT_EQ(leading_integer("99999999999999999999"), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(leading_integer("-99999999999999999999"), std::numeric_limits<std::int64_t>::min());

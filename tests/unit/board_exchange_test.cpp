@@ -10,9 +10,7 @@ Square named_square(const char *name) { return (name[0] - 'a') + (name[1] - '1')
 
 TEST(Exchange, WorkedCases) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *move;
+        const char *what, *fen, *move;
         int value;
         bool ok;
     } cases[] = {
@@ -85,12 +83,10 @@ TEST(Exchange, AgreesWithAListOfCaptures) {
         const auto board = make_test_position(fen);
         Position &pos = board->pos;
         const Position before = pos;
-        MoveList list;
-        const MoveEntry *end = gen_legal(pos, list.data());
-        for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
-            SCOPED_TRACE(coordinates(entry->move));
-            const Square from = from_square(entry->move);
-            const Square to = to_square(entry->move);
+        for (const MoveEntry &entry : legal_moves(pos)) {
+            SCOPED_TRACE(coordinates(entry.move));
+            const Square from = from_square(entry.move);
+            const Square to = to_square(entry.move);
             const int value = listed_exchange(pos, pos.side, from, to, false);
             ASSERT_EQ(see_value(pos, pos.side, from, to, pos.occupied(), false), value);
             for (const int threshold : {-69, -49, 1, 50, 75, value, value + 1})
@@ -98,7 +94,7 @@ TEST(Exchange, AgreesWithAListOfCaptures) {
             constexpr int RANKS[] = {0, 1, 3, 3, 5, 10, 99};
             const bool ok = RANKS[pos.board[from] % 8] <= RANKS[pos.board[to] % 8] ||
                             (pos.board[from] % 8 == PAWN && to == pos.ep_square) || value >= -69;
-            ASSERT_EQ(see_ok(pos, entry->move), ok);
+            ASSERT_EQ(see_ok(pos, entry.move), ok);
             ++exchanges;
         }
         for (const Colour side : {WHITE, BLACK}) {

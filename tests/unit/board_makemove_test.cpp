@@ -5,7 +5,7 @@ namespace {
 // The position as it is set up from the text that the present one writes, with the clock that no text carries.
 void expect_equals_its_own_set_up(const Position &pos, TestPosition &scratch) {
     const std::string fen = get_fen(pos);
-    ASSERT_EQ(set_fen(scratch.pos, fen), 0);
+    ASSERT_FALSE(set_fen(scratch.pos, fen).rights_dropped);
     ASSERT_EQ(get_fen(scratch.pos), fen);
     scratch.pos.fifty = pos.fifty;
     ASSERT_EQ(differing_fields(pos, scratch.pos), "") << fen;
@@ -87,10 +87,7 @@ TEST(MakeMove, RandomGamesAreConsistentAndReversible) {
 
 TEST(MakeMove, WorkedCases) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *move;
-        const char *after;
+        const char *what, *fen, *move, *after;
         int fifty;  // from 10 before the move
     } cases[] = {
         {"double step", "4k3/8/8/8/8/8/4P3/4K3 w - -", "e2e4", "4k3/8/8/8/4P3/8/8/4K3 b - e3", 0},
@@ -169,8 +166,7 @@ TEST(History, HoldsTheLongestGameAndASearch) {
 
 TEST(Repetitions, CountedBackToTheLastIrreversibleMove) {
     const struct {
-        const char *what;
-        const char *fen;
+        const char *what, *fen;
         std::vector<const char *> moves;  // an empty one passes
         int repetitions;
     } cases[] = {
@@ -200,19 +196,20 @@ TEST(Repetitions, CountedBackToTheLastIrreversibleMove) {
     }
 }
 
-std::vector<std::string> traced;
-
 TEST(MoveTrace, SeesEveryMoveBeforeItIsMade) {
     const auto board = make_test_position();
-    traced.clear();
-    move_trace = [](const Position &pos, Move m) {
-        traced.push_back(std::to_string(pos.history->ply) + ' ' + move_to_text(m, PromotionStyle::LOWER_CASE));
+    std::vector<std::string> traced;
+    const auto tell = [](void *context, const Position &pos, Move m) {
+        static_cast<std::vector<std::string> *>(context)->push_back(std::to_string(pos.history->ply) + ' ' +
+                                                                    coordinates(m));
     };
+    const MoveTrace trace{tell, &traced};
+    board->history.trace = &trace;
     make_move(board->pos, parse_coordinates(board->pos, "e2e4"));
     make_null_move(board->pos);
     unmake_null_move(board->pos);
     unmake_move(board->pos);
-    move_trace = nullptr;
+    board->history.trace = nullptr;
     make_null_move(board->pos);
     EXPECT_EQ(traced, (std::vector<std::string>{"1 e2e4", "2 null"}));
 }

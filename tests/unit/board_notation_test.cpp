@@ -1,21 +1,12 @@
-#include "base/control.h"
 #include "test_support.h"
 
 namespace {
 
-class Notation : public testing::Test {
-protected:
-    void TearDown() override { uci_mode = 1; }
-};
-
 std::string joined(const MoveTexts &texts) { return texts[0] + ' ' + texts[1] + ' ' + texts[2] + ' ' + texts[3]; }
 
-TEST_F(Notation, FourTextsOfAMove) {
+TEST(Notation, FourTextsOfAMove) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *move;
-        const char *texts;
+        const char *what, *fen, *move, *texts;
     } cases[] = {
         {"pawn capture", "4k3/8/8/3p4/4P3/8/8/4K3 w - -", "e4d5", "e4d5 exd5 ed "},
         {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6", "e5d6 exd6 ed "},
@@ -35,44 +26,34 @@ TEST_F(Notation, FourTextsOfAMove) {
         const auto board = make_test_position(c.fen);
         const Move m = parse_coordinates(board->pos, c.move);
         ASSERT_NE(m, NO_MOVE);
-        for (const int mode : {0, 1}) {
-            uci_mode = static_cast<std::uint16_t>(mode);
-            EXPECT_EQ(joined(move_to_san(board->pos, m)), c.texts) << "mode " << mode;
-        }
+        EXPECT_EQ(joined(move_to_san(board->pos, m)), c.texts);
     }
     EXPECT_EQ(move_to_san(make_test_position()->pos, NO_MOVE)[0], "null");
 }
 
-TEST_F(Notation, CoordinateText) {
+TEST(Notation, CoordinateText) {
     constexpr Square A7 = 48;
     const struct {
         Move move;
-        const char *lower_case;
-        const char *equals_sign;
+        const char *lower_case, *equals_sign;
     } cases[] = {
         {make_move_word(A7, A8, PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
         {make_move_word(A7, A8, PROMOTE_ROOK | PROMOTE_KNIGHT), "a7a8n", "a7a8=N"},
         {make_move_word(A7, A8, PROMOTE_ANY), "a7a8q", "a7a8=Q"},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.lower_case);
         EXPECT_EQ(move_to_text(c.move, PromotionStyle::LOWER_CASE), c.lower_case);
         EXPECT_EQ(move_to_text(c.move, PromotionStyle::EQUALS_SIGN), c.equals_sign);
-        uci_mode = 1;
-        EXPECT_EQ(move_to_text(c.move), c.lower_case);
-        uci_mode = 0;
-        EXPECT_EQ(move_to_text(c.move), c.equals_sign);
     }
 }
 
-TEST_F(Notation, TypedMoves) {
+TEST(Notation, TypedMoves) {
     constexpr const char *CASTLE = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
     constexpr const char *PROMOTE = "8/4P3/8/8/8/8/k7/4K3 w - -";
     constexpr const char *QUEEN = "rnbqkbnr/ppppp1pp/8/5p2/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -";
     constexpr const char *CAPTURE = "4k3/8/8/1p1p4/P3P3/8/8/4K3 w - -";
     const struct {
-        const char *fen;
-        const char *typed;
+        const char *fen, *typed;
         const char *move;  // empty: not understood
     } cases[] = {
         {START_FEN.data(), "N1f3", "g1f3"},
@@ -95,42 +76,30 @@ TEST_F(Notation, TypedMoves) {
         {"4k3/8/8/8/4r3/8/4N3/N3K3 w - -", "Nc3", ""},
     };
     for (const auto &c : cases) {
-        for (const int mode : {0, 1}) {
-            SCOPED_TRACE(std::string(c.fen) + " '" + c.typed + "' mode " + std::to_string(mode));
-            uci_mode = static_cast<std::uint16_t>(mode);
-            const auto board = make_test_position(c.fen);
-            Move m = NO_MOVE;
-            EXPECT_EQ(parse_move(board->pos, c.typed, m), c.move[0] != '\0');
-            if (c.move[0] != '\0') {
-                EXPECT_EQ(coordinates(m), c.move);
-            }
-        }
+        SCOPED_TRACE(std::string(c.fen) + " '" + c.typed + "'");
+        const ParsedMove parsed = parse_move(make_test_position(c.fen)->pos, c.typed);
+        EXPECT_EQ(parsed.found(), c.move[0] != '\0');
+        EXPECT_EQ(parsed.found() ? coordinates(parsed.move) : "", c.move);
     }
 }
 
-TEST_F(Notation, AmbiguousMoves) {
+TEST(Notation, AmbiguousMoves) {
     const struct {
-        const char *what;
-        const char *fen;
-        const char *typed;
-        bool understood;
-        const char *printed;
+        const char *what, *fen, *typed;
+        int matches;
     } cases[] = {
-        {"two knights, rank given", "4k3/8/8/8/8/8/8/1N2KN2 w - -", "N1d2", false, "ambiguous move\n"},
-        {"three knights, rank given", "4k3/8/8/8/2N5/1N6/8/1N2KN2 w - -", "N1d2", false, "ambiguous move\n"},
-        {"three queens on one rank", "7k/8/8/8/8/8/8/Q1Q1Q1K1 w - -", "Q1c3", false, ""},
-        {"the other knight is pinned", "4k3/8/8/8/4r3/8/4N3/N3K3 w - -", "Nb3", true, ""},
-        {"unknown", "4k3/8/8/8/8/8/8/1N2KN2 w - -", "Nd5", false, ""},
-        {"two pawns capture between the same files", "4k3/8/8/3p4/4P3/3p4/4P3/4K3 w - -", "ed", false,
-         "ambiguous move\n"},
+        {"two knights, rank given", "4k3/8/8/8/8/8/8/1N2KN2 w - -", "N1d2", 2},
+        {"three knights, rank given", "4k3/8/8/8/2N5/1N6/8/1N2KN2 w - -", "N1d2", 2},
+        {"three queens on one rank", "7k/8/8/8/8/8/8/Q1Q1Q1K1 w - -", "Q1c3", 3},
+        {"the other knight is pinned", "4k3/8/8/8/4r3/8/4N3/N3K3 w - -", "Nb3", 1},
+        {"unknown", "4k3/8/8/8/8/8/8/1N2KN2 w - -", "Nd5", 0},
+        {"two pawns capture between the same files", "4k3/8/8/3p4/4P3/3p4/4P3/4K3 w - -", "ed", 2},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.what);
-        const auto board = make_test_position(c.fen);
-        Move m = NO_MOVE;
-        bool understood = false;
-        EXPECT_EQ(printed_by([&] { understood = parse_move(board->pos, c.typed, m); }), c.printed);
-        EXPECT_EQ(understood, c.understood);
+        const ParsedMove parsed = parse_move(make_test_position(c.fen)->pos, c.typed);
+        EXPECT_EQ(parsed.matches, c.matches);
+        EXPECT_EQ(parsed.move != NO_MOVE, c.matches == 1);
     }
 }
 
@@ -138,45 +107,35 @@ TEST_F(Notation, AmbiguousMoves) {
 bool beyond_one_letter(Position &pos, Move m) {
     bool same_file = false;
     bool same_rank = false;
-    MoveList list;
-    const MoveEntry *end = gen_legal(pos, list.data());
-    for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
+    for (const MoveEntry &entry : legal_moves(pos)) {
         const Square from = from_square(m);
-        const Square other = from_square(entry->move);
-        if (to_square(entry->move) != to_square(m) || other == from || entry->piece != pos.board[from]) continue;
+        const Square other = from_square(entry.move);
+        if (to_square(entry.move) != to_square(m) || other == from || entry.piece != pos.board[from]) continue;
         same_file |= file_of(other) == file_of(from);
         same_rank |= rank_of(other) == rank_of(from);
     }
     return same_file && same_rank;
 }
 
-TEST_F(Notation, WrittenMovesAreReadBack) {
+TEST(Notation, WrittenMovesAreReadBack) {
     std::vector<std::string> fens = random_game_fens(41, 20, 300, 12);
     for (const char *fen : {"n1n1k1n1/PPPPPPPP/8/8/8/8/pppppppp/N1N1K1N1 w - -",
                             "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
                             "4k3/8/8/2pPp3/8/8/8/4K3 w - c6", "7k/8/8/Q2Q4/8/8/8/Q5K1 w - -"})
         fens.push_back(fen);
     int read = 0;
-    testing::internal::CaptureStdout();
     for (const std::string &fen : fens) {
         SCOPED_TRACE(fen);
         const auto board = make_test_position(fen);
         Position &pos = board->pos;
-        MoveList list;
-        const MoveEntry *end = gen_legal(pos, list.data());
-        for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
-            const MoveTexts texts = move_to_san(pos, entry->move);
-            Move m = NO_MOVE;
-            EXPECT_TRUE(parse_move(pos, texts[0], m) && m == entry->move) << texts[0];
-            const bool understood = parse_move(pos, texts[1], m);
-            EXPECT_EQ(understood, !beyond_one_letter(pos, entry->move)) << texts[1];
-            if (understood) {
-                EXPECT_EQ(m, entry->move) << texts[1];
-            }
-            read += understood;
+        for (const MoveEntry &entry : legal_moves(pos)) {
+            const MoveTexts texts = move_to_san(pos, entry.move);
+            EXPECT_EQ(parse_move(pos, texts[0]).move, entry.move) << texts[0];
+            const ParsedMove parsed = parse_move(pos, texts[1]);
+            EXPECT_EQ(parsed.move, beyond_one_letter(pos, entry.move) ? NO_MOVE : entry.move) << texts[1];
+            read += parsed.found();
         }
     }
-    testing::internal::GetCapturedStdout();
     EXPECT_GT(fens.size(), 300u);
     EXPECT_GT(read, 5000);
 }

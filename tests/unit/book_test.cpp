@@ -1,22 +1,17 @@
 // The Polyglot book format, drawing a move from a book, and files that are no books.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <regex>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "base/control.h"
-#include "board/notation.h"
 #include "book/format.h"
 #include "book/probe.h"
 #include "frontend/book_listing.h"
+#include "search/limits.h"
 #include "test_support.h"
 
 namespace {
@@ -58,8 +53,10 @@ protected:
 
     BookDraw draw(const Position &pos) { return probe_book(pos, options_, random_); }
     std::string drawn(const Position &pos) { return coordinates(draw(pos).move); }
-    std::string shown(const Position &pos, BookProtocol protocol) {
-        return printed_by([&] { print_book_draw(draw(pos), protocol, 0.0); });
+    static std::string shown(const BookDraw &draw, BookProtocol protocol, double noise = 0.0) {
+        testing::internal::CaptureStdout();
+        print_book_draw(draw, protocol, noise);
+        return testing::internal::GetCapturedStdout();
     }
 
     std::filesystem::path path_;
@@ -118,8 +115,7 @@ TEST_F(BookTest, ListsTheMovesOfARealBook) {
     if (!std::filesystem::exists(file)) GTEST_SKIP() << "no test data: " << file;
     std::filesystem::create_symlink(std::filesystem::absolute(file), path_);
     const struct {
-        const char *fen;
-        const char *moves;
+        const char *fen, *moves;
     } CASES[] = {
         {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", "e2e4 1 d2d4 1 c2c4 1 "},
         {"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3", "e7e5 1 c7c5 1 "},
@@ -132,8 +128,8 @@ TEST_F(BookTest, ListsTheMovesOfARealBook) {
         const auto board = make_test_position(c.fen);
         const BookDraw draw = this->draw(board->pos);
         const Move move = draw.move;
-        const std::string text = printed_by([&] { print_book_draw(draw, BookProtocol::CONSOLE, 0.0); });
-        EXPECT_EQ(printed_by([&] { print_book_draw(draw, BookProtocol::CONSOLE, NO_PROGRESS_LINES); }), "");
+        const std::string text = shown(draw, BookProtocol::CONSOLE);
+        EXPECT_EQ(shown(draw, BookProtocol::CONSOLE, NO_PROGRESS_LINES), "");
         std::string listed;
         for (std::sregex_iterator it(text.begin(), text.end(), LISTED), end; it != end; ++it)
             listed += it->str(1) + ' ' + it->str(2) + ' ';
@@ -172,12 +168,12 @@ TEST_F(BookTest, ShowsTheMovesAsEachProtocolDoes) {
     const auto board = make_test_position("7k/P7/8/8/8/8/8/4K2R w K -");
     write_book(board->pos, {{book_move("a7", "a8", 4), 100}, {book_move("e1", "h1"), 10}, {book_move("e1", "f1"), 0}});
     options_.variety = 100;
-    EXPECT_THAT(shown(board->pos, BookProtocol::CONSOLE),
+    EXPECT_THAT(shown(draw(board->pos), BookProtocol::CONSOLE),
                 HasSubstr("  a7a8  cnt=   100, weight= 90.91% -> 52.24%\n"
                           "  e1h1  cnt=    10, weight=  9.09% -> 25.37%\n"
                           "  e1f1  cnt=     0, weight=  0.00% -> 22.39%\nselecting "));
     options_.variety = 25;
-    EXPECT_EQ(shown(board->pos, BookProtocol::UCI), "info string ( book moves are: a7a8 e1h1  )\n");
+    EXPECT_EQ(shown(draw(board->pos), BookProtocol::UCI), "info string ( book moves are: a7a8 e1h1  )\n");
 }
 
 TEST_F(BookTest, PlaysLegalMovesOnly) {

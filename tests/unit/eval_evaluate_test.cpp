@@ -1,27 +1,16 @@
-#include "board/attacks.h"
-#include "board/fen.h"
 #include "engine_fixture.h"
 
-#include <algorithm>
-#include <cctype>
 #include <fstream>
-#include <vector>
-
-#include "eval/eval.h"
 
 namespace {
 
 class EvaluateTest : public EngineTest {
 protected:
     int score(const std::string &fen) {
-        set_fen(game->position, fen);
-        return score_here();
-    }
-    int score_here() {
-        Position &pos = game->position;
-        EvalResult result{};
+        set_fen(pos, fen);
+        EvalResult eval{};
         const bool in_check = square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
-        return evaluate(pos, game->eval, pos.side, 2, in_check, result);
+        return evaluate(pos, thread().eval, pos.side, 2, in_check, eval);
     }
 };
 
@@ -46,7 +35,6 @@ TEST_F(EvaluateTest, ColoursAreSymmetric) {
     for (const std::string &fen : fens) {
         const int as_it_stands = score(fen);
         // A pin is looked for behind one queen of a side, the one on the lowest square: not the twin's lowest.
-        const Position &pos = game->position;
         if (popcount(pos.of(WHITE, QUEEN)) > 1 || popcount(pos.of(BLACK, QUEEN)) > 1) continue;
         EXPECT_EQ(score(mirrored(fen)), as_it_stands) << fen;
     }
@@ -57,15 +45,15 @@ TEST_F(EvaluateTest, CacheChangesNothing) {
     if (fens.empty()) GTEST_SKIP() << "no positions in " << test_data("perft/perft.epd");
     std::vector<int> fresh;
     for (const std::string &fen : fens) {
-        game->eval.iteration = 0;
+        thread().eval.iteration = 0;
         fresh.push_back(score(fen));
     }
     // Now from caches that other positions with the same pawns, or in the same slots, have filled.
-    game->eval.iteration = 5;
+    thread().eval.iteration = 5;
     for (int round = 0; round < 2; ++round)
         for (std::size_t i = 0; i < fens.size(); ++i) EXPECT_EQ(score(fens[i]), fresh[i]) << fens[i];
-    EXPECT_GT(game->eval.pawn_hits, 0U);
-    EXPECT_GT(game->eval.cache_hits, 0U);
+    EXPECT_GT(thread().eval.pawn_hits, 0U);
+    EXPECT_GT(thread().eval.cache_hits, 0U);
 }
 
 // 41 units of material at the start, so a contempt of 20 moves the balanced score by 20.
@@ -81,9 +69,9 @@ TEST_F(EvaluateTest, ContemptFollowsTheEnginesSide) {
         {20, WHITE, false, 16}, {0, BLACK, true, 16},
     };
     for (const auto &c : cases) {
-        settings.weights.Contempt = static_cast<std::int16_t>(c.contempt);
-        derive_eval_tables(settings.weights, eval_tables);
-        set_contempt_context(eval_tables, c.engine, c.active);
+        engine.settings.weights.Contempt = static_cast<std::int16_t>(c.contempt);
+        derive_tables(engine);
+        set_contempt_context(engine.shared.eval_tables, c.engine, c.active);
         EXPECT_EQ(score(start), c.score) << c.contempt;
     }
 }

@@ -58,10 +58,7 @@ TEST_F(EvalParameters, PercentagesRoundHalvesAwayFromZero) {
         {{-6, -4}, {0, 200}, "0,-8"},    {{90, 110}, {200, 0}, "180,0"}, {{-25, 25}, {10, 10}, "-3,3"},
         {{7, -7}, {100, 100}, "7,-7"},   {{7, -7}, {1, 7}, "0,0"},       {{7, -7}, {7, 8}, "0,-1"},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.scaled);
-        EXPECT_EQ(text(scale_pair(c.weight, c.percent)), c.scaled);
-    }
+    for (const auto &c : cases) EXPECT_EQ(text(scale_pair(c.weight, c.percent)), c.scaled);
 }
 
 TEST_F(EvalParameters, PersonalityScalesItsOwnTables) {

@@ -1,19 +1,11 @@
 // Evaluations and searches against tables of values that were computed elsewhere.
-#include "board/fen.h"
-#include "board/notation.h"
 #include "engine_fixture.h"
 
-#include <algorithm>
-#include <array>
 #include <fstream>
-#include <vector>
-
-#include "eval/display.h"
-#include "eval/eval.h"
 
 namespace {
 
-class ReferenceTest : public EngineTest {};
+using ReferenceTest = EngineTest;
 
 using Row = std::vector<std::string>;
 
@@ -47,21 +39,20 @@ TEST_F(ReferenceTest, Evaluations) {
     if (rows.empty()) GTEST_SKIP() << "no rows in " << test_data("reference/eval.tsv");
     for (const Row &row : rows) {
         SCOPED_TRACE(row[FEN] + " " + row[KIND]);
-        Position &pos = game->position;
         ASSERT_EQ(row.size(), static_cast<std::size_t>(COLUMNS));
-        EvalResult result{};
+        EvalResult eval{};
         EvalDisplay display;
         set_fen(pos, row[FEN]);
-        const int score = evaluate(pos, game->eval, pos.side, 2, false, result, &display);
+        const int score = evaluate(pos, thread().eval, pos.side, 2, false, eval, &display);
         EXPECT_EQ(std::to_string(score), row[SCORE]);
-        EXPECT_EQ(result.flags, row[KIND] == "draw" ? RECOGNISED_DRAW : 0);
+        EXPECT_EQ(eval.flags, row[KIND] == "draw" ? RECOGNISED_DRAW : 0);
         if (row[KIND] != "eval") {
-            EXPECT_EQ(result.threat_level[WHITE], 0);
-            EXPECT_EQ(result.threat_level[BLACK], 0);
+            EXPECT_EQ(eval.threat_level[WHITE], 0);
+            EXPECT_EQ(eval.threat_level[BLACK], 0);
             continue;
         }
-        EXPECT_EQ(std::to_string(result.threat_level[WHITE]), row[THREAT_WHITE]);
-        EXPECT_EQ(std::to_string(result.threat_level[BLACK]), row[THREAT_BLACK]);
+        EXPECT_EQ(std::to_string(eval.threat_level[WHITE]), row[THREAT_WHITE]);
+        EXPECT_EQ(std::to_string(eval.threat_level[BLACK]), row[THREAT_BLACK]);
         EXPECT_EQ(std::to_string(display.stage), row[STAGE]);
         EXPECT_EQ(display.draw_scale * 256, std::stod(row[SCALE]));
         EXPECT_EQ(white_and_black(display.material), row[MATERIAL]);
@@ -75,26 +66,23 @@ TEST_F(ReferenceTest, Searches) {
     enum { FEN, DEPTH, SCORE, MOVE, NODES, LINE, COLUMNS };
     const std::vector<Row> rows = read_rows("reference/search.tsv");
     if (rows.empty()) GTEST_SKIP() << "no rows in " << test_data("reference/search.tsv");
-    stop_threads();
-    tt_free();
-    settings.Hash = 64;
-    ASSERT_EQ(start_threads(1), 0);
-    ASSERT_TRUE(tt_allocate());
+    engine.settings.Hash = 64;
+    ASSERT_TRUE(allocate_table(engine));
     for (const Row &row : rows) {
         ASSERT_EQ(row.size(), static_cast<std::size_t>(COLUMNS));
         const int depth = std::stoi(row[DEPTH]);
         if (short_run() && depth > 5) continue;
         SCOPED_TRACE(row[FEN] + " depth " + row[DEPTH]);
-        tt_clear();
-        tt_age = 1;
-        ASSERT_EQ(set_fen(game->position, row[FEN]), 0);
+        clear_table(engine.shared);
+        engine.shared.table.age = 1;
+        ASSERT_FALSE(set_fen(pos, row[FEN]).rights_dropped);
         const std::uint64_t nodes = search_to_depth(depth);
-        EXPECT_EQ(std::to_string(root_result.score), row[SCORE]);
-        EXPECT_EQ(best_move(), row[MOVE]);
+        EXPECT_EQ(std::to_string(result.score), row[SCORE]);
+        EXPECT_EQ(coordinates(result.best), row[MOVE]);
         EXPECT_EQ(std::to_string(nodes), row[NODES]);
         std::string line;
-        for (std::size_t i = 1; root_result.pv[i] != NO_MOVE; ++i)
-            line.append(i > 1 ? " " : "").append(move_to_text(root_result.pv[i], PromotionStyle::LOWER_CASE));
+        for (std::size_t i = 1; result.pv[i] != NO_MOVE; ++i)
+            line.append(i > 1 ? " " : "").append(coordinates(result.pv[i]));
         EXPECT_EQ(line, row[LINE]);
     }
 }

@@ -2,37 +2,30 @@
 // values are worked out beside each position. Then the endings: material draws and odd cases of the recognisers.
 //
 // A pair (a, b) is an opening and an endgame half; at stage s it shows as (a x (24 - s) + b x s) / 24, toward zero.
-#include "board/fen.h"
 #include "engine_fixture.h"
 
-#include <string>
-
-#include "eval/display.h"
-#include "eval/eval.h"
 #include "eval/kpk.h"
 
 namespace {
 
-using Change = void (*)();  // of the settings
+using Change = void (*)(EvalWeights &);
 
 class EvalTermsTest : public EngineTest {
 protected:
-    // The position with the given settings; fills result and display.
+    // The position with the given weights; fills eval and display.
     int look(const std::string &fen, Change change = nullptr) {
-        settings = Settings{};
-        settings.Hash = 4;
-        if (change != nullptr) change();
-        derive_eval_tables(settings.weights, eval_tables);
-        Position &pos = game->position;
+        engine.settings.weights = {};
+        if (change != nullptr) change(engine.settings.weights);
+        derive_tables(engine);
         set_fen(pos, fen);
-        result = {};
+        eval = {};
         display = {};
-        return evaluate(pos, game->eval, pos.side, 2, false, result, &display);
+        return evaluate(pos, thread().eval, pos.side, 2, false, eval, &display);
     }
     int total(DisplayTerm term, Colour c) const {
         return display.totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];
     }
-    EvalResult result{};
+    EvalResult eval{};
     EvalDisplay display;
 };
 
@@ -54,21 +47,21 @@ TEST_F(EvalTermsTest, Totals) {
         Change change = nullptr;
     } cases[] = {
         // undefended: 8 squares (24, 30) less g6: (21, 26); outpost 240 only: (269, 36): 1097 / 24
-        {"6k1/7p/8/4N3/8/8/P7/6K1 w - -", KNIGHTS, 45, [] { settings.weights.knight_outpost.op = 240; }},
+        {"6k1/7p/8/4N3/8/8/P7/6K1 w - -", KNIGHTS, 45, [](EvalWeights &w) { w.knight_outpost.op = 240; }},
         // the pawn d7 takes c6 and e6 away: 6 squares (17, 21); b5 and f5 remain as outposts,
         // half of 240: (8 + 17 + 120, 10 + 21) = (145, 31): 858 / 24
-        {"6k1/3p4/8/8/3N4/8/P7/6K1 w - -", KNIGHTS, 35, [] { settings.weights.knight_outpost.op = 240; }},
+        {"6k1/3p4/8/8/3N4/8/P7/6K1 w - -", KNIGHTS, 35, [](EvalWeights &w) { w.knight_outpost.op = 240; }},
         // d5: (2, 2), c6, b7, a8, e6, f7, g8, c4, b3, a2 is a pawn, e4, f3, g2, h1: 12, c6, e6, c4, e4, f3: 17 (36, 43);
         // outpost 240: (278, 45): 1313 / 24
-        {"6k1/7p/8/3B4/8/8/P7/6K1 w - -", BISHOPS, 54, [] { settings.weights.bishop_outpost.op = 240; }},
+        {"6k1/7p/8/3B4/8/8/P7/6K1 w - -", BISHOPS, 54, [](EvalWeights &w) { w.bishop_outpost.op = 240; }},
         // shield 4 x 90 x 4 / 16 - 64 = 26: (8 + 26 - 6) / 2 = 14: -777 / 24
-        {"nn2k3/n7/8/8/8/8/5PPP/6K1 w - -", KINGS, -32, [] { settings.weights.pawn_shield.op = 90; }},
+        {"nn2k3/n7/8/8/8/8/5PPP/6K1 w - -", KINGS, -32, [](EvalWeights &w) { w.pawn_shield.op = 90; }},
         // storm 3 x -30: (8 - 106) / 2 = -49: -966 / 24
-        {"kn6/nn6/8/8/8/8/5PPP/6K1 w - -", KINGS, -40, [] { settings.weights.pawn_storm.op = -30; }},
+        {"kn6/nn6/8/8/8/8/5PPP/6K1 w - -", KINGS, -40, [](EvalWeights &w) { w.pawn_storm.op = -30; }},
         // safe checks cost 80 each, not 8: (-594, -59): -3556 / 24
-        {"4k3/8/8/8/8/5q1p/P7/6K1 w - -", KINGS, -148, [] { settings.weights.safe_check.op = -80; }},
+        {"4k3/8/8/8/8/5q1p/P7/6K1 w - -", KINGS, -148, [](EvalWeights &w) { w.safe_check.op = -80; }},
         // 100 x 136 / 256 = 53
-        {"7k/3p4/8/4PP2/8/8/8/K7 w - -", PASSERS, 119, [] { settings.weights.pawn_candidate.en = 100; }},
+        {"7k/3p4/8/4PP2/8/8/8/K7 w - -", PASSERS, 119, [](EvalWeights &w) { w.pawn_candidate.en = 100; }},
     };
     for (const auto &c : cases) {
         const std::string fen = c.fen;
@@ -109,7 +102,7 @@ TEST_F(EvalTermsTest, MaterialDraws) {
     };
     for (const auto &c : cases) {
         const int value = look(c.fen);
-        EXPECT_EQ(result.flags, c.draw ? RECOGNISED_DRAW : 0) << c.fen;
+        EXPECT_EQ(eval.flags, c.draw ? RECOGNISED_DRAW : 0) << c.fen;
         if (c.draw) {
             EXPECT_EQ(value, 0) << c.fen;
         }
@@ -152,8 +145,8 @@ TEST_F(EvalTermsTest, BareKing) {
     };
     for (const auto &c : cases) {
         EXPECT_EQ(look(c.fen), c.score) << c.fen;
-        EXPECT_EQ(result.flags, 0) << c.fen;
-        EXPECT_EQ(result.threat_level[WHITE], 0) << c.fen;
-        EXPECT_EQ(result.threat_level[BLACK], 0) << c.fen;
+        EXPECT_EQ(eval.flags, 0) << c.fen;
+        EXPECT_EQ(eval.threat_level[WHITE], 0) << c.fen;
+        EXPECT_EQ(eval.threat_level[BLACK], 0) << c.fen;
     }
 }

@@ -1,30 +1,25 @@
 // Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and the rate itself.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include "engine/strength.h"
 #include "engine_fixture.h"
 #include "platform/clock.h"
-#include "search/strength.h"
-#include "test_support.h"
 
 namespace {
 
 class StrengthTest : public EngineTest {
 protected:
-    void TearDown() override {
-        target_nps = UNLIMITED_NPS;
-        calibrated_nps = calibrated_elo = 0.0;
-        EngineTest::TearDown();
-    }
     // The node rate for a wanted strength on a machine of one million nodes per second.
-    static double rate_for(int elo) {
-        calibrated_nps = 1'000'000;
-        calibrated_elo = elo_model(calibrated_nps);
+    double rate_for(int elo) {
+        engine.calibrated_nps = 1'000'000;
+        engine.calibrated_elo = elo_model(engine.calibrated_nps);
         settings.UCI_LimitStrength = 1;
         settings.UCI_Elo = static_cast<std::int16_t>(elo);
-        apply_target_elo();
-        return target_nps;
+        apply_target_elo(engine);
+        return rate;
     }
+    Settings &settings = engine.settings;
+    Relaxed<double> &rate = engine.shared.target_nps;
 };
 
 TEST_F(StrengthTest, ModelRisesWithTheRate) {
@@ -51,46 +46,42 @@ TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
     }
     // A faster machine than the interval reaches: its end, not an endless search.
     rate_for(2900);
-    calibrated_elo = 3300.0;
+    engine.calibrated_elo = 3300.0;
     settings.UCI_Elo = 3285;
-    apply_target_elo();
-    EXPECT_NEAR(target_nps, 10'000'000, 1);
+    apply_target_elo(engine);
+    EXPECT_NEAR(rate, 10'000'000, 1);
 }
 
 TEST_F(StrengthTest, CalibrationMeasuresThisMachine) {
     play("e2e4");
     const double start = monotonic_seconds();
-    const std::string text = printed_by([] { calibrate_speed(); });
-    EXPECT_GE(monotonic_seconds() - start, 0.3);
-    EXPECT_THAT(text, testing::MatchesRegex("info string et= [0-9]+[.][0-9][0-9][0-9], calibration nps= [0-9]+\n"));
-    EXPECT_GT(calibrated_nps, 1000);
-    EXPECT_EQ(calibrated_elo, elo_model(calibrated_nps));
-    EXPECT_EQ(settings.UCI_Elo, static_cast<int>(calibrated_elo));
-    EXPECT_EQ(get_fen(game->position), START_FEN);
-    EXPECT_TRUE(is_consistent(search_thread_at(0).position));
+    const double seconds = calibrate_speed(engine);
+    EXPECT_GE(seconds, 0.3);
+    EXPECT_LE(seconds, monotonic_seconds() - start);
+    EXPECT_GT(engine.calibrated_nps, 1000);
+    EXPECT_EQ(engine.calibrated_elo, elo_model(engine.calibrated_nps));
+    EXPECT_EQ(settings.UCI_Elo, static_cast<int>(engine.calibrated_elo));
+    EXPECT_EQ(get_fen(pos), START_FEN);
+    EXPECT_TRUE(is_consistent(thread().position));
 }
 
 TEST_F(StrengthTest, SearchKeepsTheRate) {
     settings.UCI_LimitStrength = 1;
-    target_nps = 2000;
-    max_depth = MAX_DEPTH;
-    tc_mode = 1;
-    time_per_move = 1.0;
-    search_request = REQUEST_SEARCH;
-    begin_search();
-    EXPECT_EQ(target_nps, 2000);
-    iterate();
-    EXPECT_NEAR(static_cast<double>(sum_thread_stats().nodes), 2000 * search_shared.elapsed, 100);
-    EXPECT_NEAR(search_shared.elapsed, 1.0, 0.5);
+    rate = 2000;
+    limits.fix_time(1.0);
+    result = search(engine, limits);
+    EXPECT_EQ(rate, 2000);
+    EXPECT_NEAR(static_cast<double>(result.stats.nodes), 2000 * result.elapsed, 100);
+    EXPECT_NEAR(result.elapsed, 1.0, 0.5);
 
     settings.UCI_LimitStrength = 0;  // forgets the rate
-    begin_search();
-    EXPECT_EQ(target_nps, UNLIMITED_NPS);
+    begin_search(engine, limits, REQUEST_SEARCH);
+    EXPECT_EQ(rate, UNLIMITED_NPS);
 
-    apply_target_elo();  // before any calibration
+    apply_target_elo(engine);  // before any calibration
     settings.UCI_LimitStrength = 1;
-    begin_search();
-    EXPECT_EQ(target_nps, UNLIMITED_NPS);
+    begin_search(engine, limits, REQUEST_SEARCH);
+    EXPECT_EQ(rate, UNLIMITED_NPS);
 }
 
 }  // namespace

@@ -1,60 +1,54 @@
-// Searches, and the plan of their time.
-#include "board/fen.h"
+// Searches, and the order of their moves.
+#include <gmock/gmock.h>
+
 #include "engine_fixture.h"
+#include "search/picker.h"
 
-namespace {
-
-class SearchTest : public EngineTest {};
-
-}  // namespace
+using SearchTest = EngineTest;
 
 // White, about to be mated, checks on e8 and h5 for ever: the first return to the root counts as a draw.
 TEST_F(SearchTest, SeesRepetitions) {
     const struct {
-        const char *fen;
-        const char *game;
+        const char *fen, *game;
     } cases[] = {
         {"6k1/6p1/8/7Q/8/8/qr6/7K w - -", ""},
         {"6k1/6p1/8/7Q/8/8/qr6/7K w - -", "h5e8 g8h7 e8h5 h7g8 h5e8 g8h7"},
     };
     for (const auto &c : cases) {
-        set_fen(game->position, c.fen);
+        set_fen(pos, c.fen);
         play(c.game);
         search_to_depth(8);
-        EXPECT_EQ(root_result.score, 0) << c.game;
+        EXPECT_EQ(result.score, 0) << c.game;
     }
 }
 
 TEST_F(SearchTest, FiftyMoveClockIsADraw) {
-    set_fen(game->position, "8/8/8/3k4/8/8/1R6/K7 w - -");
-    game->position.fifty = 99;
+    set_fen(pos, "8/8/8/3k4/8/8/1R6/K7 w - -");
+    pos.fifty = 99;
     search_to_depth(3);
-    EXPECT_EQ(root_result.score, 0);
-    game->position.fifty = 0;
+    EXPECT_EQ(result.score, 0);
+    pos.fifty = 0;
     search_to_depth(3);
-    EXPECT_GT(root_result.score, 300);
+    EXPECT_GT(result.score, 300);
 }
 
 TEST_F(SearchTest, ThreadsSearchAndStop) {
     for (const int threads : {2, 8}) {
-        restart_threads(threads);
+        apply_option(engine, "Threads", std::to_string(threads));
         for (int round = 0; round < 3; ++round) {
             search_to_depth(7);
-            EXPECT_EQ(root_result.depth, 7);
-            EXPECT_NE(root_result.pv[1], NO_MOVE);
+            EXPECT_EQ(result.depth, 7);
+            EXPECT_NE(result.pv[1], NO_MOVE);
         }
-        max_depth = MAX_DEPTH;
-        search_request = REQUEST_SEARCH;
-        begin_search();
-        start_search_threads();
-        stop_flag = STOP_REPORT;
-        wait_until_idle();
-        EXPECT_EQ(busy_threads(), 0);
+        limits.max_depth = MAX_DEPTH;
+        begin_search(engine, limits, REQUEST_SEARCH);
+        release_threads(engine);
+        stop_and_wait(engine, STOP_REPORT);
+        EXPECT_FALSE(threads_busy(engine));
     }
 }
 
-// The picker's own stages must deliver exactly the legal moves.
-TEST_F(SearchTest, PerftThroughThePicker) {
+TEST_F(SearchTest, PerftCountsLegalMoves) {
     const struct {
         const char *fen;
         int depth;
@@ -68,67 +62,44 @@ TEST_F(SearchTest, PerftThroughThePicker) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.fen);
-        set_fen(game->position, c.fen);
-        prepare_threads();
-        SearchThread &thread = search_thread_at(0);
-        const bool shorter = short_run() && c.nodes > 500000;
-        if (shorter) continue;
-        perft(thread, thread.position.side, 1, c.depth);
+        set_fen(pos, c.fen);
+        if (short_run() && c.nodes > 500000) continue;
+        SearchThread &thread = prepare_thread(engine);
+        perft(thread, ROOT_PLY, c.depth);
         EXPECT_EQ(thread.nodes, c.nodes);
     }
 }
 
-TEST_F(SearchTest, TargetTimes) {
-    const struct {
-        const char *what;
-        int mode;
-        double clock, inc;
-        int to_go, overhead, ponder, elo, plies;
-        double target;
-    } cases[] = {
-        // clock / moves x 1.3 for pondering x 0.85 below 2400 Elo, plus the increment's share
-        {"sudden death, first move", 0, 60.0, 0.0, 0, 50, 1, 2500, 0, 60.0 / 34 * 1.3},
-        {"no pondering", 0, 60.0, 0.0, 0, 50, 0, 2500, 0, 60.0 / 34},
-        {"weak", 0, 60.0, 0.0, 0, 50, 0, 2399, 0, 60.0 / 34 * 0.85},
-        {"ply 21", 0, 60.0, 0.0, 0, 50, 0, 2500, 21, 60.0 / 24},
-        {"ply 22", 0, 60.0, 0.0, 0, 50, 0, 2500, 22, 60.0 / 24},
-        {"increment", 0, 60.0, 2.0, 0, 50, 0, 2500, 0, 60.0 / 34 + 2.0 * 60.0 / 64.0},
-        {"one move to go is capped", 40, 10.0, 0.0, 1, 50, 1, 2500, 0, 5.0},
-        {"no move to go is capped", 40, 10.0, 0.0, 0, 50, 1, 2500, 0, 0.65 * 10.0 - 0.25},
-        {"three moves to go count as many", 40, 10.0, 0.0, 3, 50, 1, 2500, 0, 10.0 / 4 * 1.3},
-        {"empty clock", 0, 0.0, 0.0, 0, 50, 1, 2500, 0, 0.002},
-        {"empty clock, increment", 0, 0.0, 5.0, 0, 50, 1, 2500, 0, 0.002},
-        {"fixed time", 1, 3.0, 0.0, 0, 50, 1, 2500, 0, 3.0},
-        {"no time", 1, -1.0, 0.0, 0, 50, 1, 2500, 0, 0.002},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
-        set_fen(game->position, START_FEN);
-        for (int i = 0; i < c.plies; ++i) {
-            static constexpr std::string_view SHUFFLE[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-            play(SHUFFLE[i % 4]);
+// The move loop asks for the moves of a node and leaves out those that the king forbids: what remains are the legal moves,
+// each once, and the hash move first.
+TEST_F(SearchTest, PickerDeliversTheLegalMoves) {
+    std::vector<std::string> fens = random_game_fens(61, 6, 160, 5);
+    fens.push_back("n1n1k1n1/PPPPPPPP/8/8/8/8/pppppppp/N1N1K1N1 w - -");
+    fens.push_back("8/8/8/K2pP2r/8/8/8/4k3 w - d6");
+    int in_check = 0;
+    for (const std::string &fen : fens) {
+        SCOPED_TRACE(fen);
+        set_fen(pos, fen);
+        SearchThread &thread = prepare_thread(engine);
+        PlyRecord &record = thread.plies[ROOT_PLY];
+        record.checker = static_cast<std::uint8_t>(checker_of(pos, pos.side));
+        in_check += record.in_check();
+        const Pins pins(pos, pos.side, record.in_check());
+        std::vector<Move> legal{NO_MOVE};  // every move is a hash move once, and no move is
+        for (const MoveEntry &entry : legal_moves(pos)) legal.push_back(entry.move);
+        for (const Move hash_move : legal) {
+            record.hash_move = hash_move;
+            start_picking(record, PickKind::ALL);
+            std::vector<Move> picked;
+            while (const MoveEntry *entry = pick_next(thread, ROOT_PLY)) {
+                EXPECT_EQ(entry->piece, pos.board[from_square(entry->move)]);
+                if (is_legal(pos, pos.side, entry->move, pins)) picked.push_back(entry->move);
+            }
+            ASSERT_EQ(picked.front(), hash_move != NO_MOVE ? hash_move : picked.front());
+            ASSERT_THAT(picked, testing::UnorderedElementsAreArray(legal.begin() + 1, legal.end()));
         }
-        tc_mode = static_cast<std::uint8_t>(c.mode);
-        clock_white = clock_black = time_per_move = c.clock;
-        increment = c.inc;
-        moves_to_go = c.to_go;
-        settings.MoveOverhead = static_cast<std::int16_t>(c.overhead);
-        settings.Ponder = static_cast<std::int16_t>(c.ponder);
-        settings.UCI_Elo = static_cast<std::int16_t>(c.elo);
-        search_request = REQUEST_SEARCH;
-        begin_search();
-        EXPECT_NEAR(target_seconds(), c.target, 1e-9);
     }
-    uci_mode = 0;  // at a console the period decides, not moves_to_go
-    set_fen(game->position, START_FEN);
-    tc_mode = 40;
-    clock_white = 41.0;
-    increment = 0.0;
-    settings.Ponder = 0;
-    settings.UCI_Elo = 2500;
-    begin_search();
-    EXPECT_NEAR(target_seconds(), 1.0, 1e-9);
-    uci_mode = 1;
+    EXPECT_GT(in_check, 5);
 }
 
 TEST_F(SearchTest, UnsearchablePositionsAreNamed) {
@@ -147,8 +118,8 @@ TEST_F(SearchTest, UnsearchablePositionsAreNamed) {
         {"qqqqqqqk/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQQQQK w - -", true},
     };
     for (const auto &c : cases) {
-        set_fen(game->position, c.fen);
-        EXPECT_EQ(unsearchable_reason(game->position).empty(), c.searchable) << c.fen;
+        set_fen(pos, c.fen);
+        EXPECT_EQ(unsearchable_reason(pos).empty(), c.searchable) << c.fen;
     }
 }
 
@@ -156,11 +127,10 @@ TEST_F(SearchTest, UnsearchablePositionsAreNamed) {
 TEST_F(SearchTest, WidestPositionFitsTheMoveStack) {
     for (const char *fen :
          {"qqqqqqqk/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQQQQK w - -", "Q6Q/1Q4Q1/8/1Q4Q1/k1Q2Q2/8/1Q1Q1Q2/K2Q2QQ w - -"}) {
-        set_fen(game->position, fen);
-        if (!unsearchable_reason(game->position).empty()) continue;
-        node_limit = short_run() ? 3000 : 30000;
+        set_fen(pos, fen);
+        if (!unsearchable_reason(pos).empty()) continue;
+        limits.node_limit = short_run() ? 3000 : 30000;
         search_to_depth(MAX_DEPTH);
-        node_limit = 0;
-        EXPECT_NE(root_result.pv[1], NO_MOVE) << fen;
+        EXPECT_NE(result.pv[1], NO_MOVE) << fen;
     }
 }

@@ -27,7 +27,7 @@
 struct TestPosition {
     MoveHistory history;
     Position pos;
-    int set_up_result;  // of set_fen
+    FenReading reading;  // its rest lies in the caller's text
 };
 
 inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = START_FEN) {
@@ -39,16 +39,8 @@ inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = S
     (void)ready;
     auto board = std::make_unique<TestPosition>();
     board->pos.history = &board->history;
-    board->set_up_result = set_fen(board->pos, fen);
+    board->reading = set_fen(board->pos, fen);
     return board;
-}
-
-// What `action` writes to standard output.
-template <typename Action>
-std::string printed_by(Action action) {
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
 }
 
 inline std::filesystem::path test_data_directory() {
@@ -83,6 +75,11 @@ inline std::string differing_fields(const Position &a, const Position &b) {
     return fields;
 }
 
+inline std::vector<MoveEntry> legal_moves(const Position &pos) {
+    MoveList list;
+    return {list.data(), gen_legal(pos, list.data())};
+}
+
 inline std::string coordinates(Move m) { return move_to_text(m, PromotionStyle::LOWER_CASE); }
 
 // The same moves on every standard library: no distribution objects.
@@ -98,11 +95,9 @@ private:
 
 // A legal move, or NO_MOVE when the game is over. Promotions and captures come up often enough to reach every kind of
 // position.
-inline Move random_legal_move(Position &pos, Random &random) {
-    MoveList list;
-    const MoveEntry *end = gen_legal(pos, list.data());
-    const auto count = static_cast<int>(end - list.data());
-    return count == 0 ? NO_MOVE : list[random.below(count)].move;
+inline Move random_legal_move(const Position &pos, Random &random) {
+    const std::vector<MoveEntry> moves = legal_moves(pos);
+    return moves.empty() ? NO_MOVE : moves[random.below(static_cast<int>(moves.size()))].move;
 }
 
 // FENs of positions met in random games, every `step`-th ply.

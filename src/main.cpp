@@ -15,13 +15,14 @@ bool start_up(FrontEnd &front, const CommandLine &line) {
     Engine &engine = front.engine;
     front.uci = line.uci;
     front.limits = line.limits;
-    if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
     if (start_engine(engine, line.settings, make_reporter(front)) != 0) return false;
+    if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
     if (engine.settings.Log != 0) engine.settings.Log = set_logging(true) ? 1 : 0;
     if (!request_fine_timer()) print_line("error setting timer resolution\n");
     engine.default_settings = engine.settings;
     if (!engine.settings.ConfigFilePath.empty()) load_config_file(engine);
     derive_tables(engine);
+    engine.settings_changed = false;
     return true;
 }
 

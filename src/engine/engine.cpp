@@ -1,5 +1,7 @@
 #include "engine/engine.h"
 
+#include <algorithm>
+
 #include "base/output.h"
 #include "board/attacks.h"
 #include "board/hash_codes.h"
@@ -41,16 +43,21 @@ bool build_constant_tables() {
 
 int start_engine(Engine &engine, const Settings &settings, const Reporter &reporter) {
     SearchShared &shared = engine.shared;
+    stop_engine(engine);
     if (!build_constant_tables()) reporter.say("bad hashcode");
-    engine.settings = engine.default_settings = settings;
+    engine.settings = settings;
+    engine.settings.Threads = std::clamp<std::int16_t>(settings.Threads, 1, MAX_THREADS);
+    engine.settings.Hash = std::clamp<std::int16_t>(settings.Hash, 0, MAX_HASH_MB);
+    engine.default_settings = engine.settings;
     engine.random = RandomGenerator(wall_clock_seed());
     engine.game.trace = {trace_game_move, &engine};
     shared.reporter = reporter;
     shared.tablebases.report = {&engine, warn, fail};
     set_fen(engine.game.position, START_FEN);
-    if (const int error = start_threads(shared, settings.Threads); error != 0) return error;
+    if (const int error = start_threads(shared, engine.settings.Threads); error != 0) return error;
     if (!allocate_table(engine)) return 1;
     derive_tables(engine);
+    engine.settings_changed = false;
     return 0;
 }
 
@@ -60,6 +67,11 @@ void stop_engine(Engine &engine) {
     tt_free(engine.shared.table);
     set_trace_level(engine, 0);
     engine.shared.trace.file.reset();
+    engine.shared.trace.last_ply = 0;
+    engine.shared.trace.last_iteration = -1;
+    engine.shared.search_state = REQUEST_NONE;
+    engine.shared.target_nps = UNLIMITED_NPS;
+    engine.calibrated_nps = engine.calibrated_elo = 0.0;
 }
 
 void derive_tables(Engine &engine) {
@@ -67,7 +79,6 @@ void derive_tables(Engine &engine) {
     SearchShared &shared = engine.shared;
     derive_search_params(settings.search, settings.UCI_Elo, shared.target_nps, shared.params);
     derive_eval_tables(settings.weights, shared.eval_tables);
-    engine.settings_changed = false;
 }
 
 bool allocate_table(Engine &engine) {

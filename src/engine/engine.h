@@ -92,13 +92,16 @@ struct Engine {
 bool build_constant_tables();
 
 // Starts the threads and takes memory for the hash table; the start position is set up. `reporter` is told from now on.
+// An engine that runs is stopped first. Threads and Hash are kept within their ranges.
 // 0, or an error code: the system's for a thread that did not start, of which the reporter has been told, or 1 without
 // memory. The engine has to be stopped all the same.
 int start_engine(Engine &engine, const Settings &settings, const Reporter &reporter);
-// Ends a running search and the threads and gives the memory back. The destructor does it as well.
+// Ends a running search and the threads, gives the memory back and forgets what searches have left. The destructor does
+// it as well.
 void stop_engine(Engine &engine);
 
-// Derives the tables of search and evaluation from the settings. No search running.
+// Derives the tables of search and evaluation from the settings; a search start does it by itself when settings_changed is
+// set. No search running.
 void derive_tables(Engine &engine);
 
 // Takes memory for a table of settings.Hash megabytes, and tells. False, and no table, without enough memory.

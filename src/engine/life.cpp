@@ -126,7 +126,8 @@ void begin_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
     engine.fallback_move = NO_MOVE;
     // A rate of 0 comes from a strength that was asked for before the machine's speed was known.
     if (engine.settings.UCI_LimitStrength == 0 || shared.target_nps <= 0.0) shared.target_nps = UNLIMITED_NPS;
-    change_limits(engine, limits);
+    change_depth_limit(engine, limits.max_depth);
+    change_noise(engine, limits.noise);
     shared.node_limit = limits.node_limit;
     shared.show_evaluation = limits.show_evaluation;
     reset_shared_state(engine);
@@ -136,6 +137,7 @@ void begin_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
     if (engine.settings_changed) {
         shared.reporter.say("info string setting search and eval params...");
         derive_tables(engine);
+        engine.settings_changed = false;
     }
     shared.plan = plan_time(clock_input(engine, limits));
     set_contempt_context(shared.eval_tables, engine.game.position.side, shared.plan.target < LONGEST_CONTEMPT);
@@ -177,10 +179,9 @@ bool threads_busy(const Engine &engine) { return busy_threads(engine.shared.pool
 
 void poll_search(Engine &engine) { check_time(engine.shared); }
 
-void change_limits(Engine &engine, const SearchLimits &limits) {
-    engine.shared.max_depth = limits.max_depth;
-    engine.shared.noise = limits.noise;
-}
+void change_depth_limit(Engine &engine, int max_depth) { engine.shared.max_depth = max_depth; }
+
+void change_noise(Engine &engine, double noise) { engine.shared.noise = noise; }
 
 void end_pondering(Engine &engine) {
     if (searching(engine)) engine.shared.search_state = REQUEST_SEARCH;
@@ -225,6 +226,10 @@ void interrupt_search(Engine &engine) {
 
 SearchResult search(Engine &engine, const SearchLimits &limits, const SearchPoll &poll) {
     begin_search(engine, limits, REQUEST_ANALYSIS);
+    return complete_search(engine, poll);
+}
+
+SearchResult complete_search(Engine &engine, const SearchPoll &poll) {
     if (unsearchable_reason(engine).empty()) release_threads(engine);
     while (threads_busy(engine)) {
         poll_search(engine);

@@ -36,8 +36,9 @@ bool threads_busy(const Engine &engine);
 
 // Keeps the time; about once a millisecond while threads are busy.
 void poll_search(Engine &engine);
-// What a running search may be given anew: depth limit, noise. The rest takes effect at the next start.
-void change_limits(Engine &engine, const SearchLimits &limits);
+// What a running search can be given anew; other limits take effect at the next start.
+void change_depth_limit(Engine &engine, int max_depth);
+void change_noise(Engine &engine, double noise);
 // The opponent has played the expected move, or the search is to report as soon as it has ended.
 void end_pondering(Engine &engine);
 
@@ -59,6 +60,8 @@ struct SearchPoll {
     int pause_ms = 1;
 };
 SearchResult search(Engine &engine, const SearchLimits &limits, const SearchPoll &poll = {});
+// The same from begin_search on, which the caller has done.
+SearchResult complete_search(Engine &engine, const SearchPoll &poll = {});
 
 // Copies the game to the threads' records without a search, for work that uses one of them directly.
 SearchThread &prepare_thread(Engine &engine);

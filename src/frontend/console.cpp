@@ -43,10 +43,9 @@ bool begin_direct_search(FrontEnd &front, const SearchLimits &limits) {
 // The breakdown of the position's evaluation, from a search of depth 0 in this thread.
 void show_evaluation(FrontEnd &front, const Words &, std::string_view) {
     Engine &engine = front.engine;
-    SearchLimits limits = front.limits;
+    SearchLimits limits = present_limits(front);
     limits.max_depth = 0;
     limits.show_evaluation = true;
-    limits.count_period = true;
     if (!begin_direct_search(front, limits)) return;
     engine.shared.display = {};
     search_here(engine);
@@ -91,7 +90,8 @@ void self_play_game(FrontEnd &front, const Words &, std::string_view) {
 }
 
 void analyse(FrontEnd &front, const Words &words, std::string_view) {
-    front.limits.fix_time(ANALYSIS_TIME);
+    constexpr double ANALYSIS_TIME = 99999.0;  // seconds
+    front.limits.wait_for_stop(ANALYSIS_TIME);
     const int depth = integer_at(words, 1);
     front.limits.max_depth = depth >= 1 && depth < MAX_DEPTH ? depth : MAX_DEPTH;
     front.clear_table_first = front.engine.shared.table.enabled <= 1;
@@ -149,8 +149,7 @@ void count_paths(FrontEnd &front, const Words &words, std::string_view) {
         print_line("perft needs a depth of 1 or more");
         return;
     }
-    front.limits.count_period = true;
-    if (!begin_direct_search(front, front.limits)) return;
+    if (!begin_direct_search(front, present_limits(front))) return;
     SearchThread &thread = prepare_thread(front.engine);
     const double start = monotonic_seconds();
     perft(thread, ROOT_PLY, depth);

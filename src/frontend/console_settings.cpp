@@ -41,13 +41,13 @@ void set_hash(FrontEnd &front, const Value &value) {
 
 void set_noise(FrontEnd &front, const Value &value) {
     front.limits.noise = leading_number(value.text);
-    change_limits(front.engine, front.limits);
+    change_noise(front.engine, front.limits.noise);
 }
 
 void set_level(FrontEnd &front, const Value &value) {
     SearchLimits &limits = front.limits;
+    limits.fix_time(std::max(time_text(word_at(value.words, 3)), 0.0));
     limits.tc_mode = std::clamp(value.number, 0, LARGEST_BYTE);
-    limits.time_per_move = std::max(time_text(word_at(value.words, 3)), 0.0);
     limits.reset_clocks();
     limits.increment = std::max(leading_number(word_at(value.words, 4)), 0.0);
     print_format("set level to %d moves in %0.2f seconds, inc %0.2f", limits.tc_mode, limits.time_per_move,
@@ -58,7 +58,7 @@ void set_debug(FrontEnd &front, const Value &value) { front.limits.show_evaluati
 
 void set_depth(FrontEnd &front, const Value &value) {
     front.limits.max_depth = std::clamp(value.number, 0, MAX_DEPTH);
-    change_limits(front.engine, front.limits);
+    change_depth_limit(front.engine, front.limits.max_depth);
 }
 
 // 1: everything as it was at the start; else no selectivity.

@@ -54,6 +54,9 @@ void report_result(FrontEnd &front, const SearchResult &result);
 // Sets up a position in the game, with a line when its castling rights do not fit.
 void set_up_position(FrontEnd &front, std::string_view fen);
 
+// The limits of a search that starts now.
+SearchLimits present_limits(const FrontEnd &front);
+
 PromotionStyle move_style(const FrontEnd &front);
 
 // What a tool gets from this front end.

@@ -29,10 +29,9 @@ void interpret(FrontEnd &front, const std::string &line) {
 void start_requested_search(FrontEnd &front) {
     if (front.clear_table_first) clear_table_if_idle(front.engine.shared);
     front.clear_table_first = false;
-    front.limits.count_period = !front.uci;
     const SearchRequest request = front.search_request;
     front.search_request = REQUEST_NONE;
-    start_search(front.engine, front.limits, request);
+    start_search(front.engine, present_limits(front), request);
 }
 
 // Self-play: the mover's clock runs, the move is made, and the other side searches. Ends without a move. A command that
@@ -119,13 +118,19 @@ void report_result(FrontEnd &front, const SearchResult &result) {
 
 void set_up_position(FrontEnd &front, std::string_view fen) { report_set_up(set_fen(front.engine.game.position, fen)); }
 
+SearchLimits present_limits(const FrontEnd &front) {
+    SearchLimits limits = front.limits;
+    limits.count_period = !front.uci;  // UCI says how many moves are left, a person does not
+    return limits;
+}
+
 PromotionStyle move_style(const FrontEnd &front) {
     return front.uci ? PromotionStyle::LOWER_CASE : PromotionStyle::EQUALS_SIGN;
 }
 
 ToolRun tool_run(FrontEnd &front) {
     const auto wish = [](void *context) { return wants_to_end(*static_cast<FrontEnd *>(context)); };
-    return {front.engine, front.limits, move_style(front), wish, &front};
+    return {front.engine, present_limits(front), move_style(front), wish, &front};
 }
 
 void run_loop(FrontEnd &front) {

@@ -8,7 +8,6 @@ constexpr int MAX_DEPTH = 66;                  // deepest iteration, and the ply
 constexpr double UNLIMITED_NPS = 1e9;          // node rate that no machine reaches
 constexpr double NO_PROGRESS_LINES = 9999.0;   // value of `noise`: never
 constexpr double UNLIMITED_TIME = 10000000.0;  // time_per_move of searches that only something else ends, seconds
-constexpr double ANALYSIS_TIME = 99999.0;      // the same at a console
 
 // Why a search runs, which decides what ends it. REQUEST_NONE: there is none.
 enum SearchRequest : std::uint8_t {
@@ -29,18 +28,22 @@ struct SearchLimits {
     bool count_period = false;                 // moves_to_go follows from the game's length and tc_mode
     int max_depth = MAX_DEPTH;                 // deepest iteration, 0 .. MAX_DEPTH
     std::int64_t node_limit = 0;               // nodes per thread, 0 = none
+    bool until_stopped = false;                // with fixed limits: the time is long enough for anything
     bool show_evaluation = false;              // the root's evaluation is broken down for display
 
-    // Only these limits and a word from outside can end a search.
+    // Fixed limits.
     void fix_time(double seconds) {
         time_per_move = seconds;
         tc_mode = 1;
+        until_stopped = seconds >= UNLIMITED_TIME;
+    }
+    // Time until a word from outside ends the search; the seconds are what is shown of it.
+    void wait_for_stop(double seconds) {
+        fix_time(seconds);
+        until_stopped = true;
     }
     // Whether only a word from outside ends a search.
-    bool is_endless() const {
-        return tc_mode == 1 && (time_per_move >= UNLIMITED_TIME || time_per_move == ANALYSIS_TIME) &&
-               max_depth >= MAX_DEPTH && node_limit <= 0;
-    }
+    bool is_endless() const { return tc_mode == 1 && until_stopped && max_depth >= MAX_DEPTH && node_limit <= 0; }
     // Both clocks show the time per move.
     void reset_clocks() { clock = {time_per_move, time_per_move}; }
 };

@@ -33,7 +33,7 @@ SearchLine make_line(SearchShared &shared, int number, int depth, int score, con
     const ThreadStats stats = sum_thread_stats(shared.pool);
     const double elapsed = shared.elapsed;
     const auto nodes = static_cast<double>(stats.nodes);
-    const int longest = search_thread_at(shared.pool, 0).selective_depth;
+    const int longest = shared.pool.size > 0 ? search_thread_at(shared.pool, 0).selective_depth.load() : 0;
     return {number,
             shared.multi_pv,
             depth,

@@ -51,12 +51,20 @@ TtEntry *victim(TtEntry *start, int depth, int age) {
     return depth >= entry_depth(shallowest) - NEW_POSITION_DEPTH_SLACK ? shallowest : nullptr;
 }
 
+void release(TranspositionTable &table) {
+    if (table.entries != nullptr) free_pages(table.entries, table_bytes(table));
+    table.entries = nullptr;
+    table.count = 0;
+    table.index_mask = 0;
+    table.megabytes = 0;
+}
+
 }  // namespace
 
 TranspositionTable::~TranspositionTable() { tt_free(*this); }
 
 bool tt_allocate(TranspositionTable &table, int megabytes) {
-    tt_free(table);
+    release(table);
     table.count = static_cast<std::size_t>(megabytes) * ENTRIES_PER_MB;
     table.entries = static_cast<TtEntry *>(allocate_pages(table_bytes(table)));
     if (table.entries == nullptr) {
@@ -72,11 +80,10 @@ bool tt_allocate(TranspositionTable &table, int megabytes) {
 }
 
 void tt_free(TranspositionTable &table) {
-    if (table.entries != nullptr) free_pages(table.entries, table_bytes(table));
-    table.entries = nullptr;
-    table.count = 0;
-    table.index_mask = 0;
-    table.megabytes = 0;
+    release(table);
+    table.enabled = 1;
+    table.age = 0;
+    table.off_by_size = false;
 }
 
 void tt_next_age(TranspositionTable &table) {

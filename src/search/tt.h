@@ -50,6 +50,7 @@ struct TranspositionTable {
 // Takes memory for a table of that size in place of the old one. It is marked fresh until somebody has cleared it; see
 // clear_table in threads.h. False, and no table, when there is not enough memory. No search running.
 bool tt_allocate(TranspositionTable &table, int megabytes);
+// Gives the memory back; the table is as it was made.
 void tt_free(TranspositionTable &table);
 
 // Zeroes slice `index` of `count`, or finds memory for it in a fresh table.

@@ -52,12 +52,15 @@ PlayedMove choose_move(ToolRun &run, Move &move) {
     const Settings &settings = engine.settings;
     const Position &pos = engine.game.position;
     derive_tables(engine);
+    begin_search(engine, run.limits, REQUEST_ANALYSIS);
     move = NO_MOVE;
     if (engine.game.plies() < settings.OwnBook_Depth)
         move = probe_book(pos, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, engine.random).move;
-    if (move != NO_MOVE) return {squares_of(move), 0, 0};
-    if (drawn_before_search(pos)) return {"", 0, 0};
-    const SearchResult result = search_with_all_threads(run, 1);
+    if (move != NO_MOVE || drawn_before_search(pos)) {
+        finish_search(engine);
+        return {move != NO_MOVE ? squares_of(move) : "", 0, 0};
+    }
+    const SearchResult result = complete_search(run, 1);
     move = result.best;
     return {squares_of(move), result.score, result.depth};
 }

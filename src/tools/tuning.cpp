@@ -111,7 +111,10 @@ void run_passes(ToolRun &run, std::vector<TunableParam> &tunables, const char *f
                             rates.highest * PERCENT));
         log.say(take_estimates(run.engine.settings.weights, tunables));
         const double error = tuning_error(run, HALF_FILE);
-        if (run.stopped) break;
+        if (run.stopped) {
+            log.say("\n");
+            break;
+        }
         log.say(format_line("\nerr= %0.5f\n\n", error));
         log.flush();
         rates = descend_all(run, tunables, k0, log);

@@ -12,8 +12,13 @@ void look_for_wish(ToolRun &run) {
 }
 
 SearchResult search_with_all_threads(ToolRun &run, int pause_ms) {
+    begin_search(run.engine, run.limits, REQUEST_ANALYSIS);
+    return complete_search(run, pause_ms);
+}
+
+SearchResult complete_search(ToolRun &run, int pause_ms) {
     const auto look = [](void *context) { look_for_wish(*static_cast<ToolRun *>(context)); };
-    return search(run.engine, run.limits, {look, &run, pause_ms});
+    return complete_search(run.engine, {look, &run, pause_ms});
 }
 
 SearchResult search_in_this_thread(ToolRun &run) {

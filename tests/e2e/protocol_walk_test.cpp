@@ -17,11 +17,8 @@ namespace {
 using namespace e2e;
 using Clock = std::chrono::steady_clock;
 
-#ifdef DRAL_TEST_SANITIZED
-constexpr Milliseconds READY_WITHIN{500};  // eight instrumented search threads on few cores
-#else
-constexpr Milliseconds READY_WITHIN{50};
-#endif
+// Sanitized: eight instrumented search threads on few cores.
+Milliseconds ready_within() { return Milliseconds(sanitized() ? 500 : 50); }
 
 constexpr const char *POSITIONS[] = {
     "startpos",
@@ -119,7 +116,7 @@ private:
         engine_->send("isready");
         const Clock::time_point start = Clock::now();
         const Lines lines = engine_->expect_line([](std::string_view line) { return line == "readyok"; });
-        EXPECT_LT(Clock::now() - start, scaled(READY_WITHIN)) << engine_->transcript();
+        EXPECT_LT(Clock::now() - start, scaled(ready_within())) << engine_->transcript();
         for (const std::string &line : lines) look_at(line);
         if (outstanding_ == 0) {
             searched_.clear();

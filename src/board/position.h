@@ -56,8 +56,8 @@ struct Position {
     std::uint64_t pawn_key;              // key of the pawns alone
     std::uint32_t material[2];           // pawns in bits 0-3, knights 4-7, bishops 8-11, rooks 12-15, queens 16-19
     std::uint16_t nonpawn_material[2];   // knight 3, bishop 3, rook 5, queen 10
-    std::uint8_t side;
-    std::uint8_t fifty;  // plies since the last capture, pawn move or castling; stops at 255
+    Colour side;                         // to move
+    std::uint8_t fifty;                  // plies since the last capture, pawn move or castling; stops at 255
     std::uint8_t castling;
     std::uint8_t ep_square;  // passed over by the pawn that has just moved two squares, else 64
     std::uint8_t king_square[2];

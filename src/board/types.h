@@ -41,14 +41,10 @@ constexpr Bitboard RANK_8 = RANK_1 << 56;
 constexpr Bitboard rank_mask(int rank) { return RANK_1 << (8 * rank); }
 constexpr Bitboard file_mask(int file) { return FILE_A << file; }
 
-// Lowest and highest square of a set that is not empty.
+// Lowest square of a set that is not empty.
 inline Square lsb(Bitboard b) {
     assert(b != 0);
     return std::countr_zero(b);
-}
-inline Square msb(Bitboard b) {
-    assert(b != 0);
-    return 63 - std::countl_zero(b);
 }
 inline Square pop_lsb(Bitboard &b) {
     const Square s = lsb(b);
@@ -57,10 +53,9 @@ inline Square pop_lsb(Bitboard &b) {
 }
 inline int popcount(Bitboard b) { return std::popcount(b); }
 
-using Colour = int;
-enum : int { WHITE = 0, BLACK = 1 };
+enum Colour : std::uint8_t { WHITE, BLACK };
 
-constexpr Colour opponent(Colour c) { return 1 - c; }
+constexpr Colour opponent(Colour c) { return static_cast<Colour>(c ^ 1); }
 
 // Piece codes: code = colour * 8 + type. A board entry of 0 is an empty square.
 using Piece = int;
@@ -68,7 +63,7 @@ using PieceType = int;
 enum : int { NO_TYPE = 0, PAWN = 1, KNIGHT = 2, BISHOP = 3, ROOK = 4, QUEEN = 5, KING = 6 };
 
 constexpr PieceType type_of(Piece piece) { return piece & 7; }
-constexpr Colour colour_of(Piece piece) { return piece >> 3; }
+constexpr Colour colour_of(Piece piece) { return static_cast<Colour>(piece >> 3); }
 constexpr std::uint8_t make_piece(Colour c, PieceType type) { return static_cast<std::uint8_t>(c * 8 + type); }
 
 // One rank forward for the pawns of a colour.

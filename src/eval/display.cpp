@@ -6,7 +6,7 @@
 void EvalDisplay::add(Colour c, Square s, DisplayTerm term, int value) {
     const auto square = static_cast<std::size_t>(s);
     squares[square] = static_cast<std::int16_t>(squares[square] + value);
-    std::int16_t &total = totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];
+    std::int16_t &total = totals[static_cast<std::size_t>(term)][c];
     total = static_cast<std::int16_t>(total + value);
 }
 
@@ -27,7 +27,7 @@ std::array<std::string, 2> imbalance_texts(const Position &pos) {
     std::array<std::string, 2> texts;
     for (const int type : {QUEEN, ROOK, BISHOP, KNIGHT, PAWN}) {
         const int surplus = material_count(pos.material[WHITE], type) - material_count(pos.material[BLACK], type);
-        const auto side = static_cast<std::size_t>(surplus > 0 ? WHITE : BLACK);
+        const Colour side = surplus > 0 ? WHITE : BLACK;
         texts[side].append(static_cast<std::size_t>(std::abs(surplus)), " PNBRQ"[type]);
     }
     return texts;

@@ -12,7 +12,7 @@ namespace {
 // Places pieces such as "Pa2" until a word's square is none.
 void place_pieces(Position &pos, Colour side, std::string_view words) {
     constexpr std::string_view TYPES = " PNBRQK";
-    pos.side = static_cast<std::uint8_t>(side);
+    pos.side = side;
     for (std::string_view word = next_word(words); !word.empty(); word = next_word(words)) {
         if (word.size() < 3 || word[1] < 'a' || word[1] > 'h' || word[2] < '1' || word[2] > '8') return;
         const std::size_t type = TYPES.find(static_cast<char>(std::toupper(static_cast<unsigned char>(word[0]))));

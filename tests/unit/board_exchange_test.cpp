@@ -63,7 +63,7 @@ int listed_exchange(const Position &pos, Colour side, Square from, Square to, bo
         if (victim == KING) break;
         board[to] = board[from];
         board[from] = 0;
-        side = 1 - side;
+        side = opponent(side);
         from = next_attacker(side);
     }
     // A king taken ends the exchange: its capture cannot be declined away by what would follow.

@@ -25,7 +25,7 @@ std::string set_line(const char *title, Bitboard set) {
 // One letter for each piece that a side has more than the other.
 std::array<std::string, 2> imbalance_texts(const Position &pos) {
     std::array<std::string, 2> texts;
-    for (const int type : {QUEEN, ROOK, BISHOP, KNIGHT, PAWN}) {
+    for (const PieceType type : {QUEEN, ROOK, BISHOP, KNIGHT, PAWN}) {
         const int surplus = material_count(pos.material[WHITE], type) - material_count(pos.material[BLACK], type);
         const Colour side = surplus > 0 ? WHITE : BLACK;
         texts[side].append(static_cast<std::size_t>(std::abs(surplus)), " PNBRQ"[type]);
@@ -43,7 +43,7 @@ std::string board_rows(const Position &pos, const EvalDisplay &display) {
         std::string values = "    ";
         for (int file = 0; file < 8; ++file) {
             const Square s = make_square(file, rank);
-            const int piece = pos.board[s];
+            const Piece piece = pos.board[s];
             text += ' ';
             if (piece == 0) {
                 text += (file + rank) % 2 == 0 ? '+' : '-';

@@ -62,7 +62,7 @@ int listed_exchange(const Position &pos, Colour side, Square from, Square to, bo
         taken.push_back(victim == KING ? 9999 : VALUES[victim]);
         if (victim == KING) break;
         board[to] = board[from];
-        board[from] = 0;
+        board[from] = NO_PIECE;
         side = opponent(side);
         from = next_attacker(side);
     }

@@ -55,7 +55,7 @@ int see_reply(const Position &pos, Square from, Square to) {
     // Two kings can leave the king square on any other piece, so the squares of the move may be asked about.
     const auto type_on = [&pos, from, to](Square s) {
         if (s == to) return pos.type_on(from);
-        return s == from ? PieceType{NO_TYPE} : pos.type_on(s);
+        return s == from ? NO_TYPE : pos.type_on(s);
     };
     const Colour side = opponent(colour_of(pos.board[from]));
     return swap_off(pos, type_on, side, NO_SQUARE, to, pos.occupied() & ~bit(from), ~bit(from), true);

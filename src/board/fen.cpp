@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr std::string_view WHITE_LETTERS = " PNBRQK";
 constexpr std::string_view BLACK_LETTERS = " pnbrqk";
 
 struct CastlingHome {
@@ -46,15 +45,15 @@ void read_placement(Position &pos, std::string_view field) {
             s = file_of(s) + skip > 7 ? (s | 7) : s + skip;
             continue;
         }
-        std::size_t type = WHITE_LETTERS.find(c, 1);
+        PieceType type = type_of_letter(c);
         Colour colour = WHITE;
-        if (type == std::string_view::npos) {
-            type = BLACK_LETTERS.find(c, 1);
+        if (type == NO_TYPE) {
+            type = type_of_letter(c, BLACK_LETTERS);
             colour = BLACK;
         }
-        if (type != std::string_view::npos) {
+        if (type != NO_TYPE) {
             remove_piece(pos, s);
-            put_piece(pos, make_piece(colour, static_cast<int>(type)), s);
+            put_piece(pos, make_piece(colour, type), s);
         }
         if (file_of(s) != 7) ++s;
     }
@@ -107,7 +106,7 @@ std::string get_fen(const Position &pos) {
             }
             if (empty != 0) fen += static_cast<char>('0' + empty);
             empty = 0;
-            fen += (colour_of(piece) == WHITE ? WHITE_LETTERS : BLACK_LETTERS)[type_of(piece)];
+            fen += (colour_of(piece) == WHITE ? PIECE_LETTERS : BLACK_LETTERS)[type_of(piece)];
         }
         if (empty != 0) fen += static_cast<char>('0' + empty);
         if (rank != 0) fen += '/';

@@ -52,7 +52,7 @@ UndoEntry &push_entry(Position &pos, Move m, PieceType captured) {
     MoveHistory &history = *pos.history;
     assert(history.undo_count < HISTORY_SIZE - 1);
     UndoEntry &entry = history.undo[history.undo_count];
-    entry = {pos.key, pos.pawn_key, m, static_cast<std::uint8_t>(captured), pos.ep_square, pos.fifty, pos.castling};
+    entry = {pos.key, pos.pawn_key, m, captured, pos.ep_square, pos.fifty, pos.castling};
     ++history.undo_count;
     ++history.ply;
     history.current_move = m;
@@ -70,7 +70,7 @@ const UndoEntry &pop_entry(Position &pos) {
     pos.castling = entry.castling;
     pos.fifty = entry.fifty;
     pos.key = entry.key;
-    pos.side ^= 1;
+    pos.side = opponent(pos.side);
     return entry;
 }
 
@@ -88,7 +88,7 @@ void make_move(Position &pos, Move m) {
     if (pos.ep_square != NO_SQUARE) pos.key ^= hash_codes[0][pos.ep_square];
     pos.ep_square = NO_SQUARE;
     if (pos.fifty != 255) ++pos.fifty;
-    pos.side ^= 1;
+    pos.side = opponent(pos.side);
     if (const int lost = pos.castling & (CASTLING_MASK[from] | CASTLING_MASK[to]); lost != 0) {
         pos.key ^= hash_codes[0][pos.castling] ^ hash_codes[0][pos.castling ^ lost];
         pos.castling = static_cast<std::uint8_t>(pos.castling ^ lost);
@@ -109,7 +109,7 @@ void make_move(Position &pos, Move m) {
         if (to == from + 2 * direction) {
             pos.ep_square = static_cast<std::uint8_t>(from + direction);
             pos.key ^= hash_codes[0][pos.ep_square];
-        } else if (is_en_passant(from, to, captured)) {
+        } else if (is_en_passant(from, to, type_of(captured))) {
             toggle_piece_key(pos, pos.board[to - direction], to - direction);
             remove_piece(pos, to - direction);
         } else if ((m & PROMOTE_ANY) != 0) {
@@ -158,7 +158,7 @@ void unmake_move(Position &pos) {
 void make_null_move(Position &pos) {
     trace(pos, NO_MOVE);
     push_entry(pos, NO_MOVE, NO_TYPE);
-    pos.side ^= 1;
+    pos.side = opponent(pos.side);
     if (pos.fifty != 255) ++pos.fifty;
     if (pos.ep_square != NO_SQUARE) pos.key ^= hash_codes[0][pos.ep_square];
     pos.ep_square = NO_SQUARE;

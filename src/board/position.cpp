@@ -8,7 +8,7 @@
 void put_piece(Position &pos, Piece piece, Square s) {
     const Colour c = colour_of(piece);
     const PieceType type = type_of(piece);
-    pos.board[s] = static_cast<std::uint8_t>(piece);
+    pos.board[s] = piece;
     pos.pieces[c][type] |= bit(s);
     pos.pieces[c][0] |= bit(s);
     pos.material[c] += MATERIAL_UNIT[type];
@@ -21,7 +21,7 @@ void remove_piece(Position &pos, Square s) {
     if (piece == 0) return;
     const Colour c = colour_of(piece);
     const PieceType type = type_of(piece);
-    pos.board[s] = 0;
+    pos.board[s] = NO_PIECE;
     pos.pieces[c][type] &= ~bit(s);
     pos.pieces[c][0] &= ~bit(s);
     pos.material[c] -= MATERIAL_UNIT[type];
@@ -35,15 +35,15 @@ void move_piece(Position &pos, Square from, Square to) {
     const Colour c = colour_of(piece);
     const PieceType type = type_of(piece);
     const Bitboard both = bit(from) | bit(to);
-    pos.board[from] = 0;
-    pos.board[to] = static_cast<std::uint8_t>(piece);
+    pos.board[from] = NO_PIECE;
+    pos.board[to] = piece;
     pos.pieces[c][type] ^= both;
     pos.pieces[c][0] ^= both;
     if (type == KING) pos.king_square[c] = static_cast<std::uint8_t>(to);
 }
 
 void clear_position(Position &pos) {
-    pos.board.fill(0);
+    pos.board.fill(NO_PIECE);
     for (auto &colour : pos.pieces) std::fill(std::begin(colour), std::end(colour), Bitboard{0});
     for (const Colour c : {WHITE, BLACK}) {
         pos.material[c] = 0;

@@ -24,8 +24,8 @@ static_assert(MAX_GAME_MOVES + 70 < HISTORY_SIZE);
 struct UndoEntry {
     std::uint64_t key;
     std::uint64_t pawn_key;
-    Move move;              // 0 for a null move
-    std::uint8_t captured;  // type of the piece that stood on the to-square; 0 for en passant
+    Move move;           // 0 for a null move
+    PieceType captured;  // on the to-square; NO_TYPE for en passant
     std::uint8_t ep_square;
     std::uint8_t fifty;
     std::uint8_t castling;
@@ -49,15 +49,15 @@ struct MoveHistory {
 };
 
 struct Position {
-    MoveHistory *history;                // history of the thread that owns this position
-    std::array<std::uint8_t, 65> board;  // piece code per square; entry 64 is always empty
-    Bitboard pieces[2][8];               // [colour][type]; slot 0 holds all pieces of the colour
-    std::uint64_t key;                   // position key; bit 0 is the side to move
-    std::uint64_t pawn_key;              // key of the pawns alone
-    std::uint32_t material[2];           // pawns in bits 0-3, knights 4-7, bishops 8-11, rooks 12-15, queens 16-19
-    std::uint16_t nonpawn_material[2];   // knight 3, bishop 3, rook 5, queen 10
-    std::uint8_t side;
-    std::uint8_t fifty;  // plies since the last capture, pawn move or castling; stops at 255
+    MoveHistory *history;               // history of the thread that owns this position
+    std::array<Piece, 65> board;        // by square; entry 64 is always empty
+    Bitboard pieces[2][8];              // [colour][type]; slot 0 holds all pieces of the colour
+    std::uint64_t key;                  // position key; bit 0 is the side to move
+    std::uint64_t pawn_key;             // key of the pawns alone
+    std::uint32_t material[2];          // pawns in bits 0-3, knights 4-7, bishops 8-11, rooks 12-15, queens 16-19
+    std::uint16_t nonpawn_material[2];  // knight 3, bishop 3, rook 5, queen 10
+    Colour side;                        // to move
+    std::uint8_t fifty;                 // plies since the last capture, pawn move or castling; stops at 255
     std::uint8_t castling;
     std::uint8_t ep_square;  // passed over by the pawn that has just moved two squares, else 64
     std::uint8_t king_square[2];
@@ -73,7 +73,7 @@ constexpr std::array<std::uint32_t, 8> MATERIAL_UNIT = {0, 0x1, 0x10, 0x100, 0x1
 constexpr std::array<std::uint16_t, 8> NONPAWN_UNIT = {0, 0, 3, 3, 5, 10, 0, 0};
 
 // What a packed material word says: counts of one type, and whether there is a piece of some kind.
-constexpr int material_count(std::uint32_t material, int type) {
+constexpr int material_count(std::uint32_t material, PieceType type) {
     return static_cast<int>(material >> (4 * (type - 1)) & 15);
 }
 constexpr int pawn_count(std::uint32_t material) { return material_count(material, PAWN); }

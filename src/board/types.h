@@ -41,14 +41,10 @@ constexpr Bitboard RANK_8 = RANK_1 << 56;
 constexpr Bitboard rank_mask(int rank) { return RANK_1 << (8 * rank); }
 constexpr Bitboard file_mask(int file) { return FILE_A << file; }
 
-// Lowest and highest square of a set that is not empty.
+// Lowest square of a set that is not empty.
 inline Square lsb(Bitboard b) {
     assert(b != 0);
     return std::countr_zero(b);
-}
-inline Square msb(Bitboard b) {
-    assert(b != 0);
-    return 63 - std::countl_zero(b);
 }
 inline Square pop_lsb(Bitboard &b) {
     const Square s = lsb(b);
@@ -57,19 +53,28 @@ inline Square pop_lsb(Bitboard &b) {
 }
 inline int popcount(Bitboard b) { return std::popcount(b); }
 
-using Colour = int;
-enum : int { WHITE = 0, BLACK = 1 };
+enum Colour : std::uint8_t { WHITE, BLACK };
 
-constexpr Colour opponent(Colour c) { return 1 - c; }
+constexpr Colour opponent(Colour c) { return static_cast<Colour>(c ^ 1); }
 
-// Piece codes: code = colour * 8 + type. A board entry of 0 is an empty square.
-using Piece = int;
-using PieceType = int;
-enum : int { NO_TYPE = 0, PAWN = 1, KNIGHT = 2, BISHOP = 3, ROOK = 4, QUEEN = 5, KING = 6 };
+enum PieceType : std::uint8_t { NO_TYPE, PAWN, KNIGHT, BISHOP, ROOK, QUEEN, KING };
+constexpr std::array<PieceType, 6> PIECE_TYPES = {PAWN, KNIGHT, BISHOP, ROOK, QUEEN, KING};
+constexpr std::string_view PIECE_LETTERS = " PNBRQK";  // by type
 
-constexpr PieceType type_of(Piece piece) { return piece & 7; }
-constexpr Colour colour_of(Piece piece) { return piece >> 3; }
-constexpr std::uint8_t make_piece(Colour c, PieceType type) { return static_cast<std::uint8_t>(c * 8 + type); }
+// The type whose letter this is; NO_TYPE when it is no type's.
+constexpr PieceType type_of_letter(char letter, std::string_view letters = PIECE_LETTERS) {
+    const std::size_t type = letters.find(letter);
+    return type == std::string_view::npos ? NO_TYPE : static_cast<PieceType>(type);
+}
+
+// A piece: its code is colour * 8 + type. What stands on an empty square is NO_PIECE.
+enum Piece : std::uint8_t { NO_PIECE = 0 };
+
+constexpr PieceType type_of(Piece piece) { return static_cast<PieceType>(piece & 7); }
+constexpr Colour colour_of(Piece piece) { return static_cast<Colour>(piece >> 3); }
+constexpr Piece make_piece(Colour c, PieceType type) { return static_cast<Piece>(c * 8 + type); }
+// The same kind of piece in the other colour.
+constexpr Piece recoloured(Piece piece) { return make_piece(opponent(colour_of(piece)), type_of(piece)); }
 
 // One rank forward for the pawns of a colour.
 constexpr int pawn_direction(Colour c) { return c == WHITE ? 8 : -8; }
@@ -100,8 +105,8 @@ constexpr Move make_move_word(Square from, Square to, Move promotion = 0) {
 struct MoveEntry {
     Move move;
     std::int16_t score;
-    std::uint8_t piece;     // code of the moving piece
-    std::uint8_t captured;  // code of the piece on the to-square; 0 for en passant
+    Piece piece;     // that moves
+    Piece captured;  // on the to-square; NO_PIECE for en passant
 };
 static_assert(sizeof(MoveEntry) == 6);
 

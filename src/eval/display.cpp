@@ -6,7 +6,7 @@
 void EvalDisplay::add(Colour c, Square s, DisplayTerm term, int value) {
     const auto square = static_cast<std::size_t>(s);
     squares[square] = static_cast<std::int16_t>(squares[square] + value);
-    std::int16_t &total = totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];
+    std::int16_t &total = totals[static_cast<std::size_t>(term)][c];
     total = static_cast<std::int16_t>(total + value);
 }
 
@@ -25,9 +25,9 @@ std::string set_line(const char *title, Bitboard set) {
 // One letter for each piece that a side has more than the other.
 std::array<std::string, 2> imbalance_texts(const Position &pos) {
     std::array<std::string, 2> texts;
-    for (const int type : {QUEEN, ROOK, BISHOP, KNIGHT, PAWN}) {
+    for (const PieceType type : {QUEEN, ROOK, BISHOP, KNIGHT, PAWN}) {
         const int surplus = material_count(pos.material[WHITE], type) - material_count(pos.material[BLACK], type);
-        const auto side = static_cast<std::size_t>(surplus > 0 ? WHITE : BLACK);
+        const Colour side = surplus > 0 ? WHITE : BLACK;
         texts[side].append(static_cast<std::size_t>(std::abs(surplus)), " PNBRQ"[type]);
     }
     return texts;
@@ -43,7 +43,7 @@ std::string board_rows(const Position &pos, const EvalDisplay &display) {
         std::string values = "    ";
         for (int file = 0; file < 8; ++file) {
             const Square s = make_square(file, rank);
-            const int piece = pos.board[s];
+            const Piece piece = pos.board[s];
             text += ' ';
             if (piece == 0) {
                 text += (file + rank) % 2 == 0 ? '+' : '-';

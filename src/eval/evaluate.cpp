@@ -111,9 +111,8 @@ int amplification(int positional) {
 // Writes the totals of the pass, from the sides' own views.
 void fill_display(EvalDisplay &display, const EvalScratch &scratch, int scale) {
     for (const Colour c : {WHITE, BLACK}) {
-        const auto side = static_cast<std::size_t>(c);
-        display.material[side] = static_cast<std::int16_t>(taper(scratch.side[c].material, scratch.stage));
-        display.positional[side] = static_cast<std::int16_t>(taper(scratch.side[c].positional, scratch.stage));
+        display.material[c] = static_cast<std::int16_t>(taper(scratch.side[c].material, scratch.stage));
+        display.positional[c] = static_cast<std::int16_t>(taper(scratch.side[c].positional, scratch.stage));
     }
     display.stage = scratch.stage;
     display.draw_scale = scale / static_cast<double>(FULL_SCALE);

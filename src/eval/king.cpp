@@ -104,7 +104,7 @@ inline int count_zone_attacks(const KingView &view) {
 template <Colour C>
 int danger_of(const KingView &view, int safe_checks, int shield_points) {
     const unsigned units = view.enemy.attack_units;
-    const auto attackers = [units](int type) { return static_cast<int>(units >> (3 * (type - KNIGHT)) & 7); };
+    const auto attackers = [units](PieceType type) { return static_cast<int>(units >> (3 * (type - KNIGHT)) & 7); };
     const int index = KNIGHT_ATTACKER * attackers(KNIGHT) + BISHOP_ATTACKER * attackers(BISHOP) +
                       ROOK_ATTACKER * attackers(ROOK) + QUEEN_ATTACKER * attackers(QUEEN) + SAFE_CHECK * safe_checks +
                       ZONE_ATTACK * count_zone_attacks(view) - shield_points - (view.pos.side == C ? TO_MOVE : 0);

@@ -20,7 +20,7 @@ constexpr std::array<Bitboard, 8> TRAPPING_FILES = {
     file_mask(1) | file_mask(2), file_mask(2), 0, 0, 0, 0, file_mask(5), file_mask(5) | file_mask(6),
 };
 
-constexpr DisplayTerm term_of(int type) {
+constexpr DisplayTerm term_of(PieceType type) {
     return static_cast<DisplayTerm>(static_cast<int>(DisplayTerm::KNIGHTS) + type - KNIGHT);
 }
 
@@ -38,7 +38,7 @@ struct PiecePass {
     ScorePair positional = {};
 };
 
-template <int TYPE>
+template <PieceType TYPE>
 void record_attacks(PiecePass &pass, Bitboard attacks) {
     pass.double_attacks |= attacks & pass.attacks;
     pass.attacks |= attacks;
@@ -134,7 +134,7 @@ ScorePair queen_score(PiecePass &pass, Square s, bool pinned) {
     return score;
 }
 
-template <Colour C, int TYPE, ScorePair (*SCORE)(PiecePass &, Square, bool)>
+template <Colour C, PieceType TYPE, ScorePair (*SCORE)(PiecePass &, Square, bool)>
 void evaluate_kind(PiecePass &pass) {
     pass.type_attacks = 0;
     for (Bitboard pieces = pass.pos.of(C, TYPE); pieces != 0;) {

@@ -11,15 +11,14 @@ namespace {
 
 // Places pieces such as "Pa2" until a word's square is none.
 void place_pieces(Position &pos, Colour side, std::string_view words) {
-    constexpr std::string_view TYPES = " PNBRQK";
-    pos.side = static_cast<std::uint8_t>(side);
+    pos.side = side;
     for (std::string_view word = next_word(words); !word.empty(); word = next_word(words)) {
         if (word.size() < 3 || word[1] < 'a' || word[1] > 'h' || word[2] < '1' || word[2] > '8') return;
-        const std::size_t type = TYPES.find(static_cast<char>(std::toupper(static_cast<unsigned char>(word[0]))));
-        if (type == std::string_view::npos || type == 0) continue;
+        const PieceType type = type_of_letter(static_cast<char>(std::toupper(static_cast<unsigned char>(word[0]))));
+        if (type == NO_TYPE) continue;
         const Square square = make_square(word[1] - 'a', word[2] - '1');
         if (pos.board[square] != 0) remove_piece(pos, square);
-        put_piece(pos, make_piece(side, static_cast<int>(type)), square);
+        put_piece(pos, make_piece(side, type), square);
     }
 }
 

@@ -71,7 +71,8 @@ int late_move_reduction(const SearchParams &params, const PlyRecord &record, con
 }
 
 // Raises or lowers the history of a quiet move that has been searched.
-void update_history(OrderingTables &tables, int previous_type, const MoveEntry &entry, int depth, bool failed_low) {
+void update_history(OrderingTables &tables, PieceType previous_type, const MoveEntry &entry, int depth,
+                    bool failed_low) {
     const Square to = to_square(entry.move);
     const int weight = std::min(depth, HISTORY_DEEPEST);
     // Without a previous move both entries are the same one, updated twice.

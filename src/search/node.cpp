@@ -173,7 +173,7 @@ int random_depth_reduction(const Node &node, int depth, int alpha, int beta) {
 bool threats_safe(const Position &pos, Colour side, int eval, int beta) {
     const int harmless = eval - beta - SAFE_THREAT_MARGIN;  // no piece worth less can matter
     Bitboard pieces = 0;
-    for (int type = PAWN; type <= QUEEN; ++type)
+    for (const PieceType type : {PAWN, KNIGHT, BISHOP, ROOK, QUEEN})
         if (SEE_VALUES[type] >= harmless) pieces |= pos.of(side, type);
     while (pieces != 0) {
         const Square s = pop_lsb(pieces);
@@ -232,7 +232,7 @@ int search_null_move(const Node &node, int depth, int alpha, int beta, Line &pv)
     record.moves_searched = 0;
     // The child sees a null entry as the move that led to it.
     record.current = record.list;
-    *record.current = {NO_MOVE, 0, 0, 0};
+    *record.current = {NO_MOVE, 0, NO_PIECE, NO_PIECE};
     terminate_list(record.list + 1);
     close_list(thread, node.ply, record.list + 1);
     make_null_move(node.pos);

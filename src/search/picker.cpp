@@ -34,11 +34,11 @@ constexpr int ROOT_EQUAL_EXCHANGE = -50;  // the same limit at the root
 
 // What the history tables need to know of the two moves before a node.
 struct PreviousMoves {
-    int type = NO_TYPE;  // of the piece that moved last; 0 for a null move or none
-    int piece = 0;
+    PieceType type = NO_TYPE;  // of the piece that moved last; NO_TYPE for a null move or none
+    Piece piece = NO_PIECE;
     Square to = 0;
     bool has_grandparent = false;
-    int grandparent_piece = 0;
+    Piece grandparent_piece = NO_PIECE;
     Square grandparent_to = 0;
 };
 
@@ -59,7 +59,7 @@ PreviousMoves previous_moves(const SearchThread &thread, int ply) {
     return previous;
 }
 
-int history_base(const OrderingTables &tables, int previous_type, const MoveEntry &entry) {
+int history_base(const OrderingTables &tables, PieceType previous_type, const MoveEntry &entry) {
     const Square to = to_square(entry.move);
     return (tables.history[previous_type][entry.piece][to] / HISTORY_SHARE +
             tables.history[0][entry.piece][to] / HISTORY_SHARE) /
@@ -121,7 +121,7 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
     const auto add = [&](Square from, Bitboard targets) {
         while (targets != 0) {
             const Square to = pop_lsb(targets);
-            *list++ = {make_move_word(from, to), CHECK_SCORE, pos.board[from], 0};
+            *list++ = {make_move_word(from, to), CHECK_SCORE, pos.board[from], NO_PIECE};
         }
     };
     const auto pushes = [&](Square from) {

@@ -21,7 +21,7 @@ constexpr int RECAPTURE_DEPTH = -3;  // below this depth only recaptures
 
 // What a move that gives no check could win at most, in centipawns, before the margin.
 int delta_value(const Position &pos, Colour side, const MoveEntry &entry) {
-    const int captured = type_of(entry.captured);
+    const PieceType captured = type_of(entry.captured);
     if (captured != NO_TYPE) {
         const Colour enemy = opponent(side);
         const int pawns = material_count(pos.material[enemy], PAWN) - (captured == PAWN ? 1 : 0);

@@ -84,7 +84,7 @@ bool has_en_passant_pawn(const Position &pos) {
 }  // namespace
 
 TbPosition tb_position(const Position &pos, int fifty) {
-    const auto both = [&pos](int type) { return pos.of(WHITE, type) | pos.of(BLACK, type); };
+    const auto both = [&pos](PieceType type) { return pos.of(WHITE, type) | pos.of(BLACK, type); };
     TbPosition tb;
     tb.white = pos.all(WHITE);
     tb.black = pos.all(BLACK);

@@ -32,18 +32,17 @@ Orientation orientation(const TbPosition &pos, std::uint64_t key, std::uint64_t 
     return {mirrored, black != mirrored ? 1 : 0};
 }
 
-Bitboard pieces_of(const TbPosition &pos, int piece) {
+Bitboard pieces_of(const TbPosition &pos, Piece piece) {
     const Bitboard types[] = {0, pos.pawns, pos.knights, pos.bishops, pos.rooks, pos.queens, pos.kings, 0};
     return types[type_of(piece)] & (colour_of(piece) == WHITE ? pos.white : pos.black);
 }
 
 // Squares of the pieces from place `i` on, in encoding order.
-void collect(const TbPosition &pos, bool mirrored, const std::array<std::uint8_t, TB_PIECES> &order, int i, int end,
+void collect(const TbPosition &pos, bool mirrored, const std::array<Piece, TB_PIECES> &order, int i, int end,
              std::array<Square, TB_PIECES> &squares) {
-    const int colour_swap = mirrored ? 8 : 0;
     const Square flip = mirrored ? 56 : 0;
     while (i < end)
-        for (Bitboard pieces = pieces_of(pos, order[i] ^ colour_swap); pieces != 0 && i < end;)
+        for (Bitboard pieces = pieces_of(pos, mirrored ? recoloured(order[i]) : order[i]); pieces != 0 && i < end;)
             squares[i++] = pop_lsb(pieces) ^ flip;
 }
 

@@ -230,7 +230,7 @@ std::uint64_t tb_material_key(const TbPosition &pos, bool mirrored) {
     const Bitboard colours[] = {mirrored ? pos.black : pos.white, mirrored ? pos.white : pos.black};
     std::uint64_t key = 0;
     for (const Colour colour : {WHITE, BLACK}) {
-        const auto add = [&key, own = colours[colour], colour](Bitboard pieces, int type) {
+        const auto add = [&key, own = colours[colour], colour](Bitboard pieces, PieceType type) {
             key += static_cast<std::uint64_t>(popcount(pieces & own)) * PRIMES[make_piece(colour, type)];
         };
         add(pos.queens, QUEEN);

@@ -71,7 +71,7 @@ bool group_pieces(const TbMaterial &material, TbSide &side) {
     TbCounts seen{};
     side.group_size = {};
     for (int i = 0; i < material.num;) {
-        const std::uint8_t piece = order[i];
+        const Piece piece = order[i];
         int run = 1;
         while (i + run < material.num && order[i + run] == piece) ++run;
         if (seen[piece] != 0 || run != material.counts[piece]) return false;
@@ -134,7 +134,7 @@ bool read_sub_table_pieces(Parser &parser, int sub_table) {
     for (int s = 0; s < 2; ++s) {
         const int shift = s == 0 ? 0 : 4;
         TbSide &side = parser.layout.sides[sub_table][s];
-        for (int i = 0; i < material.num; ++i) side.piece_order[i] = static_cast<std::uint8_t>(pieces[i] >> shift & 15);
+        for (int i = 0; i < material.num; ++i) side.piece_order[i] = static_cast<Piece>(pieces[i] >> shift & 15);
         if (s >= parser.streams) continue;
         const int order = orders[0] >> shift & 15;
         const int second_order = two_orders ? orders[1] >> shift & 15 : NO_SECOND_ORDER;
@@ -241,14 +241,13 @@ bool place_areas(Parser &parser) {
 }  // namespace
 
 TbCounts tb_counts(std::string_view name) {
-    constexpr std::string_view TYPES = " PNBRQK";
     TbCounts counts{};
     Colour colour = WHITE;
     for (const char c : name) {
         if (c == 'v')
             colour = BLACK;
         else
-            ++counts[make_piece(colour, static_cast<int>(TYPES.find(c)))];
+            ++counts[make_piece(colour, type_of_letter(c))];
     }
     return counts;
 }
@@ -258,7 +257,7 @@ TbMaterial tb_material(const TbCounts &counts) {
     material.counts = counts;
     material.symmetric = true;
     int singles = 0;
-    for (int type = PAWN; type <= KING; ++type) {
+    for (const PieceType type : PIECE_TYPES) {
         const std::uint8_t white = counts[make_piece(WHITE, type)];
         const std::uint8_t black = counts[make_piece(BLACK, type)];
         material.num += white + black;

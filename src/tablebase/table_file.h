@@ -11,6 +11,7 @@
 #include <memory>
 #include <string_view>
 
+#include "board/types.h"
 #include "tablebase/decode.h"
 
 constexpr int TB_PIECES = 6;
@@ -35,7 +36,7 @@ TbMaterial tb_material(const TbCounts &counts);
 
 // One side to move of a sub-table.
 struct TbSide {
-    std::array<std::uint8_t, TB_PIECES> piece_order;    // piece codes in encoding order
+    std::array<Piece, TB_PIECES> piece_order;           // in encoding order
     std::array<std::uint8_t, TB_PIECES> group_size;     // at the first place of a group of equal pieces: its size
     std::array<std::uint64_t, TB_PIECES> group_factor;  // at the same places
     TbPairs pairs;

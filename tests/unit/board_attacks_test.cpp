@@ -43,9 +43,12 @@ TEST(SlidingAttacks, StopAtTheFirstBlocker) {
         if (i == 1) occupied = ~Bitboard{0};
         for (Square s = 0; s < 64; ++s) {
             SCOPED_TRACE(s);
-            ASSERT_EQ(rook_attacks(s, occupied), walked_attacks(ROOK, s, occupied)) << std::hex << occupied;
-            ASSERT_EQ(bishop_attacks(s, occupied), walked_attacks(BISHOP, s, occupied)) << std::hex << occupied;
-            ASSERT_EQ(queen_attacks(s, occupied), walked_attacks(QUEEN, s, occupied)) << std::hex << occupied;
+            ASSERT_EQ(rook_attacks(s, occupied), walked_attacks(make_piece(WHITE, ROOK), s, occupied))
+                << std::hex << occupied;
+            ASSERT_EQ(bishop_attacks(s, occupied), walked_attacks(make_piece(WHITE, BISHOP), s, occupied))
+                << std::hex << occupied;
+            ASSERT_EQ(queen_attacks(s, occupied), walked_attacks(make_piece(WHITE, QUEEN), s, occupied))
+                << std::hex << occupied;
         }
     }
 }

@@ -62,8 +62,8 @@ int listed_exchange(const Position &pos, Colour side, Square from, Square to, bo
         taken.push_back(victim == KING ? 9999 : VALUES[victim]);
         if (victim == KING) break;
         board[to] = board[from];
-        board[from] = 0;
-        side = 1 - side;
+        board[from] = NO_PIECE;
+        side = opponent(side);
         from = next_attacker(side);
     }
     // A king taken ends the exchange: its capture cannot be declined away by what would follow.

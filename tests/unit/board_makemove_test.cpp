@@ -47,7 +47,7 @@ void play_random_game(std::string_view fen, std::uint64_t seed) {
             ASSERT_NO_FATAL_FAILURE(expect_restored(*board, before));
         }
         game.push_back(before);
-        const bool in_check = square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
+        const bool in_check = square_attacked(pos, pos.king_square[pos.side], opponent(pos.side));
         if (!in_check && random.below(10) == 0) {
             make_null_move(pos);
         } else if (end != list.data()) {

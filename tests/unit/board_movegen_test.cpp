@@ -160,7 +160,7 @@ bool stored_castling_possible(const Position &pos, Colour side, Square from, Squ
     if (pos.board[from + step * rook_distance] != side * 8 + ROOK) return false;
     for (int n = 0; n <= 2; ++n) {
         if (n > 0 && pos.board[from + step * n] != 0) return false;
-        if (walked_attackers(pos, from + step * n, 1 - side) != 0) return false;
+        if (walked_attackers(pos, from + step * n, opponent(side)) != 0) return false;
     }
     return true;
 }
@@ -232,7 +232,7 @@ TEST(GivesCheck, AgreesWithMakingTheMove) {
         const auto board = make_test_position(fen);
         Position &pos = board->pos;
         const Colour side = pos.side;
-        const Square king = pos.king_square[1 - side];
+        const Square king = pos.king_square[opponent(side)];
         for (const MoveEntry &entry : legal_moves(pos)) {
             const Square from = from_square(entry.move);
             const Square to = to_square(entry.move);

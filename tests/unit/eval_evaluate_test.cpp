@@ -9,7 +9,7 @@ protected:
     int score(const std::string &fen) {
         set_fen(pos, fen);
         EvalResult eval{};
-        const bool in_check = square_attacked(pos, pos.king_square[pos.side], 1 - pos.side);
+        const bool in_check = square_attacked(pos, pos.king_square[pos.side], opponent(pos.side));
         return evaluate(pos, thread().eval, pos.side, 2, in_check, eval);
     }
 };

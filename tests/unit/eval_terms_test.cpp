@@ -22,9 +22,7 @@ protected:
         display = {};
         return evaluate(pos, thread().eval, pos.side, 2, false, eval, &display);
     }
-    int total(DisplayTerm term, Colour c) const {
-        return display.totals[static_cast<std::size_t>(term)][static_cast<std::size_t>(c)];
-    }
+    int total(DisplayTerm term, Colour c) const { return display.totals[static_cast<std::size_t>(term)][c]; }
     EvalResult eval{};
     EvalDisplay display;
 };
@@ -122,7 +120,7 @@ TEST_F(EvalTermsTest, PawnEndingsAreSymmetricAndCounted) {
                     won[side] += wins;
                     // The other wing, and the other colour
                     differences += wins != kpk_is_won(WHITE, pawn ^ 7, strong ^ 7, weak ^ 7, side);
-                    differences += wins != kpk_is_won(BLACK, pawn ^ 56, strong ^ 56, weak ^ 56, 1 - side);
+                    differences += wins != kpk_is_won(BLACK, pawn ^ 56, strong ^ 56, weak ^ 56, opponent(side));
                 }
     }
     EXPECT_EQ(differences, 0);

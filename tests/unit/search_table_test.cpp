@@ -8,7 +8,7 @@ protected:
     // The game position with another key: tests choose the bucket and the verification bits.
     Position &with_key(std::uint64_t key) {
         pos.key = key;
-        pos.side = static_cast<std::uint8_t>(key & 1);
+        pos.side = (key & 1) != 0 ? BLACK : WHITE;
         return pos;
     }
     void store(const Position &at, int depth, Move move = 0x0C1C, int score = 25) {

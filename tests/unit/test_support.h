@@ -61,7 +61,7 @@ inline std::string differing_fields(const Position &a, const Position &b) {
     };
     compare(a.board == b.board, "board");
     for (const Colour c : {WHITE, BLACK}) {
-        for (int type = 0; type < 8; ++type) compare(a.pieces[c][type] == b.pieces[c][type], "pieces");
+        compare(std::ranges::equal(a.pieces[c], b.pieces[c]), "pieces");
         compare(a.material[c] == b.material[c], "material");
         compare(a.nonpawn_material[c] == b.nonpawn_material[c], "nonpawn_material");
         compare(a.king_square[c] == b.king_square[c], "king_square");
@@ -117,7 +117,7 @@ inline std::vector<std::string> random_game_fens(std::uint64_t seed, int games, 
 }
 
 // Squares that a piece attacks, walked one square at a time; an independent statement of how pieces move.
-inline Bitboard walked_attacks(int piece, Square from, Bitboard occupied) {
+inline Bitboard walked_attacks(Piece piece, Square from, Bitboard occupied) {
     Bitboard set = 0;
     const auto walk = [&](int files, int ranks, int most) {
         int file = from % 8 + files;

@@ -4,7 +4,7 @@
 #   tests/check_tidy.sh BUILD_DIRECTORY...           every source of these folders, each once
 #   tests/check_tidy.sh -f TEXT BUILD_DIRECTORY...   only those whose path holds the text
 #
-# The folders are configured with clang and CMAKE_EXPORT_COMPILE_COMMANDS=ON, as the presets clang and fuzz are; they need
+# The folders are configured with clang and CMAKE_EXPORT_COMPILE_COMMANDS=ON, as the preset asan is; they need
 # not be built. Prints the findings; exit 1 when there are any.
 set -u
 export LC_ALL=C

@@ -1,6 +1,7 @@
 #include "eval/tunables.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -79,6 +80,10 @@ std::int16_t &WeightRef::of(EvalWeights &weights) const {
 }
 std::int16_t WeightRef::of(const EvalWeights &weights) const {
     return std::visit([&weights](const auto &at) -> std::int16_t { return weight_in(weights, at); }, place);
+}
+
+std::int16_t nearest_weight(double x) {
+    return static_cast<std::int16_t>(std::clamp(std::round(x), -32768.0, 32767.0));
 }
 
 std::vector<TunableParam> eval_tunables(const EvalWeights &weights) {

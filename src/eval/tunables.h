@@ -29,6 +29,9 @@ struct WeightRef {
     std::int16_t of(const EvalWeights &weights) const;
 };
 
+// The nearest value that a weight can have, halves away from zero.
+std::int16_t nearest_weight(double x);
+
 struct TunableParam {
     std::string name;
     WeightRef weight;

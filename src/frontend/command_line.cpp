@@ -68,7 +68,7 @@ void set_example_tablebases(CommandLine &line, std::string_view) {
 }
 
 // Switches that set an option stand in the table of options.
-const Switch SWITCHES[] = {
+constexpr Switch SWITCHES[] = {
     {"-uci", false, [](CommandLine &line, std::string_view) { line.uci = true; }},
     {"-c", false, [](CommandLine &line, std::string_view) { line.uci = false; }},
     {"-numa", false, ignore},
@@ -97,7 +97,7 @@ const Switch SWITCHES[] = {
 };
 
 // Stands for every other text that contains "-scan_pgn": it names a file and leaves the mode as it is.
-const Switch PLAIN_SCAN = {"", true,
+constexpr Switch PLAIN_SCAN = {"", true,
                            [](CommandLine &line, std::string_view value) { line.source_file = file_name(value); }};
 
 const Switch *find_switch(std::string_view argument) {

@@ -60,9 +60,8 @@ std::vector<int> placement_list(const Topology &topology) {
     return list;
 }
 
-int numa_node_for_thread(int index) {
-    static const std::vector<int> list = placement_list(read_topology());
-    return index >= 0 && index < static_cast<int>(list.size()) ? list[static_cast<std::size_t>(index)] : -1;
+int numa_node_for_thread(const std::vector<int> &placement, int index) {
+    return index >= 0 && index < static_cast<int>(placement.size()) ? placement[index] : -1;
 }
 
 bool bind_to_node(int node) {

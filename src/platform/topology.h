@@ -22,8 +22,8 @@ Topology read_topology();
 // Parses a processor list such as "0-3,8,10-11"; what does not parse is skipped.
 std::vector<int> parse_cpu_list(std::string_view text);
 
-// Node of thread `index`, or -1 when the list does not reach so far.
-int numa_node_for_thread(int index);
+// Node of thread `index`, or -1 when the placement list does not reach so far.
+int numa_node_for_thread(const std::vector<int> &placement, int index);
 
 // Binds the calling thread to the processors of a node. False (and nothing changed) when that is not possible.
 bool bind_to_node(int node);

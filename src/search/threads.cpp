@@ -109,7 +109,7 @@ int start_threads(SearchShared &shared, int count) {
     int error = 0;
     pool.size = count;
     for (int i = 0; i < count && error == 0; ++i) {
-        error = create_thread(shared, i, count, i < static_cast<int>(nodes.size()) ? nodes[i] : -1);
+        error = create_thread(shared, i, count, numa_node_for_thread(nodes, i));
         if (error != 0) pool.size = i;
     }
     for (int i = 0; i < pool.size; ++i) {

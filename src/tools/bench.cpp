@@ -3,7 +3,8 @@
 #include "base/progress.h"
 #include "base/version.h"
 #include "search/threads.h"
-#include "tools/workbench.h"
+#include "tools/screen.h"
+#include "tools/tool_search.h"
 
 namespace {
 

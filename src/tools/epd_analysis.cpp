@@ -8,8 +8,9 @@
 #include "base/text.h"
 #include "games/epd.h"
 #include "search/threads.h"
+#include "tools/output_file.h"
 #include "tools/screen.h"
-#include "tools/workbench.h"
+#include "tools/tool_search.h"
 
 namespace {
 

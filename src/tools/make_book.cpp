@@ -9,7 +9,7 @@
 #include "book/build.h"
 #include "platform/terminal.h"
 #include "tools/screen.h"
-#include "tools/workbench.h"
+#include "tools/tools.h"
 
 namespace {
 

@@ -16,8 +16,9 @@
 #include "board/notation.h"
 #include "games/game_text.h"
 #include "games/results.h"
+#include "tools/output_file.h"
 #include "tools/screen.h"
-#include "tools/workbench.h"
+#include "tools/tool_search.h"
 
 namespace {
 

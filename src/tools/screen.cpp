@@ -4,6 +4,8 @@
 
 #include "base/output.h"
 
+void say(std::string_view text) { print_display(text); }
+
 void show_board(const Position &pos) { print_line(board_text(pos)); }
 
 void report_set_up(const FenReading &reading) {
@@ -16,4 +18,4 @@ ParsedMove read_move(const Position &pos, std::string_view text) {
     return parsed;
 }
 
-void report_ambiguous_move() { print_display("ambiguous move\n"); }
+void report_ambiguous_move() { say("ambiguous move\n"); }

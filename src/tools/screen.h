@@ -7,6 +7,9 @@
 #include "board/notation.h"
 #include "board/position.h"
 
+// Text for the screen only: it does not go to the log.
+void say(std::string_view text);
+
 // FEN, diagram and side to move.
 void show_board(const Position &pos);
 

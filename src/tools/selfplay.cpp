@@ -10,7 +10,10 @@
 #include "eval/tunables.h"
 #include "games/results.h"
 #include "search/threads.h"
-#include "tools/workbench.h"
+#include "tools/output_file.h"
+#include "tools/screen.h"
+#include "tools/tool_search.h"
+#include "tools/tools.h"
 
 namespace {
 

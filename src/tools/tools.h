@@ -1,10 +1,10 @@
 // The toolbox: batch work that is started by switches, or by the console's `tune`.
 //
 // bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, make_book.cpp builds
-// opening books, training.cpp measures the evaluation on records, tuning.cpp fits weights to them and selfplay.cpp by
-// play. workbench.h is what the tools share, screen.h what they show as the console does. All of them work on the engine's
-// game and run on its owner's thread. Each returns early, with what it has done so far written, when the user wants it to
-// end.
+// opening books, training.cpp measures the evaluation on records, tuning.cpp and value_search.cpp fit weights to them,
+// selfplay.cpp by play. They share searches (tool_search.h), files (output_file.h) and words (screen.h). All of them work
+// on the engine's game and run on its owner's thread. Each returns early, with what it has done so far written, when the
+// user wants it to end.
 #pragma once
 
 #include <string>

@@ -11,6 +11,7 @@
 #include "games/epd.h"
 #include "games/results.h"
 #include "tools/screen.h"
+#include "tools/tool_search.h"
 
 namespace {
 

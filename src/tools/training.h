@@ -1,7 +1,8 @@
 // Training records: positions with scores and results, and how well the evaluation predicts these.
 #pragma once
 
-#include "tools/workbench.h"
+#include "tools/output_file.h"
+#include "tools/tools.h"
 
 constexpr double NO_ERROR_KNOWN = 1.0;  // mean error when nothing can be measured
 

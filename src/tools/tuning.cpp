@@ -6,6 +6,7 @@
 
 #include "base/output.h"
 #include "eval/tunables.h"
+#include "tools/screen.h"
 #include "tools/training.h"
 
 namespace {

@@ -1,30 +1,10 @@
-// What the tools share: the user's wish to end, searches that keep an eye on it, and files that are complete or say so.
+// Files that tools read and write: complete, or somebody says so.
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
 #include <string>
 
 #include "base/line_reader.h"
-#include "engine/life.h"
-#include "tools/tools.h"
-
-// Looks whether the user wants the tool to end, which ends a running search as well.
-void look_for_wish(ToolRun &run);
-
-// Searches the game's position within the run's limits, with all threads; looks for the user's wish in turns of `pause_ms`
-// milliseconds.
-SearchResult search_with_all_threads(ToolRun &run, int pause_ms);
-// The same from begin_search on, which the caller has done.
-SearchResult complete_search(ToolRun &run, int pause_ms);
-// A search in this thread, without a look at the time or the user.
-SearchResult search_in_this_thread(ToolRun &run);
-
-// Text for the screen only.
-void say(std::string_view text);
-
-// The nearest value that a weight can have, halves away from zero.
-std::int16_t nearest_weight(double x);
 
 // Whether an output would replace the input; one line says so.
 bool is_same_file(const char *input, const char *output);

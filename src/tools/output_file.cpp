@@ -1,0 +1,23 @@
+#include "tools/output_file.h"
+
+#include <filesystem>
+
+#include "base/output.h"
+
+bool is_same_file(const char *input, const char *output) {
+    std::error_code error;
+    if (!std::filesystem::equivalent(input, output, error)) return false;
+    print_line(std::string("the input would be overwritten by the output ") + output);
+    return true;
+}
+
+void report_read_error(const LineReader &file, const char *name) {
+    if (file.failed()) print_line(std::string("cannot read all of ") + name);
+}
+
+void OutputFile::close() {
+    if (file_ == nullptr) return;
+    const bool failed = std::ferror(file_) != 0;
+    if (std::fclose(file_) != 0 || failed) print_line("cannot write all of " + name_);
+    file_ = nullptr;
+}

@@ -67,7 +67,7 @@ Bitboard walk_lines(Square s, const Directions &directions, Bitboard occupied, b
 
 void build_slider_tables(std::array<SliderTable, 64> &tables, const std::array<std::uint64_t, 64> &magics,
                          const Directions &directions, Bitboard *sets) {
-    for (Square s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         SliderTable &table = tables[s];
         table.mask = walk_lines(s, directions, 0, true);
         table.magic = magics[s];
@@ -88,7 +88,7 @@ void init_attacks() {
     build_slider_tables(rook_table, rook_magics, ROOK_DIRECTIONS, rook_sets.data());
     build_slider_tables(bishop_table, bishop_magics, BISHOP_DIRECTIONS, bishop_sets.data());
     AttackTables &t = attack_tables;
-    for (Square s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         t.knight[s] = steps(s, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}});
         t.king[s] = steps(s, {{0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}, {-1, -1}, {-1, 0}, {-1, 1}});
         t.pawn[WHITE][s] = steps(s, {{-1, 1}, {1, 1}});
@@ -97,9 +97,9 @@ void init_attacks() {
         t.south[s] = ray_from(s, 0, -1);
         t.rook_span[s] = walk_lines(s, ROOK_DIRECTIONS, 0, false);
         t.bishop_span[s] = walk_lines(s, BISHOP_DIRECTIONS, 0, false);
-        for (Square other = 0; other < 64; ++other) t.between[s][other] = squares_between(s, other);
+        for (const Square other : ALL_SQUARES) t.between[s][other] = squares_between(s, other);
     }
-    for (Square s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         for (int file = file_of(s) - 1; file <= file_of(s) + 1; ++file) {
             if (file < 0 || file > 7) continue;
             t.passed_span[WHITE][s] |= t.north[make_square(file, rank_of(s))];

@@ -37,12 +37,12 @@ void read_placement(Position &pos, std::string_view field) {
     for (const char c : field) {
         if (c == '/') {
             // A ninth rank overwrites the first one instead of leaving the board.
-            s = std::max((s & ~7) - 8, 0);
+            s = make_square(0, std::max(rank_of(s) - 1, 0));
             continue;
         }
         if (c >= '0' && c <= '9') {
             const int skip = c - '0';
-            s = file_of(s) + skip > 7 ? (s | 7) : s + skip;
+            s = make_square(std::min(file_of(s) + skip, 7), rank_of(s));
             continue;
         }
         PieceType type = type_of_letter(c);
@@ -77,7 +77,7 @@ FenReading set_fen(Position &pos, std::string_view text) {
     // A file letter and a rank digit; anything else is no en-passant square.
     const std::string_view ep = take_field(rest);
     if (ep.size() == 2 && ep[0] >= 'a' && ep[0] <= 'h' && ep[1] >= '1' && ep[1] <= '8')
-        pos.ep_square = static_cast<std::uint8_t>(make_square(ep[0] - 'a', ep[1] - '1'));
+        pos.ep_square = make_square(ep[0] - 'a', ep[1] - '1');
 
     const bool illegal = drop_impossible_castling(pos);
     pos.key = compute_key(pos);

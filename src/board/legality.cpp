@@ -20,7 +20,7 @@ bool is_legal(const Position &pos, Colour side, Move m) {
     const Colour enemy = opponent(side);
     if (from == king && (to == from + 2 || to == from - 2))
         return !square_attacked(pos, from, enemy) && !square_attacked(pos, to, enemy) &&
-               !square_attacked(pos, (from + to) / 2, enemy);
+               !square_attacked(pos, middle(from, to), enemy);
 
     const Square victim = is_en_passant_capture(pos, m) ? to - pawn_direction(side) : to;
     // As it will be after the move, when the piece taken attacks nothing any more.
@@ -73,8 +73,9 @@ bool king_can_move(const Position &pos, Colour side, Square from, Square to) {
     if (relative_rank(side, from) != 0 || (to != from + 2 && to != from - 2) || rank_of(to) != rank_of(from))
         return false;
     const int direction = to > from ? 1 : -1;
-    const Square rook = to > from ? from + 3 : from - 4;
-    if (rook < 0 || rook > 63 || rank_of(rook) != rank_of(from)) return false;
+    const int rook_file = file_of(from) + (to > from ? 3 : -4);
+    if (rook_file < 0 || rook_file > 7) return false;
+    const Square rook = make_square(rook_file, rank_of(from));
     return pos.board[from + direction] == 0 && pos.board[to] == 0 && pos.board[rook] == make_piece(side, ROOK) &&
            !square_attacked(pos, from, opponent(side)) && !square_attacked(pos, from + direction, opponent(side)) &&
            !square_attacked(pos, to, opponent(side));

@@ -107,7 +107,7 @@ void make_move(Position &pos, Move m) {
         pos.fifty = 0;
         const int direction = pawn_direction(mover);
         if (to == from + 2 * direction) {
-            pos.ep_square = static_cast<std::uint8_t>(from + direction);
+            pos.ep_square = from + direction;
             pos.key ^= hash_codes[0][pos.ep_square];
         } else if (is_en_passant(from, to, type_of(captured))) {
             toggle_piece_key(pos, pos.board[to - direction], to - direction);

@@ -13,7 +13,7 @@ void put_piece(Position &pos, Piece piece, Square s) {
     pos.pieces[c][0] |= bit(s);
     pos.material[c] += MATERIAL_UNIT[type];
     pos.nonpawn_material[c] = static_cast<std::uint16_t>(pos.nonpawn_material[c] + NONPAWN_UNIT[type]);
-    if (type == KING) pos.king_square[c] = static_cast<std::uint8_t>(s);
+    if (type == KING) pos.king_square[c] = s;
 }
 
 void remove_piece(Position &pos, Square s) {
@@ -27,7 +27,7 @@ void remove_piece(Position &pos, Square s) {
     pos.material[c] -= MATERIAL_UNIT[type];
     pos.nonpawn_material[c] = static_cast<std::uint16_t>(pos.nonpawn_material[c] - NONPAWN_UNIT[type]);
     if (type == KING && pos.of(c, KING) != 0)  // only in set-ups with several kings
-        pos.king_square[c] = static_cast<std::uint8_t>(lsb(pos.of(c, KING)));
+        pos.king_square[c] = lsb(pos.of(c, KING));
 }
 
 void move_piece(Position &pos, Square from, Square to) {
@@ -39,7 +39,7 @@ void move_piece(Position &pos, Square from, Square to) {
     pos.board[to] = piece;
     pos.pieces[c][type] ^= both;
     pos.pieces[c][0] ^= both;
-    if (type == KING) pos.king_square[c] = static_cast<std::uint8_t>(to);
+    if (type == KING) pos.king_square[c] = to;
 }
 
 void clear_position(Position &pos) {
@@ -62,7 +62,7 @@ bool is_consistent(const Position &pos) {
     Bitboard pieces[2][8] = {};
     std::uint32_t material[2] = {};
     std::uint16_t nonpawn[2] = {};
-    for (Square s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         const Piece piece = pos.board[s];
         if (piece == 0) continue;
         const Colour c = colour_of(piece);

@@ -26,7 +26,7 @@ struct UndoEntry {
     std::uint64_t pawn_key;
     Move move;           // 0 for a null move
     PieceType captured;  // on the to-square; NO_TYPE for en passant
-    std::uint8_t ep_square;
+    PackedSquare ep_square;
     std::uint8_t fifty;
     std::uint8_t castling;
 };
@@ -59,8 +59,8 @@ struct Position {
     Colour side;                        // to move
     std::uint8_t fifty;                 // plies since the last capture, pawn move or castling; stops at 255
     std::uint8_t castling;
-    std::uint8_t ep_square;  // passed over by the pawn that has just moved two squares, else 64
-    std::uint8_t king_square[2];
+    PackedSquare ep_square;  // passed over by the pawn that has just moved two squares, else 64
+    PackedSquare king_square[2];
 
     Bitboard all(Colour c) const { return pieces[c][0]; }
     Bitboard of(Colour c, PieceType type) const { return pieces[c][type]; }

@@ -7,20 +7,60 @@
 #include <cstdint>
 #include <string_view>
 
-// Squares: a1 = 0, h1 = 7, a8 = 56, h8 = 63; 64 is no square.
-using Square = int;
-constexpr Square NO_SQUARE = 64;
+// Squares: a1 = 0, h1 = 7, a8 = 56, h8 = 63; 64 is no square. A square reads as an int wherever one is wanted; an int
+// becomes a square by square_at or make_square alone.
+// clang-format off
+enum Square : int {
+    A1, B1, C1, D1, E1, F1, G1, H1,
+    A2, B2, C2, D2, E2, F2, G2, H2,
+    A3, B3, C3, D3, E3, F3, G3, H3,
+    A4, B4, C4, D4, E4, F4, G4, H4,
+    A5, B5, C5, D5, E5, F5, G5, H5,
+    A6, B6, C6, D6, E6, F6, G6, H6,
+    A7, B7, C7, D7, E7, F7, G7, H7,
+    A8, B8, C8, D8, E8, F8, G8, H8,
+    NO_SQUARE
+};
+// clang-format on
+static_assert(H1 == 7 && A8 == 56 && NO_SQUARE == 64);
+
+constexpr Square square_at(int index) { return static_cast<Square>(index); }
+
+// Steps over the board (8 is a rank forward for White, 1 a file to the right) and distances between squares. What steps
+// off the board is for the caller to notice before it is used.
+constexpr Square operator+(Square s, int step) { return square_at(static_cast<int>(s) + step); }
+constexpr Square operator-(Square s, int step) { return square_at(static_cast<int>(s) - step); }
+constexpr int operator-(Square a, Square b) { return static_cast<int>(a) - static_cast<int>(b); }
+Square operator+(Square a, Square b) = delete;
+constexpr Square &operator++(Square &s) { return s = s + 1; }
+// Mirrors: 7 swaps the files, 56 the ranks.
+constexpr Square operator^(Square s, int mirror) { return square_at(static_cast<int>(s) ^ mirror); }
 
 constexpr int file_of(Square s) { return s & 7; }
 constexpr int rank_of(Square s) { return s >> 3; }
-constexpr Square make_square(int file, int rank) { return rank * 8 + file; }
+constexpr Square make_square(int file, int rank) { return square_at(rank * 8 + file); }
+// Halfway between two squares an even number of steps apart: middle(e1, g1) is f1.
+constexpr Square middle(Square a, Square b) { return square_at((static_cast<int>(a) + static_cast<int>(b)) / 2); }
 
-// Named squares that the rules of the game single out.
-enum : int { A1 = 0, C1 = 2, D1 = 3, E1 = 4, F1 = 5, G1 = 6, H1 = 7, A8 = 56, E8 = 60, H8 = 63 };
+inline constexpr std::array<Square, 64> ALL_SQUARES = [] {
+    std::array<Square, 64> squares{};
+    for (Square s = A1; s <= H8; ++s) squares[s] = s;
+    return squares;
+}();
+
+// A square in a byte, for records whose size matters.
+struct PackedSquare {
+    std::uint8_t index;
+
+    PackedSquare() = default;
+    constexpr PackedSquare(Square s) : index(static_cast<std::uint8_t>(s)) {}
+    constexpr operator Square() const { return square_at(index); }
+};
+static_assert(sizeof(PackedSquare) == 1);
 
 inline constexpr std::array<std::array<char, 2>, 64> SQUARE_NAMES = [] {
     std::array<std::array<char, 2>, 64> names{};
-    for (Square s = 0; s < NO_SQUARE; ++s)
+    for (const Square s : ALL_SQUARES)
         names[s] = {static_cast<char>('a' + file_of(s)), static_cast<char>('1' + rank_of(s))};
     return names;
 }();
@@ -44,7 +84,7 @@ constexpr Bitboard file_mask(int file) { return FILE_A << file; }
 // Lowest square of a set that is not empty.
 inline Square lsb(Bitboard b) {
     assert(b != 0);
-    return std::countr_zero(b);
+    return square_at(std::countr_zero(b));
 }
 inline Square pop_lsb(Bitboard &b) {
     const Square s = lsb(b);
@@ -95,8 +135,8 @@ constexpr Move PROMOTE_ROOK = 0x8000;
 constexpr Move PROMOTE_ANY = PROMOTE_QUEEN | PROMOTE_KNIGHT | PROMOTE_BISHOP | PROMOTE_ROOK;
 constexpr Move UNDER_PROMOTE = PROMOTE_KNIGHT | PROMOTE_BISHOP | PROMOTE_ROOK;
 
-constexpr Square to_square(Move m) { return m & 63; }
-constexpr Square from_square(Move m) { return (m >> 8) & 63; }
+constexpr Square to_square(Move m) { return square_at(m & 63); }
+constexpr Square from_square(Move m) { return square_at((m >> 8) & 63); }
 constexpr Move make_move_word(Square from, Square to, Move promotion = 0) {
     return static_cast<Move>((from << 8) | to | promotion);
 }

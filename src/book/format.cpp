@@ -20,9 +20,12 @@ struct CastlingForm {
 constexpr CastlingForm CASTLING_FORMS[] = {
     {E1, G1, H1},
     {E1, C1, A1},
-    {E8, E8 + 2, H8},
-    {E8, E8 - 2, A8},
+    {E8, G8, H8},
+    {E8, C8, A8},
 };
+
+Square book_from(std::uint16_t book_move) { return square_at(book_move >> 6 & 63); }
+Square book_to(std::uint16_t book_move) { return square_at(book_move & 63); }
 
 template <typename T>
 T big_endian(const char *bytes) {
@@ -75,8 +78,8 @@ std::array<char, BOOK_ENTRY_SIZE> book_entry_bytes(const BookEntry &entry) {
 }
 
 Move move_from_book(std::uint16_t book_move) {
-    const Square from = (book_move >> 6) & 63;
-    Square to = book_move & 63;
+    const Square from = book_from(book_move);
+    Square to = book_to(book_move);
     const std::size_t promotion = (book_move >> 12) & 7;
     if (promotion >= PROMOTIONS.size()) return NO_MOVE;
     for (const CastlingForm &form : CASTLING_FORMS) {
@@ -101,5 +104,5 @@ std::uint16_t move_to_book(Move m) {
 }
 
 std::string book_squares(std::uint16_t book_move) {
-    return std::string(square_name(book_move >> 6 & 63)).append(square_name(book_move & 63));
+    return std::string(square_name(book_from(book_move))).append(square_name(book_to(book_move)));
 }

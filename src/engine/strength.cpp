@@ -31,7 +31,7 @@ void calibration_round(SearchThread &thread) {
     const Colour side = pos.side;
     PlyRecord &root = thread.plies[ROOT_PLY];
     ++thread.nodes;
-    root.checker = static_cast<std::uint8_t>(checker_of(pos, side));
+    root.checker = checker_of(pos, side);
     evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check(), root.eval);
     gen_all(pos, root.list);
     int played = 0;

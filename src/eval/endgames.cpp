@@ -55,7 +55,7 @@ int score_kbnk(const Position &pos, Colour strong) {
     Square weak_king = pos.king_square[opponent(strong)];
     const Square strong_king = pos.king_square[strong];
     const int apart = distance(strong_king, weak_king);
-    if (is_light(lsb(pos.of(strong, BISHOP)))) weak_king ^= 7;
+    if (is_light(lsb(pos.of(strong, BISHOP)))) weak_king = weak_king ^ 7;
     const int corner = std::abs(file_of(weak_king) + rank_of(weak_king) - 7);
     const auto ring = [](int coordinate) { return std::min(coordinate, 7 - coordinate); };
     const int centrality = std::min({ring(file_of(strong_king)), ring(rank_of(strong_king)), 2});

@@ -27,7 +27,7 @@ Bitboard apart(Square pawn, Square strong) {
 
 // A pawn on the last rank has won unless the lone king takes it at once.
 void solve_promoted(Square pawn) {
-    for (Square strong = 0; strong < 64; ++strong) {
+    for (const Square strong : ALL_SQUARES) {
         const Bitboard valid = apart(pawn, strong);
         const bool guarded = (king_attacks(strong) & bit(pawn)) != 0;
         strong_to_move[pawn_index(pawn)][strong] = valid;
@@ -43,7 +43,7 @@ void solve(Square pawn) {
     const Square step = pawn + 8;
     for (bool changed = true; changed;) {
         changed = false;
-        for (Square strong = 0; strong < 64; ++strong) {
+        for (const Square strong : ALL_SQUARES) {
             Bitboard won = weak_to_move[pawn_index(step)][strong];
             if (rank_of(pawn) == 1 && strong != step) won |= weak_to_move[pawn_index(step + 8)][strong] & ~bit(step);
             for (Bitboard moves = king_attacks(strong); moves != 0;) won |= weak_loses[pop_lsb(moves)];

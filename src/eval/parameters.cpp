@@ -15,10 +15,9 @@ ScorePair plain_pair(WeightPair weight) { return {weight.op, weight.en}; }
 // A half board as a person draws it: rank 8 first, files a to d; the other files mirror them.
 using HalfBoard = std::array<std::int16_t, 32>;
 
-int half_board_value(const HalfBoard &table, int square) {
-    const int file = square & 7;
-    const int rank = square >> 3;
-    return table[(7 - rank) * 4 + (file < 4 ? file : 7 - file)];
+int half_board_value(const HalfBoard &table, Square s) {
+    const int file = file_of(s);
+    return table[(7 - rank_of(s)) * 4 + (file < 4 ? file : 7 - file)];
 }
 
 // clang-format off
@@ -146,11 +145,11 @@ int scaled_half(int half, int percent) { return rnd(static_cast<std::int16_t>(ha
 
 SquareScores make_square_table(const SquareTablePlan &plan) {
     SquareScores table;
-    for (int s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         int op = half_board_value(plan.base_op, s) * plan.weight.op / plan.divisor_op;
-        if (s >= 32) op += plan.far_half_op;
+        if (s >= A5) op += plan.far_half_op;
         const int en = half_board_value(plan.base_en, s) * plan.weight.en / plan.divisor_en;
-        table[static_cast<std::size_t>(s)] = {scaled_half(op, plan.percent.op), scaled_half(en, plan.percent.en)};
+        table[s] = {scaled_half(op, plan.percent.op), scaled_half(en, plan.percent.en)};
     }
     return table;
 }

@@ -170,7 +170,7 @@ void tune(FrontEnd &front, const Words &words, std::string_view) {
 void exchanges(FrontEnd &front, const Words &, std::string_view) {
     const Position &pos = front.engine.game.position;
     std::string text;
-    for (Square s = 0; s < 64; ++s) {
+    for (const Square s : ALL_SQUARES) {
         if (pos.board[s] == 0) continue;
         const Colour attacker = opponent(colour_of(pos.board[s]));
         if (!square_attacked(pos, s, attacker)) continue;

@@ -321,7 +321,7 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
 
     // 3. Record and check detection
     initialise_record(thread, ply, type, pv);
-    record.checker = static_cast<std::uint8_t>(checker_of(pos, pos.side));
+    record.checker = checker_of(pos, pos.side);
     const bool in_check = record.in_check();
 
     // 4. Draws

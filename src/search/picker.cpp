@@ -36,10 +36,10 @@ constexpr int ROOT_EQUAL_EXCHANGE = -50;  // the same limit at the root
 struct PreviousMoves {
     PieceType type = NO_TYPE;  // of the piece that moved last; NO_TYPE for a null move or none
     Piece piece = NO_PIECE;
-    Square to = 0;
+    Square to = A1;
     bool has_grandparent = false;
     Piece grandparent_piece = NO_PIECE;
-    Square grandparent_to = 0;
+    Square grandparent_to = A1;
 };
 
 PreviousMoves previous_moves(const SearchThread &thread, int ply) {

@@ -58,7 +58,7 @@ void initialise_root(SearchThread &thread) {
     const std::uint32_t seed = next_random(static_cast<std::uint32_t>(wall_clock_seconds()));
     if (thread.is_main()) thread.shared->seed = seed;
     thread.random_state = seed;
-    root.checker = static_cast<std::uint8_t>(checker_of(thread.position, thread.position.side));
+    root.checker = checker_of(thread.position, thread.position.side);
     evaluate_root(thread);
 }
 

@@ -55,7 +55,7 @@ void add_piece_moves(const TbPosition &pos, Bitboard allowed, TbMoveList &list) 
 }
 
 void add_pawn_captures(const TbPosition &pos, TbMoveList &list) {
-    const Bitboard targets = pos.of_other() | (pos.ep != 0 ? bit(pos.ep) : 0);
+    const Bitboard targets = pos.of_other() | (pos.ep != NO_SQUARE ? bit(pos.ep) : 0);
     for (Bitboard pawns = pos.of_side() & pos.pawns; pawns != 0;) {
         const Square from = pop_lsb(pawns);
         add_pawn_moves(list, from, pawn_attacks(pos.side, from) & targets);
@@ -95,7 +95,7 @@ TbPosition tb_position(const Position &pos, int fifty) {
     tb.knights = both(KNIGHT);
     tb.pawns = both(PAWN);
     tb.fifty = static_cast<std::uint8_t>(fifty);
-    tb.ep = has_en_passant_pawn(pos) ? pos.ep_square : std::uint8_t{0};
+    tb.ep = has_en_passant_pawn(pos) ? Square{pos.ep_square} : NO_SQUARE;
     tb.side = pos.side;
     return tb;
 }
@@ -129,7 +129,8 @@ void tb_gen_moves(const TbPosition &pos, TbMoveList &list) {
 bool tb_is_pawn_move(const TbPosition &pos, TbMove m) { return (bit(tb_from(m)) & pos.pawns) != 0; }
 
 bool tb_is_en_passant(const TbPosition &pos, TbMove m) {
-    return pos.ep != 0 && tb_to(m) == pos.ep && tb_is_pawn_move(pos, m) && file_of(tb_from(m)) != file_of(tb_to(m));
+    return pos.ep != NO_SQUARE && tb_to(m) == pos.ep && tb_is_pawn_move(pos, m) &&
+           file_of(tb_from(m)) != file_of(tb_to(m));
 }
 
 bool tb_is_capture(const TbPosition &pos, TbMove m) {
@@ -158,11 +159,10 @@ bool tb_do_move(const TbPosition &pos, TbMove m, TbPosition &next) {
         next.pawns &= ~bit(to);
         *promoted[promotion] |= bit(to);
     }
-    next.ep = 0;
+    next.ep = NO_SQUARE;
     if (pawn_move && (from ^ to) == 16) {
-        const Square passed = (from + to) / 2;
-        if ((pawn_attacks(colour, passed) & pos.pawns & pos.of_other()) != 0)
-            next.ep = static_cast<std::uint8_t>(passed);
+        const Square passed = middle(from, to);
+        if ((pawn_attacks(colour, passed) & pos.pawns & pos.of_other()) != 0) next.ep = passed;
     }
     next.fifty = static_cast<std::uint8_t>(pawn_move || captured != 0 ? 0 : pos.fifty + 1);
     next.side = opponent(pos.side);

@@ -11,7 +11,7 @@ struct TbPosition {
     Bitboard white, black;                                   // all pieces of a colour
     Bitboard kings, queens, rooks, bishops, knights, pawns;  // of both colours
     std::uint8_t fifty;                                      // plies since the last capture or pawn move
-    std::uint8_t ep;                                         // en-passant square, 0 for none
+    PackedSquare ep;                                         // en-passant square, NO_SQUARE for none
     Colour side;                                             // to move
 
     Bitboard of_side() const { return side == WHITE ? white : black; }
@@ -28,8 +28,8 @@ bool tb_is_valid(const TbPosition &pos);
 
 // A move: to-square in bits 0-5, from-square in bits 6-11, promotion in bits 12-14 (1 queen, 2 rook, 3 bishop, 4 knight).
 using TbMove = std::uint16_t;
-constexpr Square tb_to(TbMove m) { return m & 63; }
-constexpr Square tb_from(TbMove m) { return (m >> 6) & 63; }
+constexpr Square tb_to(TbMove m) { return square_at(m & 63); }
+constexpr Square tb_from(TbMove m) { return square_at((m >> 6) & 63); }
 constexpr int tb_promotion(TbMove m) { return (m >> 12) & 7; }
 
 // The engine's form of a move.

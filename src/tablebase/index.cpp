@@ -66,7 +66,7 @@ constexpr std::array<int, 8> file_fold = {0, 1, 2, 3, 3, 2, 1, 0};
 // clang-format on
 
 constexpr int TRIANGLE_SQUARES = 10;
-constexpr Square TRIANGLE[TRIANGLE_SQUARES] = {1, 2, 3, 10, 11, 19, 0, 9, 18, 27};  // b1 c1 d1 c2 d2 d3 a1 b2 c3 d4
+constexpr Square TRIANGLE[TRIANGLE_SQUARES] = {B1, C1, D1, C2, D2, D3, A1, B2, C3, D4};
 
 // +1 above the diagonal a1-h8, -1 below it, 0 on it.
 constexpr int diag_side(Square s) { return rank_of(s) > file_of(s) ? 1 : rank_of(s) < file_of(s) ? -1 : 0; }
@@ -86,7 +86,7 @@ constexpr KingPairs number_king_pairs() {
     std::int16_t code = 0;
     for (const bool both_on_diagonal : {false, true}) {
         for (int t = 0; t < TRIANGLE_SQUARES; ++t) {
-            for (Square second = 0; second < 64; ++second) {
+            for (const Square second : ALL_SQUARES) {
                 const Square first = TRIANGLE[t];
                 const bool on_diagonal = diag_side(first) == 0 && diag_side(second) == 0;
                 const bool possible = !touch(first, second) && (diag_side(first) != 0 || diag_side(second) <= 0);
@@ -127,7 +127,7 @@ struct LeadPawns {
 
 constexpr LeadPawns number_lead_pawns() {
     std::array<Square, FILES * PAWNS_A_FILE> square_of{};  // [leading pawn's index]
-    for (Square s = 8; s < 56; ++s)
+    for (Square s = A2; s <= H7; ++s)
         if (file_of(s) < 4) square_of[pawn_file_index[s]] = s;
     LeadPawns pawns{};
     for (std::size_t others = 0; others < LARGEST_GROUP; ++others) {
@@ -149,12 +149,12 @@ constexpr LeadPawns lead_pawns = number_lead_pawns();
 constexpr std::array<std::uint64_t, 3> pivot_size = {31332, 0, 462};
 
 // Adds the places of the group of `size` equal pieces that starts at `first`; `shift` squares are not open to it.
-std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, int first, int size, Square shift) {
+std::uint64_t group_index(std::array<Square, TB_PIECES> &squares, int first, int size, int shift) {
     std::sort(squares.begin() + first, squares.begin() + first + size);
     std::uint64_t sum = 0;
     for (int m = 0; m < size; ++m) {
         const Square s = squares[first + m];
-        Square place = s - shift;
+        int place = s - shift;
         for (int i = 0; i < first; ++i) place -= s > squares[i];
         sum += binomials[m + 1][place];
     }
@@ -168,8 +168,8 @@ void map_squares(std::array<Square, TB_PIECES> &squares, int count, Map map) {
 
 // Three single pieces.
 std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
-    const std::int64_t i = pos[1] > pos[0];
-    const std::int64_t j = (pos[2] > pos[0]) + (pos[2] > pos[1]);
+    const int i = pos[1] > pos[0];
+    const int j = (pos[2] > pos[0]) + (pos[2] > pos[1]);
     constexpr std::int64_t OFF_DIAGONAL = std::int64_t{6} * 63 * 62;
     constexpr std::int64_t SECOND_OFF = OFF_DIAGONAL + std::int64_t{4} * 28 * 62;
     constexpr std::int64_t THIRD_OFF = SECOND_OFF + std::int64_t{4} * 7 * 28;

@@ -40,7 +40,7 @@ Bitboard pieces_of(const TbPosition &pos, Piece piece) {
 // Squares of the pieces from place `i` on, in encoding order.
 void collect(const TbPosition &pos, bool mirrored, const std::array<Piece, TB_PIECES> &order, int i, int end,
              std::array<Square, TB_PIECES> &squares) {
-    const Square flip = mirrored ? 56 : 0;
+    const int flip = mirrored ? 56 : 0;
     while (i < end)
         for (Bitboard pieces = pieces_of(pos, mirrored ? recoloured(order[i]) : order[i]); pieces != 0 && i < end;)
             squares[i++] = pop_lsb(pieces) ^ flip;
@@ -132,7 +132,7 @@ int tb_capture_search(Tablebases &tablebases, const TbPosition &pos, int alpha, 
 // Best value of the legal en-passant captures; NOTHING without one.
 int best_en_passant(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     int best = NOTHING;
-    if (pos.ep == 0) return best;
+    if (pos.ep == NO_SQUARE) return best;
     TbMoveList captures;
     tb_gen_captures(pos, captures);
     TbPosition next;
@@ -152,8 +152,8 @@ bool winning_pawn_move(Tablebases &tablebases, const TbPosition &pos, int wdl, T
     TbPosition next;
     for (const TbMove m : moves) {
         if (!tb_is_pawn_move(pos, m) || tb_is_capture(pos, m) || !tb_do_move(pos, m, next)) continue;
-        const int value = next.ep == 0 ? -tb_capture_search(tablebases, next, -2, 1 - wdl, success)
-                                       : -tb_wdl(tablebases, next, success);
+        const int value = next.ep == NO_SQUARE ? -tb_capture_search(tablebases, next, -2, 1 - wdl, success)
+                                               : -tb_wdl(tablebases, next, success);
         if (success == TB_FAILED) return false;
         if (value == wdl) return true;
     }
@@ -236,7 +236,7 @@ bool en_passant_replaces(const TbPosition &pos, int v, int e) {
 
 int tb_wdl(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     const int value = tb_capture_search(tablebases, pos, -2, 2, success);
-    if (success == TB_FAILED || pos.ep == 0) return value;
+    if (success == TB_FAILED || pos.ep == NO_SQUARE) return value;
     const TbSuccess without = success;
     const int en_passant = best_en_passant(tablebases, pos, success);
     if (success == TB_FAILED) return 0;
@@ -248,7 +248,7 @@ int tb_wdl(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
 
 int tb_dtz(Tablebases &tablebases, const TbPosition &pos, TbSuccess &success) {
     const int value = dtz_without_en_passant(tablebases, pos, success);
-    if (success == TB_FAILED || pos.ep == 0) return value;
+    if (success == TB_FAILED || pos.ep == NO_SQUARE) return value;
     const TbSuccess without = success;
     const int best = best_en_passant(tablebases, pos, success);
     if (success == TB_FAILED) return 0;

@@ -18,7 +18,8 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
                 const bool pawn = type_of(layout.sides[0][s].piece_order[p]) == PAWN;
                 do {
                     random = random * 6364136223846793005U + 1442695040888963407U;
-                    squares[p] = static_cast<Square>(pawn ? 8 + (random >> 33) % 48 : (random >> 33) % 64);
+                    const int drawn = static_cast<int>(random >> 33);
+                    squares[p] = pawn ? A2 + drawn % 48 : square_at(drawn % 64);
                 } while ((used & bit(squares[p])) != 0);
                 used |= bit(squares[p]);
             }

@@ -5,8 +5,8 @@ namespace {
 // Each table against the definition by distances between two squares.
 TEST(AttackTables, FollowFromDistances) {
     make_test_position();
-    for (Square a = 0; a < 64; ++a) {
-        for (Square b = 0; b < 64; ++b) {
+    for (const Square a : ALL_SQUARES) {
+        for (const Square b : ALL_SQUARES) {
             SCOPED_TRACE(std::string(square_name(a)) + std::string(square_name(b)));
             const int files = b % 8 - a % 8;
             const int ranks = b / 8 - a / 8;
@@ -41,7 +41,7 @@ TEST(SlidingAttacks, StopAtTheFirstBlocker) {
         for (int thin = i % 4; thin > 0; --thin) occupied &= random.bits();
         if (i == 0) occupied = 0;
         if (i == 1) occupied = ~Bitboard{0};
-        for (Square s = 0; s < 64; ++s) {
+        for (const Square s : ALL_SQUARES) {
             SCOPED_TRACE(s);
             ASSERT_EQ(rook_attacks(s, occupied), walked_attacks(make_piece(WHITE, ROOK), s, occupied))
                 << std::hex << occupied;
@@ -57,13 +57,13 @@ TEST(SlidingAttacks, StopAtTheFirstBlocker) {
 TEST(LeastAttacker, SeesThroughSquaresOutsideTheOccupancy) {
     const auto board = make_test_position("7k/8/8/8/3p4/2B5/1Q6/4K3 w - -");
     Position &pos = board->pos;
-    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, pos.occupied())), "c3");
-    const Bitboard without_bishop = pos.occupied() & ~bit(18);
-    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, without_bishop)), "c3") << "the bitboards still hold it";
-    remove_piece(pos, 18);
-    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, without_bishop)), "b2");
+    EXPECT_EQ(square_name(least_attacker(pos, D4, WHITE, pos.occupied())), "c3");
+    const Bitboard without_bishop = pos.occupied() & ~bit(C3);
+    EXPECT_EQ(square_name(least_attacker(pos, D4, WHITE, without_bishop)), "c3") << "the bitboards still hold it";
+    remove_piece(pos, C3);
+    EXPECT_EQ(square_name(least_attacker(pos, D4, WHITE, without_bishop)), "b2");
     set_fen(pos, "7k/8/8/8/3p4/1N6/8/4K3 w - -");
-    EXPECT_EQ(square_name(least_attacker(pos, 27, WHITE, 0)), "b3") << "knights come from the bitboards alone";
+    EXPECT_EQ(square_name(least_attacker(pos, D4, WHITE, 0)), "b3") << "knights come from the bitboards alone";
 }
 
 TEST(AttackQueries, AgreeWithWalkingOverRandomPositions) {
@@ -72,12 +72,12 @@ TEST(AttackQueries, AgreeWithWalkingOverRandomPositions) {
         const auto board = make_test_position(fen);
         const Position &pos = board->pos;
         for (const Colour c : {WHITE, BLACK}) {
-            for (Square s = 0; s < 64; ++s) {
+            for (const Square s : ALL_SQUARES) {
                 const Bitboard attackers = walked_attackers(pos, s, c);
                 ASSERT_EQ(square_attacked(pos, s, c), attackers != 0) << square_name(s);
                 Square least = NO_SQUARE;
-                for (Square from = 63; from >= 0; --from)
-                    if ((attackers >> from & 1) != 0 && (least == NO_SQUARE || pos.type_on(from) <= pos.type_on(least)))
+                for (const Square from : ALL_SQUARES)
+                    if ((attackers >> from & 1) != 0 && (least == NO_SQUARE || pos.type_on(from) < pos.type_on(least)))
                         least = from;
                 ASSERT_EQ(least_attacker(pos, s, c, pos.occupied()), least) << square_name(s);
             }

@@ -6,7 +6,7 @@
 
 namespace {
 
-Square named_square(const char *name) { return (name[0] - 'a') + (name[1] - '1') * 8; }
+Square named_square(const char *name) { return make_square(name[0] - 'a', name[1] - '1'); }
 
 TEST(Exchange, WorkedCases) {
     const struct {
@@ -45,10 +45,10 @@ int listed_exchange(const Position &pos, Colour side, Square from, Square to, bo
     auto board = pos.board;
     const auto next_attacker = [&](Colour colour) {
         Bitboard occupied = 0;
-        for (Square s = 0; s < 64; ++s)
+        for (const Square s : ALL_SQUARES)
             if (board[s] != 0) occupied |= Bitboard{1} << s;
         Square best = NO_SQUARE;
-        for (Square s = 0; s < 64; ++s) {
+        for (const Square s : ALL_SQUARES) {
             if (board[s] == 0 || board[s] / 8 != colour || s == to) continue;
             if ((walked_attacks(board[s], s, occupied) >> to & 1) == 0) continue;
             if (best == NO_SQUARE || board[s] % 8 < board[best] % 8) best = s;
@@ -98,7 +98,7 @@ TEST(Exchange, AgreesWithAListOfCaptures) {
             ++exchanges;
         }
         for (const Colour side : {WHITE, BLACK}) {
-            for (Square to = 0; to < 64; ++to) {
+            for (const Square to : ALL_SQUARES) {
                 SCOPED_TRACE(square_name(to));
                 if (pos.board[to] == 0 || pos.board[to] / 8 == side) continue;
                 for (const bool may_stop : {false, true})

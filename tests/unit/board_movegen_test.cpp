@@ -31,14 +31,13 @@ std::string generated(Position &pos, Generator generator, Square target = NO_SQU
 }
 
 TEST(Generators, ExactOrder) {
-    constexpr Square C3 = 18, F3 = 21, H4 = 31;
     const struct {
         const char *what, *fen;
         Generator generator;
         Square target;
         const char *moves;
     } cases[] = {
-        {"king last, never limited by a target", "4k3/8/8/8/3p4/2Q5/4p3/4K3 w - -", CAPTURES, C3 + 9, "c3d4 e1e2"},
+        {"king last, never limited by a target", "4k3/8/8/8/3p4/2Q5/4p3/4K3 w - -", CAPTURES, D4, "c3d4 e1e2"},
         {"en passant under a target", "4k3/8/8/3pP3/7b/8/8/4K3 w - d6", CAPTURES, H4, "e5d6"},
         {"push, toward a, toward h", "1n1n3k/2P5/8/8/8/8/8/K7 w - -", PROMOTIONS, NO_SQUARE,
          "c7c8q c7c8n c7c8b c7c8r c7b8q c7b8n c7b8b c7b8r c7d8q c7d8n c7d8b c7d8r"},

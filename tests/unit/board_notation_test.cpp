@@ -32,7 +32,6 @@ TEST(Notation, FourTextsOfAMove) {
 }
 
 TEST(Notation, CoordinateText) {
-    constexpr Square A7 = 48;
     const struct {
         Move move;
         const char *lower_case, *equals_sign;

@@ -144,7 +144,7 @@ void expect_survives(Position &pos, std::string_view text) {
     ASSERT_LE(end - list.data(), MAX_MOVES);
     gen_legal(pos, list.data());
     no_legal_moves(pos);
-    for (int s = 0; s < 64; ++s) square_attacked(pos, s, (s & 1) != 0 ? BLACK : WHITE);
+    for (const Square s : ALL_SQUARES) square_attacked(pos, s, (s & 1) != 0 ? BLACK : WHITE);
     for (int m = 0; m < 65536; m += 7) is_pseudo_legal(pos, static_cast<Move>(m), pos.side);
     board_text(pos);
     unsearchable_reason(pos);

@@ -111,10 +111,10 @@ TEST_F(EvalTermsTest, MaterialDraws) {
 TEST_F(EvalTermsTest, PawnEndingsAreSymmetricAndCounted) {
     int won[2] = {};
     int differences = 0;
-    for (Square pawn = 8; pawn < 56; ++pawn) {
+    for (Square pawn = A2; pawn <= H7; ++pawn) {
         if (pawn % 8 > 3) continue;
-        for (Square strong = 0; strong < 64; ++strong)
-            for (Square weak = 0; weak < 64; ++weak)
+        for (const Square strong : ALL_SQUARES)
+            for (const Square weak : ALL_SQUARES)
                 for (const Colour side : {WHITE, BLACK}) {
                     const bool wins = kpk_is_won(WHITE, pawn, strong, weak, side);
                     won[side] += wins;

@@ -82,7 +82,7 @@ TEST_F(SearchTest, PickerDeliversTheLegalMoves) {
         set_fen(pos, fen);
         SearchThread &thread = prepare_thread(engine);
         PlyRecord &record = thread.plies[ROOT_PLY];
-        record.checker = static_cast<std::uint8_t>(checker_of(pos, pos.side));
+        record.checker = checker_of(pos, pos.side);
         in_check += record.in_check();
         const Pins pins(pos, pos.side, record.in_check());
         std::vector<Move> legal{NO_MOVE};  // every move is a hash move once, and no move is

@@ -80,13 +80,22 @@ TEST_F(EndgameTables, EveryReferenceRowAgrees) {
 TEST_F(EndgameTables, AgreesWithTheBitbaseOnKingAndPawnAgainstKing) {
     int positions = 0;
     int differences = 0;
-    for (Square pawn = 8; pawn < 56; ++pawn) {
-        for (Square strong = 0; strong < 64; ++strong) {
-            for (Square weak = 0; weak < 64; ++weak) {
+    for (Square pawn = A2; pawn <= H7; ++pawn) {
+        for (const Square strong : ALL_SQUARES) {
+            for (const Square weak : ALL_SQUARES) {
                 if (strong == weak || strong == pawn || weak == pawn) continue;
                 for (const Colour side : {WHITE, BLACK}) {
-                    const TbPosition probed{
-                        bit(pawn) | bit(strong), bit(weak), bit(strong) | bit(weak), 0, 0, 0, 0, bit(pawn), 0, 0, side};
+                    const TbPosition probed{bit(pawn) | bit(strong),
+                                            bit(weak),
+                                            bit(strong) | bit(weak),
+                                            0,
+                                            0,
+                                            0,
+                                            0,
+                                            bit(pawn),
+                                            0,
+                                            NO_SQUARE,
+                                            side};
                     if (!tb_is_valid(probed)) continue;
                     TbSuccess success = TB_FAILED;
                     const int value = tb_wdl(tables, probed, success);
@@ -316,8 +325,9 @@ void read_values(const FileBytes &file, const TbLayout &layout, Random &random) 
                 Bitboard used = 0;
                 for (int p = 0; p < file.material.num; ++p) {
                     const bool pawn = type_of(side.piece_order[p]) == PAWN;
-                    Square square = pawn ? 8 + random.below(48) : random.below(64);
-                    while ((used & bit(square)) != 0) square = pawn ? 8 + random.below(48) : random.below(64);
+                    const auto place = [&] { return pawn ? A2 + random.below(48) : square_at(random.below(64)); };
+                    Square square = place();
+                    while ((used & bit(square)) != 0) square = place();
                     used |= bit(square);
                     squares[p] = square;
                 }

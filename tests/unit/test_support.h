@@ -146,10 +146,10 @@ inline Bitboard walked_attacks(Piece piece, Square from, Bitboard occupied) {
 // Squares from which pieces of a colour attack a square, by walking from every piece on the board.
 inline Bitboard walked_attackers(const Position &pos, Square target, Colour colour) {
     Bitboard occupied = 0;
-    for (Square s = 0; s < 64; ++s)
+    for (const Square s : ALL_SQUARES)
         if (pos.board[s] != 0) occupied |= Bitboard{1} << s;
     Bitboard attackers = 0;
-    for (Square s = 0; s < 64; ++s)
+    for (const Square s : ALL_SQUARES)
         if (pos.board[s] != 0 && pos.board[s] / 8 == colour &&
             (walked_attacks(pos.board[s], s, occupied) >> target & 1) != 0)
             attackers |= Bitboard{1} << s;

@@ -6,15 +6,15 @@
 #include <filesystem>
 #include <mutex>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 
 namespace {
 
 constexpr const char *LOG_NAME = "dral.log";
 
-std::mutex print_lock;                 // held while a line is written to standard output and the log
-std::FILE *log_file = nullptr;         // main thread, under print_lock
-Relaxed<bool> logging_enabled(false);  // main thread
+std::mutex print_lock;                     // held while a line is written to standard output and the log
+std::FILE *log_file = nullptr;             // main thread, under print_lock
+SharedValue<bool> logging_enabled(false);  // main thread
 
 void write_text(std::FILE *file, std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), file);

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "board/types.h"
 
 // Room in a move history: moves of the game and plies of the search together. Searches add at most 70.
@@ -45,7 +45,7 @@ struct MoveHistory {
     std::int16_t undo_count;  // entries in use
     std::int16_t ply;         // 1 after set-up, one more for every move or null move made
     Move current_move;        // the move that led here; 0 for none or a null move
-    Relaxed<const MoveTrace *> trace{nullptr};
+    SharedValue<const MoveTrace *> trace{nullptr};
 };
 
 struct Position {

@@ -9,7 +9,7 @@
 #include <array>
 #include <cstdint>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "board/position.h"
 #include "eval/display.h"
 #include "eval/parameters.h"
@@ -48,7 +48,7 @@ struct EvalThread {
     const EvalTables *tables;  // set before the first evaluation; the owner outlives the thread
     std::uint32_t generation;  // of the tables that the caches were filled with
     int iteration;             // current iteration depth, 0 outside a search; the caches rest in the first ones
-    Relaxed<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
+    SharedValue<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
 };
 
 inline void prefetch_evaluation(const EvalThread &thread, std::uint64_t key) {

@@ -98,7 +98,7 @@ constexpr Switch SWITCHES[] = {
 
 // Stands for every other text that contains "-scan_pgn": it names a file and leaves the mode as it is.
 constexpr Switch PLAIN_SCAN = {"", true,
-                           [](CommandLine &line, std::string_view value) { line.source_file = file_name(value); }};
+                               [](CommandLine &line, std::string_view value) { line.source_file = file_name(value); }};
 
 const Switch *find_switch(std::string_view argument) {
     const Switch *found = std::find_if(std::begin(SWITCHES), std::end(SWITCHES),

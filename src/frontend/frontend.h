@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "engine/life.h"
 #include "frontend/input.h"
 #include "tools/tools.h"
@@ -20,8 +20,8 @@ struct FrontEnd {
 
     Engine &engine;
     InputQueue input;
-    Relaxed<bool> uci{true};  // the protocol: UCI, or that of the console; reporters read it on search threads
-    SearchLimits limits;      // of the next search; commands change them, and what they do not name stays
+    SharedValue<bool> uci{true};  // the protocol: UCI, or that of the console; reporters read it on search threads
+    SearchLimits limits;          // of the next search; commands change them, and what they do not name stays
     SearchRequest search_request = REQUEST_NONE;  // a search that has been asked for
     bool clear_table_first = false;               // before the requested search
     bool endless_search = false;                  // only a command can end the requested or running search

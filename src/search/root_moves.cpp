@@ -192,7 +192,7 @@ void search_root_moves(SearchThread &thread, int depth, int first) {
         root.current = root.list + i;
         select_best(root.current);
         MoveEntry &entry = *root.current;
-        const std::array<Relaxed<Move>, PV_SIZE> saved_line = thread.line;
+        const std::array<SharedValue<Move>, PV_SIZE> saved_line = thread.line;
         const std::int16_t saved_score = thread.score;
         if (thread.is_main() && first == 0) report_current_move(thread, entry.move, root.moves_searched + 1);
         start_move(pass, entry);

@@ -11,7 +11,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "board/checks.h"
 #include "board/hash_codes.h"
 #include "board/position.h"
@@ -87,7 +87,7 @@ enum AspirationState : std::uint8_t { ASPIRATION_NONE = 0, FAILING_LOW = 1, FAIL
 enum RerunState : std::uint8_t { RERUN_OFF = 0, RERUN_ARMED = 1, RERUN_NOW = 2 };
 
 // Everything one thread works on. Written by its thread only, but for `command` and what prepare_threads sets while the
-// thread is idle; the Relaxed fields are read by others.
+// thread is idle; the SharedValue fields are read by others.
 struct alignas(CACHE_LINE) SearchThread {
     MoveHistory history;
     std::array<PlyRecord, PLY_RECORDS> plies;
@@ -98,19 +98,19 @@ struct alignas(CACHE_LINE) SearchThread {
     SearchShared *shared;
     MoveTrace trace;  // of this thread's moves, when they are traced
 
-    std::array<Relaxed<Move>, PV_SIZE> line;  // best line; [1] is the first move
-    Relaxed<std::int16_t> score;              // of the best line
+    std::array<SharedValue<Move>, PV_SIZE> line;  // best line; [1] is the first move
+    SharedValue<std::int16_t> score;              // of the best line
     std::int16_t root_eval;
-    std::int8_t best_depth;                 // depth of the best line
-    Relaxed<std::uint8_t> iteration;        // depth of the current iteration
-    Relaxed<std::uint8_t> aspiration;       // AspirationState
-    Relaxed<std::uint8_t> selective_depth;  // highest ply reached
-    std::uint8_t rerun;                     // RerunState
-    std::int8_t null_depth;                 // null moves on the current path
+    std::int8_t best_depth;                     // depth of the best line
+    SharedValue<std::uint8_t> iteration;        // depth of the current iteration
+    SharedValue<std::uint8_t> aspiration;       // AspirationState
+    SharedValue<std::uint8_t> selective_depth;  // highest ply reached
+    std::uint8_t rerun;                         // RerunState
+    std::int8_t null_depth;                     // null moves on the current path
     std::uint32_t random_state;
     int root_count;  // legal root moves
     std::uint64_t node_budget;
-    Relaxed<std::uint64_t> nodes, tb_hits, hash_probes, hash_hits;
+    SharedValue<std::uint64_t> nodes, tb_hits, hash_probes, hash_hits;
 
     int index;
     std::atomic<std::uint8_t> command;

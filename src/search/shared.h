@@ -7,7 +7,7 @@
 #include <mutex>
 #include <thread>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "eval/parameters.h"
 #include "search/clock.h"
 #include "search/limits.h"
@@ -44,19 +44,19 @@ struct ThreadPool {
 
 // The published result. Written by thread 0 (and at a search start), read by the caller.
 struct RootResult {
-    Relaxed<std::int16_t> score;
-    Relaxed<std::int8_t> depth;  // iteration that found it
-    std::array<Relaxed<Move>, PV_SIZE> pv;
-    std::array<Relaxed<std::int16_t>, PV_SIZE> score_by_depth;
-    Relaxed<std::int8_t> change_depth;  // depth at which the best move last changed
+    SharedValue<std::int16_t> score;
+    SharedValue<std::int8_t> depth;  // iteration that found it
+    std::array<SharedValue<Move>, PV_SIZE> pv;
+    std::array<SharedValue<std::int16_t>, PV_SIZE> score_by_depth;
+    SharedValue<std::int8_t> change_depth;  // depth at which the best move last changed
 };
 
 constexpr std::size_t CACHE_LINE = 64;
 
 struct SearchShared {
     // Read at every node, seldom written.
-    alignas(CACHE_LINE) Relaxed<std::uint8_t> stop_flag{STOP_NONE};  // StopReason; any thread writes
-    Relaxed<double> target_nps{UNLIMITED_NPS};                       // nodes per second and thread
+    alignas(CACHE_LINE) SharedValue<std::uint8_t> stop_flag{STOP_NONE};  // StopReason; any thread writes
+    SharedValue<double> target_nps{UNLIMITED_NPS};                       // nodes per second and thread
     TbProbeDepths tb_depths{};
     TranspositionTable table;
     SearchParams params{};
@@ -71,17 +71,17 @@ struct SearchShared {
     double start = 0.0;           // seconds of the monotonic clock
     TimePlan plan{};
     // The owner may change these while a search runs.
-    Relaxed<int> max_depth{MAX_DEPTH};
-    Relaxed<double> noise{0.0};
-    Relaxed<std::uint8_t> search_state{REQUEST_NONE};  // SearchRequest of the running search
+    SharedValue<int> max_depth{MAX_DEPTH};
+    SharedValue<double> noise{0.0};
+    SharedValue<std::uint8_t> search_state{REQUEST_NONE};  // SearchRequest of the running search
 
     // Written during a search.
-    alignas(CACHE_LINE) Relaxed<double> elapsed{0.0};  // seconds since the start
-    Relaxed<std::uint8_t> iteration{0};                // thread 0's current depth
-    Relaxed<std::uint8_t> single_reply{0};             // the root has exactly one legal move
-    Relaxed<std::uint32_t> seed{0};                    // of random depth reductions
-    Relaxed<int> last_iteration{0};                    // last finished depth of thread 0
-    Relaxed<int> root_tb_result{NO_TB_RESULT};
+    alignas(CACHE_LINE) SharedValue<double> elapsed{0.0};  // seconds since the start
+    SharedValue<std::uint8_t> iteration{0};                // thread 0's current depth
+    SharedValue<std::uint8_t> single_reply{0};             // the root has exactly one legal move
+    SharedValue<std::uint32_t> seed{0};                    // of random depth reductions
+    SharedValue<int> last_iteration{0};                    // last finished depth of thread 0
+    SharedValue<int> root_tb_result{NO_TB_RESULT};
     RootResult result;
 
     ThreadPool pool;

@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "board/makemove.h"
 #include "board/notation.h"
 
@@ -15,8 +15,8 @@ struct SearchTrace {
     struct Close {
         void operator()(std::FILE *open) const { std::fclose(open); }
     };
-    Relaxed<int> level{0};  // plies; 0: off
-    Relaxed<PromotionStyle> style{PromotionStyle::LOWER_CASE};
+    SharedValue<int> level{0};  // plies; 0: off
+    SharedValue<PromotionStyle> style{PromotionStyle::LOWER_CASE};
     std::mutex lock;  // guards what follows
     std::unique_ptr<std::FILE, Close> file;
     int last_ply = 0;

@@ -5,16 +5,16 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/relaxed.h"
+#include "base/shared_value.h"
 #include "board/position.h"
 
 enum Bound : std::uint8_t { BOUND_UPPER = 1, BOUND_LOWER = 2, BOUND_EXACT = 3 };
 
 // An entry of 16 bytes as two words.
 struct TtEntry {
-    Relaxed<std::uint64_t> key_word;  // low key word | check << 32
+    SharedValue<std::uint64_t> key_word;  // low key word | check << 32
     // move | score << 16 | depth << 32 | bound << 40 | age << 48 | half-move clock << 56
-    Relaxed<std::uint64_t> data_word;
+    SharedValue<std::uint64_t> data_word;
 };
 static_assert(sizeof(TtEntry) == 16);
 constexpr int BUCKET_SIZE = 4;
@@ -35,7 +35,7 @@ struct TranspositionTable {
     std::size_t count = 0;         // without the slack
     std::uint64_t index_mask = 0;  // the largest power of two within `count`, less one
     // 0: the table is not used; 1: used, cleared before searches at a console; 2 or more: used, not cleared.
-    Relaxed<std::uint8_t> enabled{1};
+    SharedValue<std::uint8_t> enabled{1};
     std::uint16_t age = 0;     // of the running search, 1..15
     int megabytes = 0;         // of the allocated table
     bool fresh = false;        // straight from the system: all 0, but without memory behind it

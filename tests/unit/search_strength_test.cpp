@@ -19,7 +19,7 @@ protected:
         return rate;
     }
     Settings &settings = engine.settings;
-    Relaxed<double> &rate = engine.shared.target_nps;
+    SharedValue<double> &rate = engine.shared.target_nps;
 };
 
 TEST_F(StrengthTest, ModelRisesWithTheRate) {

@@ -6,27 +6,27 @@
 // Reads and writes are relaxed atomic operations: plain loads and stores on the machines we build for. Compound changes
 // (++, +=) are a load and a store and therefore for values that only one thread writes.
 template <typename T>
-class Relaxed {
+class SharedValue {
 public:
-    Relaxed() = default;
-    constexpr Relaxed(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands in for a T
-    Relaxed(const Relaxed &other) : value_(other.load()) {}
-    Relaxed &operator=(const Relaxed &other) {
+    SharedValue() = default;
+    constexpr SharedValue(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands in for a T
+    SharedValue(const SharedValue &other) : value_(other.load()) {}
+    SharedValue &operator=(const SharedValue &other) {
         store(other.load());
         return *this;
     }
-    Relaxed &operator=(T value) {
+    SharedValue &operator=(T value) {
         store(value);
         return *this;
     }
     operator T() const { return load(); }  // NOLINT(google-explicit-constructor): stands in for a T
     T load() const { return value_.load(std::memory_order_relaxed); }
     void store(T value) { value_.store(value, std::memory_order_relaxed); }
-    Relaxed &operator++() {
+    SharedValue &operator++() {
         store(static_cast<T>(load() + 1));
         return *this;
     }
-    Relaxed &operator+=(T value) {
+    SharedValue &operator+=(T value) {
         store(static_cast<T>(load() + value));
         return *this;
     }

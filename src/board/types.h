@@ -53,8 +53,10 @@ struct PackedSquare {
     std::uint8_t index;
 
     PackedSquare() = default;
+    // NOLINTBEGIN(google-explicit-constructor): stands in for a square
     constexpr PackedSquare(Square s) : index(static_cast<std::uint8_t>(s)) {}
     constexpr operator Square() const { return square_at(index); }
+    // NOLINTEND(google-explicit-constructor)
 };
 static_assert(sizeof(PackedSquare) == 1);
 

@@ -11,19 +11,22 @@
 
 namespace {
 
-constexpr int OPEN_BOUND = 5000;       // bounds beyond this become infinite
-constexpr int LOST_SCORE = -9566;      // from this score on every late move is searched in full,
-constexpr int LOST_THRESHOLD = -9600;  // and else those that are
-constexpr int LATE_THRESHOLD = 35;     // so much worse than the last iteration's score
-constexpr int REDUCED_DEPTH = 5;       // beyond this depth
-constexpr int REDUCED_MOVES = 4;       // and so many moves late quiet moves are reduced
+constexpr int OPEN_BOUND = 5000;  // bounds beyond this become infinite
+
+// Late quiet moves are searched one ply less deep, unless the best score so far has fallen to a threshold: LATE_THRESHOLD
+// below that of the last iteration, or LOST_THRESHOLD where that was LOST_SCORE or less.
+constexpr int REDUCED_DEPTH = 5;  // up to this depth none is,
+constexpr int REDUCED_MOVES = 4;  // and of the moves after so many others at the earliest
+constexpr int LATE_THRESHOLD = 35;
+constexpr int LOST_SCORE = -9566;
+constexpr int LOST_THRESHOLD = -9600;
 
 // Windows, in centipawns
 constexpr int SECOND_WINDOW = 100;  // of depth 2
 constexpr int SLOW_WINDOW = 60;     // of the first two depths at a low node rate
 constexpr int LEAST_WINDOW = 20;
-constexpr int WINDOW_DEPTH = 15;  // up to here windows are wider by
-constexpr int WINDOW_STEP = 4;    // so much for each depth less
+constexpr int WINDOW_DEPTH = 15;  // windows are WINDOW_STEP wider for each depth below this
+constexpr int WINDOW_STEP = 4;
 constexpr int LEAST_WIDENING = 25;
 constexpr int RERUN_WIDENING = 151;  // a score that falls so far has the iteration begin anew
 constexpr int SLOW_RATE = 10000;     // nodes per second below which the first windows are narrow

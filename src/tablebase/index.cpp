@@ -173,7 +173,8 @@ std::int64_t index_of_three(const std::array<Square, TB_PIECES> &pos) {
     constexpr std::int64_t OFF_DIAGONAL = std::int64_t{6} * 63 * 62;
     constexpr std::int64_t SECOND_OFF = OFF_DIAGONAL + std::int64_t{4} * 28 * 62;
     constexpr std::int64_t THIRD_OFF = SECOND_OFF + std::int64_t{4} * 7 * 28;
-    if (diag_side(pos[0]) != 0) return std::int64_t{fold_triangle[pos[0]]} * 63 * 62 + (pos[1] - i) * 62 + (pos[2] - j);
+    if (diag_side(pos[0]) != 0)
+        return std::int64_t{fold_triangle[pos[0]]} * 63 * 62 + std::int64_t{pos[1] - i} * 62 + (pos[2] - j);
     if (diag_side(pos[1]) != 0)
         return OFF_DIAGONAL + std::int64_t{diag_index[pos[0]]} * 28 * 62 + std::int64_t{below_diag_index[pos[1]]} * 62 +
                pos[2] - j;

@@ -157,7 +157,7 @@ TEST(MadSetUps, WorstCases) {
         "/////////////////////////////",
         "////////kK////////Kk w KQkq e3",
         std::string(5000, 'Q'),
-        std::string(200, '9') + " " + std::string(200, 'w'),
+        std::string(200, '9').append(" ").append(200, 'w'),
         "QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQK w KQkq a1",
         "kkkkkkkk/kkkkkkkk/8/8/8/8/KKKKKKKK/KKKKKKKK b KQkq h8",
         "NNNNNNNN/NNNNNNNN/NNNNNNNN/NNNNNNNN/pppppppp/pppppppp/PPPPPPPP/PPPPPPPP w - a8",

@@ -200,8 +200,7 @@ SearchResult finish_search(Engine &engine) {
     update_elapsed(shared);
     SearchResult result;
     result.line = final_line(shared);
-    for (int i = 1; i < PV_SIZE && (result.pv[i] = root.pv[i]) != NO_MOVE; ++i) {
-    }
+    result.pv = plain_line(root.pv);
     const bool published = result.pv[1] != NO_MOVE;
     result.best = published ? result.pv[1] : engine.fallback_move;
     result.ponder = published ? result.pv[2] : NO_MOVE;

@@ -1,6 +1,6 @@
 // The life of a search: set-up, start, polling, stop, result. The one place where it is written.
 //
-//     begin_search -- start_threads_on / search_here -- poll_search ... -- finish_search
+//     begin_search -- release_threads / search_here -- poll_search ... -- finish_search
 //
 // For a move to play use start_search instead of the first two, which asks the opening book as well; to search and wait,
 // `search` does it all. All procedures run on the engine owner's thread unless noted.

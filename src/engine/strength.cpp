@@ -32,7 +32,7 @@ void calibration_round(SearchThread &thread) {
     PlyRecord &root = thread.plies[ROOT_PLY];
     ++thread.nodes;
     root.checker = checker_of(pos, side);
-    evaluate(pos, thread.eval, side, ROOT_PLY, root.in_check(), root.eval);
+    evaluate(pos, thread.eval, ROOT_PLY, root.in_check(), root.eval);
     gen_all(pos, root.list);
     int played = 0;
     for (const MoveEntry *entry = root.list; entry->move != END_OF_LIST && played < MOVES_PER_ROUND; ++entry) {

@@ -47,7 +47,8 @@ struct EvalThread {
     std::array<PawnHashEntry, PAWN_HASH_SIZE> pawn_hash;
     const EvalTables *tables;  // set before the first evaluation; the owner outlives the thread
     std::uint32_t generation;  // of the tables that the caches were filled with
-    int iteration;             // current iteration depth, 0 outside a search; the caches rest in the first ones
+    // Depth of the thread's current iteration, 0 outside a search; the caches rest in the first ones.
+    SharedValue<std::uint8_t> iteration;
     SharedValue<std::uint64_t> evaluations, cache_hits, pawn_probes, pawn_hits;
 };
 
@@ -58,7 +59,7 @@ inline void prefetch_evaluation(const EvalThread &thread, std::uint64_t key) {
 // Clears cache and pawn hash when the derived tables have changed since they were filled.
 void refresh_eval_caches(EvalThread &thread);
 
-// Score of the position for `side`, its side to move. `ply`: 1 at the root. With `in_check` IN_CHECK_SCORE comes back at
+// Score of the position for its side to move. `ply`: 1 at the root. With `in_check` IN_CHECK_SCORE comes back at
 // once. `display`, when given, is filled with the breakdown: at the root and outside an iteration, where the caches rest.
-int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+int evaluate(const Position &pos, EvalThread &thread, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display = nullptr);

@@ -135,7 +135,7 @@ void refresh_eval_caches(EvalThread &thread) {
     thread.generation = thread.tables->generation;
 }
 
-int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool in_check, EvalResult &result,
+int evaluate(const Position &pos, EvalThread &thread, int ply, bool in_check, EvalResult &result,
              EvalDisplay *display) {
     if (in_check) return IN_CHECK_SCORE;
     result.threat_level[WHITE] = result.threat_level[BLACK] = 0;
@@ -146,7 +146,7 @@ int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool
         return 0;
     }
     ++thread.evaluations;
-    if (int score = 0; recognise_bare_king(pos, score)) return for_side(side, score);
+    if (int score = 0; recognise_bare_king(pos, score)) return for_side(pos.side, score);
 
     // Cache
     EvalCacheEntry &entry = thread.cache[pos.key % EVAL_CACHE_SIZE];
@@ -173,7 +173,7 @@ int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool
     evaluate_kings(pos, tables, scratch);
     evaluate_passers(pos, tables, scratch);
     evaluate_threats(pos, tables, scratch);
-    scratch.side[side].positional += TEMPO;
+    scratch.side[pos.side].positional += TEMPO;
 
     // Combination
     const SideScratch &white = scratch.side[WHITE];
@@ -182,7 +182,7 @@ int evaluate(const Position &pos, EvalThread &thread, Colour side, int ply, bool
     const int positional = taper(difference(white.positional, black.positional), scratch.stage);
     const int unscaled = material + positional + amplification(positional) + contempt_adjustment(pos, tables);
     const int scale = draw_scale(pos, scratch, unscaled);
-    const int score = for_side(side, unscaled * scale / FULL_SCALE);
+    const int score = for_side(pos.side, unscaled * scale / FULL_SCALE);
 
     for (const Colour c : {WHITE, BLACK})
         result.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);

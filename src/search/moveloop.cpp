@@ -161,7 +161,7 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
     // 1. Set-up
     pv[ply] = NO_MOVE;
     const bool lmp = depth <= params.LMP_depth && !in_check && !record.iid_active && depth > 0 && type != PV_NODE;
-    const bool lmr = depth >= params.LMR_depth && ply + depth >= thread.iteration / 2;
+    const bool lmr = depth >= params.LMR_depth && ply + depth >= thread.eval.iteration / 2;
     record.moves_searched = 0;
     start_picking(record, PickKind::ALL);
     int best = -INFINITE;

@@ -220,7 +220,7 @@ bool probcut(const Node &node, int depth, int beta) {
 
 bool null_move_allowed(const Node &node, int depth) {
     const SearchThread &thread = node.thread;
-    if (depth < node.shared.params.NMP_depth || thread.null_depth > thread.iteration / 10) return false;
+    if (depth < node.shared.params.NMP_depth || thread.null_depth > thread.eval.iteration / 10) return false;
     // Record 0 holds no move, which is not a null move.
     return !is_null(node.parent.current) && (node.ply <= 2 || !is_null(thread.plies[node.ply - 2].current));
 }
@@ -344,7 +344,7 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
         if (int score = 0; probe_tablebases(node, depth, alpha, beta, score)) return score;
 
     // 8. Static evaluation
-    const int eval = evaluate(pos, thread.eval, pos.side, ply, in_check, record.eval);
+    const int eval = evaluate(pos, thread.eval, ply, in_check, record.eval);
     record.static_eval = static_cast<std::int16_t>(eval);
     if ((record.eval.flags & RECOGNISED_DRAW) != 0) return 0;
     if (ply >= MAX_PLY) return in_check ? 0 : eval;

@@ -10,14 +10,6 @@ constexpr double SHORTEST = 0.001;         // seconds of search that give a node
 constexpr double SLOW_SEARCH = 3.5;        // seconds before current moves are reported
 constexpr int TB_LOSS_BOUND = MATE - 101;  // scores beyond this are mates nearer than any tablebase result
 
-template <typename Entries>
-Line plain_line(const Entries &line) {
-    Line plain{};
-    for (int i = 1; i < PV_SIZE && (plain[i] = line[i]) != NO_MOVE; ++i) {
-    }
-    return plain;
-}
-
 // A tablebase result at the root decides over any score but a mate that the search has seen.
 int shown_score(int root_tb_result, int score) {
     switch (root_tb_result) {
@@ -49,6 +41,13 @@ SearchLine make_line(SearchShared &shared, int number, int depth, int score, con
 }
 
 }  // namespace
+
+Line plain_line(const std::array<SharedValue<Move>, PV_SIZE> &line) {
+    Line plain{};
+    for (int i = 1; i < PV_SIZE && (plain[i] = line[i]) != NO_MOVE; ++i) {
+    }
+    return plain;
+}
 
 bool progress_due(const SearchShared &shared) {
     return shared.noise != NO_PROGRESS_LINES && shared.elapsed >= shared.noise;

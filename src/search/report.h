@@ -17,5 +17,8 @@ std::optional<SearchLine> final_line(SearchShared &shared);
 // Reports that thread 0 begins to work on a root move, if the search is a long one. `number` counts from 1.
 void report_current_move(SearchThread &thread, Move move, int number);
 
+// A published line as plain moves.
+Line plain_line(const std::array<SharedValue<Move>, PV_SIZE> &line);
+
 // Whether progress lines are due by now.
 bool progress_due(const SearchShared &shared);

@@ -19,10 +19,7 @@ constexpr int ORDER_NOISE = 24;  // of root moves in secondary threads, in point
 
 std::uint32_t next_random(std::uint32_t state) { return state * 19375 + 987654321; }
 
-void set_iteration(SearchThread &thread, int depth) {
-    thread.iteration = static_cast<std::uint8_t>(depth);
-    thread.eval.iteration = depth;
-}
+void set_iteration(SearchThread &thread, int depth) { thread.eval.iteration = static_cast<std::uint8_t>(depth); }
 
 void reset_ordering(SearchThread &thread) {
     for (auto &by_type : thread.ordering.history)
@@ -40,7 +37,7 @@ void evaluate_root(SearchThread &thread) {
     const Position &pos = thread.position;
     EvalDisplay *display = thread.is_main() && shared.show_evaluation ? &shared.display : nullptr;
     if (display != nullptr) *display = {};
-    const int score = evaluate(pos, thread.eval, pos.side, ROOT_PLY, root.in_check(), root.eval, display);
+    const int score = evaluate(pos, thread.eval, ROOT_PLY, root.in_check(), root.eval, display);
     if (display != nullptr && shared.reporter.evaluated != nullptr)
         shared.reporter.evaluated(shared.reporter.context, pos, *display);
     thread.root_eval = static_cast<std::int16_t>(score);
@@ -76,7 +73,7 @@ void generate_root_moves(SearchThread &thread) {
 // A secondary thread leaves a depth that most threads have reached.
 bool most_threads_reached(const ThreadPool &pool, int depth) {
     int reached = 0;
-    for (int i = 0; i < pool.size; ++i) reached += search_thread_at(pool, i).iteration >= depth;
+    for (int i = 0; i < pool.size; ++i) reached += search_thread_at(pool, i).eval.iteration >= depth;
     return 2 * reached > pool.size;
 }
 

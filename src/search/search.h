@@ -102,7 +102,6 @@ struct alignas(CACHE_LINE) SearchThread {
     SharedValue<std::int16_t> score;              // of the best line
     std::int16_t root_eval;
     std::int8_t best_depth;                     // depth of the best line
-    SharedValue<std::uint8_t> iteration;        // depth of the current iteration
     SharedValue<std::uint8_t> aspiration;       // AspirationState
     SharedValue<std::uint8_t> selective_depth;  // highest ply reached
     std::uint8_t rerun;                         // RerunState

@@ -23,7 +23,7 @@ void trace_thread_move(void *context, const Position &, Move move) {
     SearchShared &shared = *thread.shared;
     const int ply = thread.history.ply;
     const int depth = ply >= 0 && ply < PLY_RECORDS ? thread.plies[ply].depth : 0;
-    if (write_trace(shared.trace, {ply, thread.iteration, depth, move})) return;
+    if (write_trace(shared.trace, {ply, thread.eval.iteration, depth, move})) return;
     set_trace_level(shared, 0);
     shared.reporter.fail(Failure::TRACE_FILE, "cannot create trace.txt");
 }
@@ -152,7 +152,6 @@ void prepare_threads(SearchShared &shared, const Position &game) {
         thread.history.current_move = history.current_move;
         thread.nodes = thread.tb_hits = thread.hash_probes = thread.hash_hits = 0;
         thread.eval.evaluations = thread.eval.cache_hits = thread.eval.pawn_probes = thread.eval.pawn_hits = 0;
-        thread.iteration = 0;
         thread.eval.iteration = 0;
         thread.best_depth = 0;
         thread.selective_depth = 0;

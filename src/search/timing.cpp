@@ -20,7 +20,7 @@ void check_time(SearchShared &shared) {
     for (int i = 0; i < count; ++i) {
         const SearchThread &thread = search_thread_at(shared.pool, i);
         const int aspiration = thread.aspiration;
-        progress[i] = {thread.iteration, thread.score, thread.line[1], aspiration == FAILING_LOW,
+        progress[i] = {thread.eval.iteration, thread.score, thread.line[1], aspiration == FAILING_LOW,
                        aspiration == FAILING_HIGH};
     }
     const RootResult &result = shared.result;

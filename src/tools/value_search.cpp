@@ -18,14 +18,14 @@ public:
     // Takes in the error of a value.
     void add(int value, double error, bool first) {
         const bool better = error < best_error_;
-        if (!first) {
-            if (better ? value < best_ : value > best_) upper_ = better ? best_ : value;
-            if (better ? value > best_ : value < best_) lower_ = better ? best_ : value;
-        }
+        const int worse = better ? best_ : value;
         if (better) {
             best_error_ = error;
             best_ = value;
         }
+        if (first) return;
+        if (worse > best_) upper_ = worse;
+        if (worse < best_) lower_ = worse;
     }
 
     // The value to try after `value`. False when the search has ended.

@@ -10,7 +10,7 @@ protected:
         set_fen(pos, fen);
         EvalResult eval{};
         const bool in_check = square_attacked(pos, pos.king_square[pos.side], opponent(pos.side));
-        return evaluate(pos, thread().eval, pos.side, 2, in_check, eval);
+        return evaluate(pos, thread().eval, 2, in_check, eval);
     }
 };
 

@@ -43,7 +43,7 @@ TEST_F(ReferenceTest, Evaluations) {
         EvalResult eval{};
         EvalDisplay display;
         set_fen(pos, row[FEN]);
-        const int score = evaluate(pos, thread().eval, pos.side, 2, false, eval, &display);
+        const int score = evaluate(pos, thread().eval, 2, false, eval, &display);
         EXPECT_EQ(std::to_string(score), row[SCORE]);
         EXPECT_EQ(eval.flags, row[KIND] == "draw" ? RECOGNISED_DRAW : 0);
         if (row[KIND] != "eval") {

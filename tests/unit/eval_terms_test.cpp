@@ -20,7 +20,7 @@ protected:
         set_fen(pos, fen);
         eval = {};
         display = {};
-        return evaluate(pos, thread().eval, pos.side, 2, false, eval, &display);
+        return evaluate(pos, thread().eval, 2, false, eval, &display);
     }
     int total(DisplayTerm term, Colour c) const { return display.totals[static_cast<std::size_t>(term)][c]; }
     EvalResult eval{};

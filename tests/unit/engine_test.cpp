@@ -36,9 +36,11 @@ std::string carry_out(const Task &task) {
     EXPECT_EQ(start_engine(engine, test_settings(task.megabytes), reporter), 0);
     for (const auto &[name, value] : task.options) apply_option(engine, name, value);
     settings_were_changed(engine);
+    SearchLimits limits = depth_limits(task.depth);
+    limits.fix_time(1000.0);  // contempt counts in searches that are not endless
     for (const std::string_view fen : task.fens) {
         set_fen(engine.game.position, fen);
-        const SearchResult result = search(engine, depth_limits(task.depth));
+        const SearchResult result = search(engine, limits);
         said += format_line("%s %s score %d depth %d nodes %.0f eval %d\n", coordinates(result.best).c_str(),
                             coordinates(result.ponder).c_str(), result.score, result.depth,
                             static_cast<double>(result.stats.nodes), result.root_eval);

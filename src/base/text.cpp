@@ -80,3 +80,7 @@ std::vector<std::string_view> split_words(std::string_view text, std::size_t mos
     }
     return words;
 }
+
+std::string_view word_at(const std::vector<std::string_view> &words, std::size_t i) {
+    return i < words.size() ? words[i] : std::string_view{};
+}

@@ -19,5 +19,8 @@ std::string_view skip_blanks(std::string_view text);
 // The first word (up to a blank), taken off the front of `text`; empty when nothing is left.
 std::string_view next_word(std::string_view &text);
 
+// The word at a place; empty beyond the end.
+std::string_view word_at(const std::vector<std::string_view> &words, std::size_t i);
+
 // All words, each cut to `longest` characters, at most `most` of them.
 std::vector<std::string_view> split_words(std::string_view text, std::size_t most, std::size_t longest);

@@ -5,6 +5,10 @@
 
 #include "board/position.h"
 
+// The fifty-move clock, in plies: where it makes a draw, and below which no position can have come back.
+constexpr int FIFTY_MOVES = 100;
+constexpr int FIRST_REPETITION = 4;
+
 // The last entry, at most `from` and in steps of two plies, whose position equals this one since the last irreversible
 // move; -1 when there is none.
 inline int last_equal_entry(const Position &pos, int from) {
@@ -15,8 +19,9 @@ inline int last_equal_entry(const Position &pos, int from) {
     return -1;
 }
 
-// A position comes back after four plies at the earliest.
-inline int last_repetition(const Position &pos) { return last_equal_entry(pos, pos.history->undo_count - 4); }
+inline int last_repetition(const Position &pos) {
+    return last_equal_entry(pos, pos.history->undo_count - FIRST_REPETITION);
+}
 
 // How many earlier positions since the last irreversible move equal this one, looking back 4, 6, 8 ... plies.
 int count_repetitions(const Position &pos);

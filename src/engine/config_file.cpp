@@ -6,12 +6,12 @@
 
 #include "base/text.h"
 #include "engine/options.h"
+#include "engine/strength.h"
 
 namespace {
 
 constexpr std::size_t SHORTEST_LINE = 3;  // without its end
 constexpr std::size_t LONGEST_LINE = 254;
-constexpr int FULL_STRENGTH_MARGIN = 10;  // a strength below the machine's own by more than this limits it
 
 // False for lines that set nothing.
 bool split_config_line(std::string_view line, std::string_view &name, std::string_view &value) {

@@ -49,8 +49,6 @@ void forget_moves(Game &game) {
 }
 
 bool drawn_before_search(const Position &pos) {
-    constexpr int FIRST_REPETITION = 4;  // plies
-    constexpr int FIFTY_MOVES = 100;
     if (pos.fifty < FIRST_REPETITION) return false;
     return (pos.fifty >= FIFTY_MOVES && no_legal_moves(pos)) || count_repetitions(pos) >= 2;
 }

@@ -4,6 +4,7 @@
 
 #include "board/legality.h"
 #include "board/makemove.h"
+#include "board/repetition.h"
 #include "book/probe.h"
 #include "platform/clock.h"
 #include "search/report.h"
@@ -160,7 +161,6 @@ SearchThread &prepare_thread(Engine &engine) {
 }
 
 void start_search(Engine &engine, const SearchLimits &limits, SearchRequest request) {
-    constexpr int FIFTY_MOVES = 100;
     begin_search(engine, limits, request);
     if (const std::string_view reason = unsearchable_reason(engine); !reason.empty()) {
         engine.shared.reporter.say("info string cannot search this position: " + std::string(reason));

@@ -18,7 +18,6 @@ constexpr double LOWEST_RATE = 30.0;
 constexpr double HIGHEST_RATE = 10'000'000.0;
 constexpr double ELO_TOLERANCE = 0.5;
 constexpr double RATE_TOLERANCE = 1e-6;
-constexpr int FULL_STRENGTH_MARGIN = 10;  // a wanted strength so near the machine's own is no limit
 
 constexpr double CALIBRATION_SECONDS = 0.3;
 constexpr double ROUNDS_TO_NODES = 1.17;  // a search visits so many nodes in the time of a calibration round

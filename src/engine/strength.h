@@ -4,6 +4,7 @@
 #include "engine/engine.h"
 
 constexpr int LOWEST_ELO = 1500;
+constexpr int FULL_STRENGTH_MARGIN = 10;  // a wanted strength so near the machine's own is no limit
 
 // A wanted node rate as it is used: rates of 10 or less, which the model does not know, become 30.
 double usable_rate(double nodes_per_second);

@@ -24,9 +24,7 @@ using Words = std::vector<std::string_view>;
 
 constexpr double NEVER_ZERO = 0.001;  // seconds
 
-std::string_view word_at(const Words &words, std::size_t i) { return i < words.size() ? words[i] : std::string_view{}; }
-
-int integer_at(const Words &words, std::size_t i) { return clamped_integer(word_at(words, i), -1'000'000, 1'000'000); }
+int integer_at(const Words &words, std::size_t i) { return console_integer(word_at(words, i)); }
 
 // Begins a search for a command that uses the threads' records itself; false, with a message, when the position is none
 // that can be searched.

@@ -22,10 +22,6 @@ struct Value {
     int number;
 };
 
-std::string_view word_at(const Words &words, std::size_t i) { return i < words.size() ? words[i] : std::string_view{}; }
-
-int as_integer(std::string_view text) { return clamped_integer(text, -1'000'000, 1'000'000); }
-
 // "5:30" is five and a half minutes, "90" ninety seconds.
 double time_text(std::string_view text) {
     constexpr double SECONDS = 60.0;
@@ -94,7 +90,7 @@ constexpr NamedSetting SETTINGS[] = {
 
 void set_value(FrontEnd &front, const Words &words) {
     const std::string_view name = word_at(words, 1);
-    const Value value{words, word_at(words, 2), as_integer(word_at(words, 2))};
+    const Value value{words, word_at(words, 2), console_integer(word_at(words, 2))};
     Settings &settings = front.engine.settings;
     if (const Option *option = option_of_console(name); option != nullptr) {
         store_number(settings, *option, value.number);

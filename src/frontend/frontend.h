@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/shared_value.h"
+#include "base/text.h"
 #include "engine/life.h"
 #include "frontend/input.h"
 #include "tools/tools.h"
@@ -66,5 +67,7 @@ ToolRun tool_run(FrontEnd &front);
 void interpret_uci(FrontEnd &front, std::string_view line);
 // console.cpp: interprets one line typed at a console.
 void interpret_console(FrontEnd &front, std::string_view line);
+// A number typed at a console.
+inline int console_integer(std::string_view text) { return clamped_integer(text, -1'000'000, 1'000'000); }
 // console_settings.cpp: the console's `set`.
 void set_value(FrontEnd &front, const std::vector<std::string_view> &words);

@@ -14,11 +14,9 @@
 namespace {
 
 constexpr int THROTTLE_ITERATION = 2;  // the node-rate limit holds from this iteration on
-constexpr int FIRST_REPETITION = 3;    // a shorter fifty-move clock has no repetition
 constexpr int LAST_EXTENSION_PLY = 30;
-constexpr int MATE_CUT_PLY = 8;   // mates of the table cut principal variations from this ply on
-constexpr int NO_ENTRY = -1000;   // depth of a table entry that is not there
-constexpr int FIFTY_MOVES = 100;  // plies
+constexpr int MATE_CUT_PLY = 8;  // mates of the table cut principal variations from this ply on
+constexpr int NO_ENTRY = -1000;  // depth of a table entry that is not there
 constexpr int TB_RESULT_LOST =
     6;  // sum of a node's and its parent's tablebase results: 4 when the move keeps the result
 
@@ -325,7 +323,7 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
     const bool in_check = record.in_check();
 
     // 4. Draws
-    if (thread.history.current_move != NO_MOVE && pos.fifty > FIRST_REPETITION && is_draw(thread, ply)) return 0;
+    if (thread.history.current_move != NO_MOVE && pos.fifty >= FIRST_REPETITION && is_draw(thread, ply)) return 0;
 
     // 5. Check extension
     depth += check_extension(node);

@@ -5,16 +5,16 @@
 
 namespace {
 
-constexpr int SHALLOW = 7;                 // iterations below this do not sample the table
-constexpr double SHORTEST = 0.001;         // seconds of search that give a node rate
-constexpr double SLOW_SEARCH = 3.5;        // seconds before current moves are reported
-constexpr int TB_LOSS_BOUND = MATE - 101;  // scores beyond this are mates nearer than any tablebase result
+constexpr int SHALLOW = 7;             // iterations below this do not sample the table
+constexpr double SHORTEST = 0.001;     // seconds of search that give a node rate
+constexpr double SLOW_SEARCH = 3.5;    // seconds before current moves are reported
+constexpr int NEAR_MATE = MATE - 101;  // scores beyond this are mates nearer than any tablebase result
 
 // A tablebase result at the root decides over any score but a mate that the search has seen.
 int shown_score(int root_tb_result, int score) {
     switch (root_tb_result) {
-    case TB_WIN: return score >= TB_LOSS_BOUND ? score : TB_WIN_SCORE;
-    case TB_LOSS: return score < -TB_LOSS_BOUND ? score : -TB_WIN_SCORE;
+    case TB_WIN: return score >= NEAR_MATE ? score : TB_WIN_SCORE;
+    case TB_LOSS: return score < -NEAR_MATE ? score : -TB_WIN_SCORE;
     case TB_DRAW: return 0;
     default: return score;
     }

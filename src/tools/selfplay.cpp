@@ -6,6 +6,7 @@
 #include "base/output.h"
 #include "base/progress.h"
 #include "board/makemove.h"
+#include "board/repetition.h"
 #include "book/probe.h"
 #include "eval/tunables.h"
 #include "games/results.h"
@@ -29,7 +30,6 @@ constexpr const char *GAME_FILE = "self.pgn";
 constexpr int GAMES = 300'000;
 constexpr int GAMES_PER_CYCLE = 6;
 constexpr int DECIDED_SCORE = 500;  // centipawns
-constexpr int FIFTY_MOVES = 100;    // plies
 constexpr double STEP_RATE = 0.002;
 // A perturbation is a share of the estimate, and at least this.
 constexpr double LEAST_PERTURBATION = 1.5;

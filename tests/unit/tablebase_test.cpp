@@ -237,6 +237,8 @@ TEST_F(EndgameFiles, PathListsAreSplit) {
     link("b", "KPvK.rtbw");
     link("b", "KBNvK.rtbw");
     link("b", "KQvK.rtbw");
+    std::string too_long(10000, 'x');
+    too_long += ";" + b();
     const struct {
         std::string paths;
         std::size_t found;
@@ -247,7 +249,7 @@ TEST_F(EndgameFiles, PathListsAreSplit) {
         {b() + ":" + a() + ":", 4},
         {";;" + a() + ";missing;" + a() + "/KQvK.rtbw", 1},
         {"C:\\Chess\\Syzygy;C:" + a() + ";c:\\x:" + b(), 4},
-        {std::string(10000, 'x') + ";" + b(), 0},  // a path that is too long ends the search
+        {too_long, 0},  // a path that is too long ends the search
     };
     for (const auto &c : CASES) {
         const TbSetup setup = tb_setup(tables, c.paths);

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -43,12 +45,35 @@ inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = S
     return board;
 }
 
-inline std::filesystem::path test_data_directory() {
-    if (const char *directory = std::getenv("DRAL_TEST_DATA"); directory != nullptr) return directory;
-    return std::filesystem::path(DRAL_SOURCE_DIR) / ".." / "shared" / "data";
+// A file of tests/data, or the file of that name in the folder that DRAL_TEST_DATA names: a larger set, say.
+inline std::filesystem::path test_data_directory() { return std::filesystem::path(DRAL_SOURCE_DIR) / "tests" / "data"; }
+
+inline std::string test_data(const std::string &name) {
+    if (const char *larger = std::getenv("DRAL_TEST_DATA"); larger != nullptr)
+        if (const auto path = std::filesystem::path(larger) / name; std::filesystem::exists(path)) return path.string();
+    return (test_data_directory() / name).string();
 }
 
-inline std::string test_data(const std::string &name) { return (test_data_directory() / name).string(); }
+// The rows of a table in tests/data: fields between tabs or bars, without the blanks around them. Empty lines and lines that
+// begin with '#' are no rows. A table without rows is a failure.
+inline std::vector<std::vector<std::string>> data_rows(const std::string &name) {
+    std::vector<std::vector<std::string>> rows;
+    std::ifstream in(test_data(name));
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty() || line.front() == '#') continue;
+        std::vector<std::string> &fields = rows.emplace_back();
+        for (std::size_t start = 0; start <= line.size();) {
+            const std::size_t end = std::min(line.find_first_of("\t|", start), line.size());
+            const std::string field = line.substr(start, end - start);
+            const std::size_t first = field.find_first_not_of(' ');
+            fields.push_back(first == std::string::npos ? ""
+                                                        : field.substr(first, field.find_last_not_of(' ') + 1 - first));
+            start = end + 1;
+        }
+    }
+    EXPECT_FALSE(rows.empty()) << "no rows in " << name;
+    return rows;
+}
 
 // Slow builds run shorter tests.
 inline bool short_run() { return std::getenv("DRAL_TEST_SHORT") != nullptr; }

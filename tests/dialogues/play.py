@@ -27,7 +27,7 @@ has to match. Lines that match stay; in new ones times and rates become patterns
 DRAL_BINARY names another program to use in place of PROGRAM. DRAL_TEST_TIMEOUT_SCALE multiplies the 20 seconds within
 which a line has to come.
 """
-import os, pathlib, queue, re, shlex, shutil, subprocess, sys, tempfile, threading
+import concurrent.futures, os, pathlib, queue, re, shlex, shutil, subprocess, sys, tempfile, threading
 
 DATA = pathlib.Path(__file__).resolve().parent.parent / "data"
 TIMEOUT = 20 * float(os.environ.get("DRAL_TEST_TIMEOUT_SCALE", "1"))
@@ -209,19 +209,22 @@ def main(words):
     program, *files = words[record:]
     command = shlex.split(os.environ.get("DRAL_BINARY", program))
     command[-1] = os.path.abspath(command[-1])
-    failed = 0
-    for name in files:
+    def play(name):
+        """What went wrong, or nothing."""
         path = pathlib.Path(name)
         dialogue = Dialogue(command, path, record)
         try:
             dialogue.play()
         except Failure as failure:
-            failed += 1
-            print(f"{name}: after line {len(dialogue.out)}: {(dialogue.out or [''])[-1]}\n{failure}")
-        else:
-            if record:
-                path.write_text("\n".join(dialogue.out) + "\n", "utf-8", "surrogateescape")
-    return 1 if failed else 0
+            return f"{name}: after line {len(dialogue.out)}: {(dialogue.out or [''])[-1]}\n{failure}"
+        if record:
+            path.write_text("\n".join(dialogue.out) + "\n", "utf-8", "surrogateescape")
+        return ""
+
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        failures = [failure for failure in pool.map(play, files) if failure]
+    print("\n".join(failures), end="\n" if failures else "")
+    return 1 if failures else 0
 
 
 if __name__ == "__main__":

@@ -1,120 +1,173 @@
 // The plan of a search's time, and what ends it.
-#include "search/clock.h"
+#include <cmath>
+#include <limits>
+#include <sstream>
 
-#include <gtest/gtest.h>
-
-#include <vector>
+#include "engine_fixture.h"
+#include "platform/clock.h"
+#include "search/timing.h"
 
 namespace {
 
 constexpr Move BEST = 1, OTHER = 2;
+constexpr double FOR_EVER = std::numeric_limits<double>::infinity();
 
-TEST(Clock, TargetTimes) {
-    const struct {
-        const char *what;
-        ClockInput input;  // mode, time, clock, increment, moves to go, whole periods, ply, overhead, pondering, Elo
-        double target;
-    } cases[] = {
-        // clock / moves x 1.3 for pondering x 0.85 below 2400 Elo, plus the increment's share
-        {"sudden death, first move", {0, 9.0, 60.0, 0.0, 0, false, 0, 0.05, true, 2500}, 60.0 / 34 * 1.3},
-        {"no pondering", {0, 9.0, 60.0, 0.0, 0, false, 0, 0.05, false, 2500}, 60.0 / 34},
-        {"weak", {0, 9.0, 60.0, 0.0, 0, false, 0, 0.05, false, 2399}, 60.0 / 34 * 0.85},
-        {"ply 21", {0, 9.0, 60.0, 0.0, 0, false, 21, 0.05, false, 2500}, 60.0 / 24},
-        {"ply 22", {0, 9.0, 60.0, 0.0, 0, false, 22, 0.05, false, 2500}, 60.0 / 24},
-        {"increment", {0, 9.0, 60.0, 2.0, 0, false, 0, 0.05, false, 2500}, 60.0 / 34 + 2.0 * 60.0 / 64.0},
-        {"one move to go is capped", {40, 9.0, 10.0, 0.0, 1, false, 0, 0.05, true, 2500}, 5.0},
-        {"no move to go is capped", {40, 9.0, 10.0, 0.0, 0, false, 0, 0.05, true, 2500}, 0.65 * 10.0 - 0.25},
-        {"three moves to go count as many", {40, 9.0, 10.0, 0.0, 3, false, 0, 0.05, true, 2500}, 10.0 / 4 * 1.3},
-        {"empty clock", {0, 9.0, 0.0, 0.0, 0, false, 0, 0.05, true, 2500}, 0.002},
-        {"empty clock, increment", {0, 9.0, 0.0, 5.0, 0, false, 0, 0.05, true, 2500}, 0.002},
-        {"fixed time", {1, 3.0, 9.0, 0.0, 0, false, 0, 0.05, true, 2500}, 3.0},
-        {"no time", {1, -1.0, 9.0, 0.0, 0, false, 0, 0.05, true, 2500}, 0.002},
-        {"whole periods decide, not the moves to go", {40, 9.0, 41.0, 0.0, 0, true, 0, 0.05, false, 2500}, 1.0},
-    };
-    for (const auto &c : cases) EXPECT_NEAR(plan_time(c.input).target, c.target, 1e-9) << c.what;
+std::vector<double> numbers(const std::string &field) {
+    std::istringstream words(field);
+    return {std::istream_iterator<double>(words), {}};
 }
 
-// Each thread: iteration, score, first move, failing low, failing high. Published: BEST with 50 at depth 10.
-TEST(Clock, ThreadsThatDisagreeGainTime) {
-    const struct {
-        const char *what;
-        std::vector<ThreadProgress> threads;
-        int percent;
-    } cases[] = {
-        {"nobody", {}, 0},
-        {"agreement", {{10, 50, BEST, false, false}}, 0},
-        {"an earlier iteration", {{9, 20, BEST, true, false}, {9, 99, OTHER, false, true}}, 0},
-        {"a better move", {{10, 74, OTHER, false, false}}, 0},
-        {"a better move fails high", {{10, 74, OTHER, false, true}}, 2},
-        {"the same in another thread", {{10, 50, BEST, false, false}, {10, 74, OTHER, false, true}}, 0},
-        {"a much better move", {{10, 75, OTHER, false, true}}, 4},
-        {"the same in another thread", {{10, 50, BEST, false, false}, {11, 75, OTHER, false, false}}, 4},
-        {"the move gets worse", {{10, 49, BEST, false, false}}, 0},
-        {"the move fails low", {{10, 49, BEST, true, false}, {10, 75, OTHER, false, false}}, 24},
-        {"the same in another thread", {{10, 75, OTHER, false, false}, {10, 49, BEST, true, false}}, 16},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(thread_extension({1.0, 10, 50, 50, BEST, 5, false, c.threads}), c.percent) << c.what;
+// A row of the table of extensions.
+struct Extension {
+    explicit Extension(const std::vector<std::string> &row) {
+        const std::vector<double> state = numbers(row[1]);
+        target = state[0];
+        std::istringstream words(row[2]);
+        int iteration = 0, score = 0;
+        for (std::string move, failing; words >> iteration >> score >> move >> failing;)
+            threads.push_back({iteration, score, move == "best" ? BEST : OTHER, failing == "low", failing == "high"});
+        clock = {state[1],
+                 static_cast<int>(state[2]),
+                 static_cast<int>(state[3]),
+                 static_cast<int>(state[4]),
+                 BEST,
+                 static_cast<int>(state[5]),
+                 false,
+                 threads};
+        of_threads = static_cast<int>(numbers(row[3])[0]);
+        in_all = static_cast<int>(numbers(row[3])[1]);
+    }
+    std::vector<ThreadProgress> threads;
+    ClockState clock{};
+    double target;
+    int of_threads, in_all;
+};
+
+class CheckTime : public EngineTest {
+protected:
+    void SetUp() override {
+        EngineTest::SetUp();
+        apply_option(engine, "Threads", "3");
+        begin_search(engine, limits, REQUEST_SEARCH);
+        shared.iteration = 12;
+        shared.plan = {1000.0, 2000.0, 0.0, 900.0};
+    }
+    // A search that has run for so many seconds.
+    int stops_after(double seconds) {
+        shared.stop_flag = STOP_NONE;
+        shared.start = monotonic_seconds() - seconds;
+        check_time(shared);
+        return shared.stop_flag;
+    }
+    SearchShared &shared = engine.shared;
+};
+
+}  // namespace
+
+TEST(Clock, Plans) {
+    for (const auto &row : data_rows("clock_plan.tsv")) {
+        SCOPED_TRACE(row[0]);
+        const std::vector<double> in = numbers(row[1]);
+        const std::vector<double> out = numbers(row[2]);
+        const TimePlan plan =
+            plan_time({static_cast<int>(in[0]), in[1], in[2], in[3], static_cast<int>(in[4]), in[5] != 0.0,
+                       static_cast<int>(in[6]), in[7], in[8] != 0.0, static_cast<int>(in[9])});
+        EXPECT_NEAR(plan.target, out[0], 1e-9);
+        EXPECT_NEAR(plan.clock, out[1], 1e-9);
+        EXPECT_NEAR(plan.safety, out[2], 1e-9);
+        EXPECT_NEAR(plan.first_check, out[3], 1e-9);
+    }
 }
 
-// Of 10 seconds.
-TEST(Clock, FallingScoresGainTimeAndSteadyMovesLoseIt) {
-    const std::vector<ThreadProgress> nobody;
-    const std::vector<ThreadProgress> failing_low = {{12, 0, OTHER, false, false}, {12, -99, BEST, true, false}};
-    const struct {
-        const char *what;
-        double elapsed;
-        int depth, score, before, change_depth;
-        const std::vector<ThreadProgress> &threads;
-        int percent;
-    } cases[] = {
-        {"a fall by more than 4 x 15", 9.0, 12, -61, 0, 2, nobody, 24},
-        {"by more than 2 x 15", 9.0, 12, -60, 0, 2, nobody, 10},
-        {"by more than 15", 9.0, 12, -30, 0, 2, nobody, 4},
-        {"by 959 / 16 + 15 at a high score", 9.0, 12, 959 - 74, 959, 12, nobody, 2},
-        {"by more than 300 at a very high one", 9.0, 12, 960 - 301, 960, 2, nobody, 24},
-        {"by more than 75", 9.0, 12, 960 - 76, 960, 2, nobody, 4},
-        {"half of it in the first iterations", 9.0, 3, -61, 0, 2, nobody, 12},
-        {"steady in the first iterations", 9.0, 4, 0, 0, 4, nobody, 0},
-        {"a new move", 1.0, 12, 0, 0, 12, nobody, 2},
-        {"a fairly new one", 1.0, 12, 0, 0, 11, nobody, 1},
-        {"an old one, early", 5.0, 12, 0, 0, 1, nobody, 0},
-        {"stood for five iterations", 5.1, 12, 0, 0, 7, nobody, 0},
-        {"for six", 5.1, 12, 0, 0, 6, nobody, -1},
-        {"for ten", 5.1, 12, 0, 0, 2, nobody, -2},
-        {"the threads decide alone", 9.0, 12, 0, 0, 2, failing_low, 16},
-        {"and over a small fall", 9.0, 12, -30, 0, 2, failing_low, 16},
-        {"but not over a large one", 9.0, 12, -61, 0, 2, failing_low, 24},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(time_extension({10.0, 60.0, 0.0, 0.0},
-                                 {c.elapsed, c.depth, c.score, c.before, BEST, c.change_depth, false, c.threads}),
-                  c.percent)
-            << c.what;
+TEST(Clock, ExtensionsOfThreadsAndTrend) {
+    for (const auto &row : data_rows("clock_extension.tsv")) {
+        const Extension extension(row);
+        EXPECT_EQ(thread_extension(extension.clock), extension.of_threads) << row[0];
+        EXPECT_EQ(time_extension({extension.target, 60.0, 0.0, 0.0}, extension.clock), extension.in_all) << row[0];
+    }
 }
 
 TEST(Clock, TimeIsUp) {
-    const struct {
-        const char *what;
-        TimePlan plan;
-        double elapsed;
-        int depth, change_depth;
-        bool single_reply, up;
-    } cases[] = {
-        {"within the target", {1.0, 11.0, 0.025, 0.015}, 0.97, 12, 7, false, false},
-        {"beyond it", {1.0, 11.0, 0.025, 0.015}, 0.98, 12, 7, false, true},
-        {"a new move gains 2 percent of 10 seconds", {1.0, 11.0, 0.025, 0.015}, 1.17, 12, 12, false, false},
-        {"and no more", {1.0, 11.0, 0.025, 0.015}, 1.18, 12, 12, false, true},
-        {"a forced move", {1.0, 11.0, 0.025, 0.015}, 0.02, 5, 5, true, true},
-        {"a forced move, not deep enough", {1.0, 11.0, 0.025, 0.015}, 0.02, 4, 4, true, false},
-        {"five safeties are left", {1.0, 0.5, 0.025, 0.015}, 0.37, 12, 7, false, false},
-        {"and are not", {1.0, 0.5, 0.025, 0.015}, 0.38, 12, 7, false, true},
-        {"a fixed time, used to its end", {1.0, 1.0, 0.0, 0.015}, 0.999, 12, 7, false, false},
-        {"and over", {1.0, 1.0, 0.0, 0.015}, 1.0, 12, 7, false, true},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(time_is_up(c.plan, {c.elapsed, c.depth, 0, 0, BEST, c.change_depth, c.single_reply, {}}), c.up)
-            << c.what;
+    for (const auto &row : data_rows("clock_stop.tsv")) {
+        const std::vector<double> in = numbers(row[1]);
+        const auto whole = [&in](int i) { return static_cast<int>(in[i]); };
+        EXPECT_EQ(time_is_up({in[0], in[1], in[2], 0.0},
+                             {in[3], whole(4), whole(5), whole(6), BEST, whole(7), in[8] != 0.0, {}}),
+                  row[2] == "1")
+            << row[0];
+    }
 }
 
-}  // namespace
+// The same extensions out of what the threads have published: after 1000 of 2000 seconds one percent is 10 seconds.
+TEST_F(CheckTime, GathersWhatTheThreadsHaveFound) {
+    for (const auto &row : data_rows("clock_extension.tsv")) {
+        const Extension extension(row);
+        if (extension.clock.elapsed <= 0.5 * extension.target) continue;
+        SCOPED_TRACE(row[0]);
+        for (int i = 0; i < shared.pool.size; ++i) {
+            const bool told = i < static_cast<int>(extension.threads.size());
+            const ThreadProgress progress = told ? extension.threads[i] : ThreadProgress{};
+            SearchThread &record = search_thread_at(shared.pool, i);
+            record.eval.iteration = static_cast<std::uint8_t>(progress.iteration);
+            record.score = static_cast<std::int16_t>(progress.score);
+            record.line[1] = progress.first_move;
+            record.aspiration = progress.failing_low ? FAILING_LOW : progress.failing_high ? FAILING_HIGH : 0;
+        }
+        const int depth = extension.clock.depth;
+        shared.iteration = static_cast<std::uint8_t>(depth);
+        shared.result.score = static_cast<std::int16_t>(extension.clock.score);
+        shared.result.score_by_depth[depth - 1] = static_cast<std::int16_t>(extension.clock.score_before);
+        shared.result.pv[1] = BEST;
+        shared.result.change_depth = static_cast<std::int8_t>(extension.clock.change_depth);
+        shared.plan.target = 1000.0 - 10.0 * extension.in_all + 5.0;
+        EXPECT_EQ(stops_after(1000.0), STOP_NONE);
+        shared.plan.target -= 10.0;
+        EXPECT_EQ(stops_after(1000.0), STOP_REPORT);
+    }
+}
+
+TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
+    EXPECT_EQ(stops_after(1100.0), STOP_REPORT);
+    EXPECT_GE(shared.elapsed, 1100.0);
+    EXPECT_LT(shared.elapsed, 1200.0);
+    EXPECT_EQ(stops_after(700.0), STOP_NONE);
+    shared.single_reply = 1;
+    EXPECT_EQ(stops_after(700.0), STOP_NONE) << "before the first decision";
+    EXPECT_EQ(stops_after(950.0), STOP_REPORT);
+    shared.search_state = REQUEST_ANALYSIS;
+    EXPECT_EQ(stops_after(950.0), STOP_ABANDON);
+    shared.search_state = REQUEST_PONDER;
+    EXPECT_EQ(stops_after(3000.0), STOP_NONE);
+    end_pondering(engine);
+    EXPECT_EQ(stops_after(950.0), STOP_REPORT) << "the time of pondering counts";
+    shared.stop_flag = STOP_SHUTDOWN;
+    check_time(shared);
+    EXPECT_EQ(shared.stop_flag, STOP_SHUTDOWN);
+    shared.iteration = 1;
+    EXPECT_EQ(stops_after(3000.0), STOP_NONE);
+    shared.iteration = 2;
+    EXPECT_EQ(stops_after(3000.0), STOP_REPORT);
+    shared.plan.first_check = FOR_EVER;
+    EXPECT_EQ(stops_after(3000.0), STOP_NONE);
+    EXPECT_EQ(stops_after(FOR_EVER), STOP_REPORT) << "at the moment of the first decision";
+}
+
+TEST_F(CheckTime, BranchingFactorSpansFourIterations) {
+    const struct {
+        int last;
+        std::uint64_t now, before;
+        double factor;
+    } cases[] = {{6, 81, 1, 3.0},
+                 {9, 1000, 16, std::pow(62.5, 0.25)},
+                 {6, 2, 1, std::pow(2.0, 0.25)},
+                 {5, 81, 1, 2.0},
+                 {7, 0, 1, 2.0},
+                 {7, 81, 0, 2.0}};
+    for (const auto &c : cases) {
+        shared.nodes_by_depth.fill(7777);
+        shared.last_iteration = c.last;
+        shared.nodes_by_depth[c.last] = c.now;
+        shared.nodes_by_depth[c.last - 4] = c.before;
+        EXPECT_DOUBLE_EQ(branching_factor(shared), c.factor) << c.last << ' ' << c.now << ' ' << c.before;
+    }
+}

@@ -81,16 +81,13 @@ class Copy:
         self.folder = WORK / str(number)
         self.tree, self.build = self.folder / "tree", self.folder / "build"
         shutil.rmtree(self.folder, ignore_errors=True)
-        self.tree.mkdir(parents=True)
-        for name in ("src", "tests", "scripts", "CMakeLists.txt", "README.md"):
-            copy = shutil.copytree if (ROOT / name).is_dir() else shutil.copy2
-            copy(ROOT / name, self.tree / name)
+        shutil.copytree(ROOT, self.tree, symlinks=True, ignore=shutil.ignore_patterns("build", ".git"))
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         flags = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG", "-DDRAL_LTO=OFF"]
-        self.run(["cmake", "-S", self.tree, "-B", self.build, *flags, *launcher], 600)
         self.usual = {}
-        if self.make() or any(self.failing(name) for name in self.steps()):
-            sys.exit(f"the tests fail without a fault: see {self.folder}/output")
+        ready = self.run(["cmake", "-S", self.tree, "-B", self.build, *flags, *launcher], 600) and not self.make()
+        if not ready or self.first_failure() is not None:
+            raise SystemExit(f"the tests fail without a fault: see {self.folder}/output")
         self.program = self.hash()
 
     def run(self, command, limit):
@@ -170,8 +167,9 @@ def main():
     faults, lock, counts, tried = draw(options), threading.Lock(), collections.Counter(), [0]
     log = open(options.log, "a") if options.log else None
 
-    def work(number):
-        copy = Copy(number)
+    copies = [Copy(number) for number in range(options.jobs)]
+
+    def work(copy):
         while True:
             with lock:
                 fault = next(faults, None) if tried[0] < options.count else None
@@ -188,7 +186,7 @@ def main():
                 shown = copy.line(path, line) if text.strip() == ";" else text
                 print(f"{path}:{line}: {kind} | {verdict} | {shown.strip()}", file=log or sys.stdout, flush=True)
 
-    workers = [threading.Thread(target=work, args=(number,)) for number in range(options.jobs)]
+    workers = [threading.Thread(target=work, args=(copy,)) for copy in copies]
     for worker in workers:
         worker.start()
     for worker in workers:

@@ -1,7 +1,7 @@
 // The plan of a search's time, and what ends it.
-#include <cmath>
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 #include "engine_fixture.h"
 #include "platform/clock.h"
@@ -152,22 +152,35 @@ TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
     EXPECT_EQ(stops_after(FOR_EVER), STOP_REPORT) << "at the moment of the first decision";
 }
 
-TEST_F(CheckTime, BranchingFactorSpansFourIterations) {
-    const struct {
-        int last;
-        std::uint64_t now, before;
-        double factor;
-    } cases[] = {{6, 81, 1, 3.0},
-                 {9, 1000, 16, std::pow(62.5, 0.25)},
-                 {6, 2, 1, std::pow(2.0, 0.25)},
-                 {5, 81, 1, 2.0},
-                 {7, 0, 1, 2.0},
-                 {7, 81, 0, 2.0}};
-    for (const auto &c : cases) {
-        shared.nodes_by_depth.fill(7777);
-        shared.last_iteration = c.last;
-        shared.nodes_by_depth[c.last] = c.now;
-        shared.nodes_by_depth[c.last - 4] = c.before;
-        EXPECT_DOUBLE_EQ(branching_factor(shared), c.factor) << c.last << ' ' << c.now << ' ' << c.before;
+// What the plan is made of, and who is told.
+TEST_F(CheckTime, PlansByGameLimitsAndSettings) {
+    SearchPlan told{};
+    shared.reporter.context = &told;
+    shared.reporter.planned = [](void *context, const Position &, const SearchPlan &plan) {
+        *static_cast<SearchPlan *>(context) = plan;
+    };
+    engine.settings.MoveOverhead = 400;
+    engine.settings.UCI_Elo = 1500;
+    play("e2e4");
+    limits.time_per_move = 6000.0;
+    limits.clock = {90.0, 50.0};
+    limits.increment = 2.0;
+    limits.moves_to_go = 7;
+    for (const int round : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}) {
+        engine.settings.Ponder = static_cast<std::int16_t>(round % 2);
+        limits.count_period = round / 2 % 2 != 0;
+        limits.tc_mode = round < 4 ? 0 : round < 8 ? 1 : 40;
+        begin_search(engine, limits, REQUEST_SEARCH);
+        const TimePlan plan =
+            plan_time({limits.tc_mode, 6000.0, 50.0, 2.0, 7, limits.count_period, 1, 0.4, round % 2 != 0, 1500});
+        EXPECT_EQ(std::tie(shared.plan.target, shared.plan.clock, shared.plan.safety, shared.plan.first_check),
+                  std::tie(plan.target, plan.clock, plan.safety, plan.first_check));
+        EXPECT_EQ(std::tie(told.target, told.clock), std::tie(plan.target, plan.clock));
+        EXPECT_EQ(told.game_ply, 1);
+        EXPECT_EQ(shared.eval_tables.contempt_active, limits.tc_mode != 1) << "not from 6000 seconds on";
     }
+    told = {};
+    limits.noise = NO_PROGRESS_LINES;
+    begin_search(engine, limits, REQUEST_SEARCH);
+    EXPECT_EQ(told.target, 0.0);
 }

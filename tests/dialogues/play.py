@@ -6,7 +6,7 @@
 A dialogue is a text file. It runs in an empty folder of its own. Each line is a mark, a blank and a text:
 
     # TEXT          a remark; empty lines are remarks too
-    + NAME          puts a file into the folder; the `| ` lines that follow are its content
+    + NAME          puts a file into the folder, or into one below it; the `| ` lines that follow are its content
     @ NAME = DATA   puts a link there to a file or folder of tests/data
     $ dral WORDS    starts the program (shell quoting), when the one before has ended
     > LINE          sends a line
@@ -168,6 +168,7 @@ class Dialogue:
             self.expect(text, "!")
         elif mark == "+":
             content = self.take("|")
+            (self.folder / text).parent.mkdir(parents=True, exist_ok=True)
             (self.folder / text).write_bytes("".join(c + "\n" for c in content).encode("utf-8", "surrogateescape"))
             self.out += [("| " + c) for c in content]
         elif mark == "@":

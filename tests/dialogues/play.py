@@ -144,7 +144,7 @@ class Dialogue:
         rest, errors = program.rest("<"), program.rest("!")
         ended = program.process.wait(TIMEOUT)
         if self.record and not self.anything:
-            self.out += ["< " + pattern(line) for line in rest]
+            self.out += ["< " + pattern(line) if line else "<" for line in rest]
         elif rest and not self.anything:
             raise Failure("said, and not expected:\n" + "\n".join(rest[:10]))
         if errors or ended != status:
@@ -163,7 +163,7 @@ class Dialogue:
         elif mark == ">":
             self.program.send(text)
         elif mark == "<":
-            self.out[-1:] = [("< " + said).rstrip() for said in self.hear([text] + self.take("<"))]
+            self.out[-1:] = [("< " + said if said else "<") for said in self.hear([text] + self.take("<"))]
         elif mark == "!":
             self.expect(text, "!")
         elif mark == "+":
@@ -180,7 +180,7 @@ class Dialogue:
             if self.record and "..." not in wanted:
                 wanted = [next((w for w in wanted if matches(w, line)), pattern(line)) for line in said]
             compare(wanted, said)
-            self.out += [("| " + w).rstrip() for w in wanted]
+            self.out += [("| " + w if w else "|") for w in wanted]
         elif mark == "-":
             if (self.folder / text).exists():
                 raise Failure(f"{text} is there")

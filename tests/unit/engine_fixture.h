@@ -1,9 +1,6 @@
 // An engine inside the test process, and what is asked of it.
 #pragma once
 
-#include <algorithm>
-#include <cctype>
-
 #include "engine/engine.h"
 #include "engine/life.h"
 #include "engine/options.h"
@@ -56,18 +53,3 @@ protected:
     SearchLimits limits = depth_limits(MAX_DEPTH);
     SearchResult result;
 };
-
-// The same placement with the colours exchanged and without castling rights, which no evaluation reads.
-inline std::string mirrored(const std::string &fen) {
-    const std::size_t blank = fen.find(' ');
-    std::string board;
-    for (std::size_t start = 0; start <= blank;) {
-        const std::size_t end = std::min(fen.find('/', start), blank);
-        std::string rank = fen.substr(start, end - start);
-        board = board.empty() ? rank : rank.append("/").append(board);
-        start = end + 1;
-    }
-    for (char &c : board)
-        c = static_cast<char>(std::isupper(static_cast<unsigned char>(c)) ? std::tolower(c) : std::toupper(c));
-    return board + (fen[blank + 1] == 'w' ? " b - -" : " w - -");
-}

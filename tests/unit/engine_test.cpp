@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "base/output.h"
+#include "engine/strength.h"
 #include "engine_fixture.h"
 
 namespace {
@@ -26,11 +27,9 @@ std::string carry_out(const Task &task) {
         static_cast<std::string *>(context)->append(text).append("\n");
     };
     reporter.search_line = [](void *context, const SearchLine &line) {
-        auto &text = *static_cast<std::string *>(context);
-        text += format_line("%d of %d depth %d/%d score %d nodes %.0f full %.4f", line.number, line.lines, line.depth,
-                            line.selective_depth, line.score, line.nodes, line.hash_fill);
-        for (const Move *m = &line.pv[1]; *m != NO_MOVE; ++m) text += ' ' + coordinates(*m);
-        text += '\n';
+        static_cast<std::string *>(context)->append(
+            format_line("%d of %d depth %d/%d score %d nodes %.0f full %.4f %s\n", line.number, line.lines, line.depth,
+                        line.selective_depth, line.score, line.nodes, line.hash_fill, coordinates(line.pv[1]).c_str()));
     };
     Engine engine;
     EXPECT_EQ(start_engine(engine, test_settings(task.megabytes), reporter), 0);
@@ -40,10 +39,7 @@ std::string carry_out(const Task &task) {
     limits.fix_time(1000.0);  // contempt counts in searches that are not endless
     for (const std::string_view fen : task.fens) {
         set_fen(engine.game.position, fen);
-        const SearchResult result = search(engine, limits);
-        said += format_line("%s %s score %d depth %d nodes %.0f eval %d\n", coordinates(result.best).c_str(),
-                            coordinates(result.ponder).c_str(), result.score, result.depth,
-                            static_cast<double>(result.stats.nodes), result.root_eval);
+        said += std::to_string(search(engine, limits).root_eval);
     }
     return said;
 }
@@ -56,15 +52,15 @@ TEST(Engines, SideBySideSayWhatTheySayAlone) {
     };
     const Task third{2, depth, {{"Threads", "2"}, {"Contempt", "-40"}}, {MIDDLE_GAME, START_FEN}};
     const std::string alone[] = {carry_out(tasks[0]), carry_out(tasks[1])};
-    for (int round = 0; round < 2; ++round) {
-        std::string together[2];
-        std::thread first([&] { together[0] = carry_out(tasks[0]); });
-        std::thread second([&] { together[1] = carry_out(tasks[1]); });
-        std::thread beside([&] { EXPECT_THAT(carry_out(third), testing::HasSubstr("score")); });
-        for (std::thread *thread : {&first, &second, &beside}) thread->join();
-        EXPECT_THAT(together, testing::ElementsAreArray(alone));
-    }
+    std::string together[2];
+    std::thread first([&] { together[0] = carry_out(tasks[0]); });
+    std::thread second([&] { together[1] = carry_out(tasks[1]); });
+    std::thread beside([&] { EXPECT_THAT(carry_out(third), testing::HasSubstr("score")); });
+    for (std::thread *thread : {&first, &second, &beside}) thread->join();
+    EXPECT_THAT(together, testing::ElementsAreArray(alone));
 }
+
+std::uint64_t nodes_of_a_search(Engine &engine) { return search(engine, depth_limits(6)).stats.nodes; }
 
 TEST(Engines, OptionsStayWithTheirEngine) {
     Engine one, other;
@@ -72,7 +68,8 @@ TEST(Engines, OptionsStayWithTheirEngine) {
     ASSERT_EQ(start_engine(other, test_settings(2), {}), 0);
     const auto values = [](const Engine &engine) {
         std::string text;
-        for (const Option &option : option_table()) text += value_text(engine.settings, option) + ' ';
+        for (const Option &option : option_table())
+            text += value_text(engine.settings, option) + ' ' + value_text(engine.default_settings, option) + ' ';
         return text + std::to_string(engine.shared.pool.size) + ' ' + get_fen(engine.game.position);
     };
     const std::string before = values(other);
@@ -83,14 +80,59 @@ TEST(Engines, OptionsStayWithTheirEngine) {
     EXPECT_EQ(one.shared.pool.size, 3);
     EXPECT_EQ(values(other), before);
     // Stopped and started again it is as new.
-    const auto nodes = [](Engine &engine) { return search(engine, depth_limits(6)).stats.nodes; };
-    const std::uint64_t expected = nodes(other);
-    for (int round = 0; round < 2; ++round) {
-        stop_engine(one);
-        ASSERT_EQ(start_engine(one, test_settings(2), {}), 0);
-        EXPECT_EQ(values(one), before);
-        EXPECT_EQ(nodes(one), expected);
+    const std::uint64_t expected = nodes_of_a_search(other);
+    limit_rate(one, 500.0);
+    one.calibrated_nps = one.calibrated_elo = 2500.0;
+    begin_search(one, depth_limits(6), REQUEST_ANALYSIS);
+    stop_engine(one);
+    EXPECT_FALSE(searching(one));
+    EXPECT_EQ(one.shared.target_nps, UNLIMITED_NPS);
+    EXPECT_EQ(one.calibrated_nps + one.calibrated_elo, 0.0);
+    ASSERT_EQ(start_engine(one, test_settings(2), {}), 0);
+    EXPECT_EQ(values(one), before);
+    EXPECT_EQ(nodes_of_a_search(one), expected);
+}
+
+// The tables follow at the next search, and nothing that the old ones have filled is read by it.
+TEST_F(EngineTest, ChangedSettingsTakeEffectAtTheNextSearch) {
+    Engine fresh;
+    Settings changed = test_settings();
+    changed.weights.Pawn_Structure = {200, 0};
+    changed.search.Selectivity = 160;
+    ASSERT_EQ(start_engine(fresh, changed, {}), 0);
+    const std::uint64_t plain = nodes_of_a_search(engine), expected = nodes_of_a_search(fresh);
+    EXPECT_NE(plain, expected);
+    engine.settings = changed;
+    clear_table(engine.shared);
+    EXPECT_EQ(nodes_of_a_search(engine), plain) << "nobody has said that they were changed";
+    settings_were_changed(engine);
+    clear_table(engine.shared);
+    EXPECT_EQ(nodes_of_a_search(engine), expected);
+    EXPECT_FALSE(engine.settings_changed);
+}
+
+TEST(Engines, KeepHashAndThreadsInRange) {
+    const struct {
+        std::int16_t hash, threads, kept_hash, kept_threads;
+    } cases[] = {{-1, 0, 0, 1}, {1, 1, 1, 1}, {2, -3, 2, 1}};
+    for (const auto &c : cases) {
+        Engine engine;
+        Settings settings;
+        settings.Hash = c.hash;
+        settings.Threads = c.threads;
+        ASSERT_EQ(start_engine(engine, settings, {}), 0);
+        EXPECT_EQ(engine.settings.Hash, c.kept_hash);
+        EXPECT_EQ(engine.default_settings.Threads, c.kept_threads);
+        EXPECT_EQ(engine.shared.pool.size, c.kept_threads);
     }
+}
+
+// The upper 31 bits of the generator's published values for the seed 0.
+TEST(RandomNumbers, AreThoseOfTheGenerator) {
+    RandomGenerator random;
+    constexpr std::uint64_t VALUES[] = {0xE220A8397B1DCDAF, 0x6E789E6AA1B965F4, 0x06C45D188009454F, 0xF88BB8A8724C81EC};
+    for (const std::uint64_t bits : VALUES) EXPECT_EQ(random.next(), static_cast<int>(bits >> 33));
+    EXPECT_NE(RandomGenerator(1).next(), RandomGenerator(2).next());
 }
 
 }  // namespace

@@ -1,77 +1,167 @@
+// What the reference rows leave open: other settings, contempt, odd material and the edges of every rule; then the caches,
+// the display and the king and pawn endings.
 #include "engine_fixture.h"
-
-#include <fstream>
+#include "eval/kpk.h"
+#include "eval/tunables.h"
 
 namespace {
 
 class EvaluateTest : public EngineTest {
 protected:
-    int score(const std::string &fen) {
-        set_fen(pos, fen);
-        EvalResult eval{};
-        const bool in_check = square_attacked(pos, pos.king_square[pos.side], opponent(pos.side));
-        return evaluate(pos, thread().eval, 2, in_check, eval);
+    // "King_Safety=150,50; hung_pawn_op=-90": options, and weights that only tuners name.
+    void apply(const std::string &list) {
+        engine.settings = test_settings();
+        for (std::size_t start = 0, end = 0; start < list.size(); start = end + 2) {
+            end = std::min(list.find(';', start), list.size());
+            const std::size_t equals = list.find('=', start);
+            const std::string name = list.substr(start, equals - start);
+            const std::string value = list.substr(equals + 1, end - equals - 1);
+            std::vector<TunableParam> params = eval_tunables(engine.settings.weights);
+            select_tunable(params, name);
+            const auto weight = std::ranges::find_if(params, &TunableParam::selected);
+            if (weight != params.end())
+                weight->weight.of(engine.settings.weights) = static_cast<std::int16_t>(std::stoi(value));
+            ASSERT_TRUE(weight != params.end() || option_named(name) != nullptr) << name;
+            apply_option(engine, name, value);
+        }
+        derive_tables(engine);
     }
+
+    void SetUp() override {
+        EngineTest::SetUp();
+        eval = &thread().eval;
+    }
+
+    std::string evaluated(int ply = 2, EvalDisplay *display = nullptr) {
+        eval_result = {};
+        const int score = evaluate(pos, *eval, ply, false, eval_result, display);
+        return std::to_string(score) + ' ' + std::to_string(eval_result.threat_level[WHITE]) + '/' +
+               std::to_string(eval_result.threat_level[BLACK]) + (eval_result.flags == RECOGNISED_DRAW ? " draw" : "");
+    }
+
+    EvalThread *eval = nullptr;
+    EvalResult eval_result{};
 };
 
-std::vector<std::string> data_positions() {
-    std::vector<std::string> fens;
-    std::ifstream file(test_data("perft/perft.epd"));
-    for (std::string line; std::getline(file, line);) fens.push_back(line.substr(0, line.find(';')));
-    std::ifstream reference(test_data("reference/eval.tsv"));
-    std::string line;
-    std::getline(reference, line);  // headings
-    while (std::getline(reference, line)) fens.push_back(line.substr(0, line.find('\t')));
-    return fens;
+// Settings, the engine's side ('-': contempt rests), position; score, threat levels and whether it is a known draw. The
+// caches are in use: none may outlive a change.
+TEST_F(EvaluateTest, Rows) {
+    eval->iteration = 5;
+    for (const char *name : {"eval_settings.tsv", "eval_terms.tsv", "eval_endings.tsv"}) {
+        std::string settings = "none yet";
+        for (const std::vector<std::string> &row : data_rows(name)) {
+            SCOPED_TRACE(row[0] + " | " + row[1] + " | " + row[2]);
+            if (row[0] != settings) apply(settings = row[0]);
+            set_contempt_context(engine.shared.eval_tables, row[1] == "b" ? BLACK : WHITE, row[1] != "-");
+            refresh_eval_caches(*eval);
+            set_fen(pos, row[2]);
+            EXPECT_EQ(evaluated(), row[3]);
+            EXPECT_EQ(evaluated(), row[3]) << "from the cache";
+        }
+    }
+}
+
+TEST_F(EvaluateTest, CachesRestInTheFirstIterations) {
+    set_fen(pos, "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -");
+    const std::string fresh = evaluated();
+    EvalCacheEntry &entry = eval->cache[pos.key % EVAL_CACHE_SIZE];
+    PawnHashEntry &pawns = eval->pawn_hash[pos.pawn_key % PAWN_HASH_SIZE];
+    const struct {
+        std::uint8_t iteration;
+        int ply;
+        bool cached, pawns_cached;
+    } cases[] = {
+        {0, 2, false, false}, {1, 1, false, true}, {1, 2, false, true}, {2, 1, false, true}, {2, 2, true, false}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(std::to_string(c.iteration) + ' ' + std::to_string(c.ply));
+        entry = {pos.key, {7, 8}, 999};  // nothing that an evaluation would say
+        pawns = {pos.pawn_key, {ScorePair(500, 500), {}}};
+        eval->iteration = c.iteration;
+        eval->evaluations = eval->cache_hits = eval->pawn_probes = eval->pawn_hits = 0;
+        const std::string said = evaluated(c.ply);
+        EXPECT_EQ(said == "999 7/8", c.cached) << said;
+        EXPECT_EQ(said == fresh, !c.cached && !c.pawns_cached) << said;
+        EXPECT_EQ(eval->evaluations, 1U);
+        EXPECT_EQ(eval->cache_hits, c.cached);
+        EXPECT_EQ(eval->pawn_probes, !c.cached);
+        EXPECT_EQ(eval->pawn_hits, c.pawns_cached);
+    }
+    EXPECT_EQ(evaluate(pos, *eval, 2, true, eval_result), IN_CHECK_SCORE);
+}
+
+TEST_F(EvaluateTest, OnlyAChangeMakesCachesStale) {
+    EvalTables &tables = engine.shared.eval_tables;
+    refresh_eval_caches(*eval);
+    evaluated();
+    const auto kept = [&] {
+        refresh_eval_caches(*eval);
+        return eval->cache[pos.key % EVAL_CACHE_SIZE].key == pos.key &&
+               eval->pawn_hash[pos.pawn_key % PAWN_HASH_SIZE].key == pos.pawn_key;
+    };
+    EXPECT_TRUE(kept());
+    set_contempt_context(tables, BLACK, true);  // without contempt nobody's side matters
+    EXPECT_TRUE(kept());
+    apply("Contempt=1");
+    EXPECT_FALSE(kept());
+    evaluated();
+    set_contempt_context(tables, BLACK, true);
+    EXPECT_TRUE(kept());
+}
+
+TEST_F(EvaluateTest, ASearchPlaysForTheSideToMove) {
+    apply("Contempt=20");
+    const struct {
+        const char *side;
+        double seconds;
+        int score;
+    } cases[] = {{"w", 5999.0, 36}, {"b", 5999.0, 36}, {"b", 6000.0, 16}, {"w", 6000.0, 16}};
+    for (const auto &c : cases) {
+        set_fen(pos, "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR " + std::string(c.side) + " - -");
+        limits.fix_time(c.seconds);
+        search_to_depth(1);
+        EXPECT_EQ(result.root_eval, c.score) << c.side << c.seconds;
+    }
+}
+
+TEST_F(EvaluateTest, PawnEndingsAreCounted) {
+    int won[2][2] = {};
+    for (Square pawn = A2; pawn <= H7; ++pawn)
+        for (const Square strong : ALL_SQUARES)
+            for (const Square weak : ALL_SQUARES)
+                for (const Colour side : {WHITE, BLACK})
+                    for (const Colour owner : {WHITE, BLACK})
+                        won[owner][side] += kpk_is_won(owner, pawn, strong, weak, side);
+    // The published counts
+    EXPECT_EQ(won[WHITE][WHITE], 124960);
+    EXPECT_EQ(won[WHITE][BLACK], 97604);
+    EXPECT_EQ(won[BLACK][BLACK], 124960);
+    EXPECT_EQ(won[BLACK][WHITE], 97604);
+}
+
+// A list that a tuner walks: the order, the starting values, and a place of its own for each.
+TEST(Tunables, NameTheWeights) {
+    EvalWeights weights;
+    std::vector<TunableParam> params = eval_tunables(weights);
+    const auto rows = data_rows("eval_tunables.tsv");
+    ASSERT_EQ(params.size(), rows.size());
+    std::int16_t value = 0;
+    for (const TunableParam &param : params) param.weight.of(weights) = ++value;
+    value = 0;
+    for (const TunableParam &param : params) {
+        const auto &row = rows[static_cast<std::size_t>(value)];
+        EXPECT_EQ(std::as_const(param).weight.of(std::as_const(weights)), ++value) << param.name;
+        EXPECT_EQ(param.name, row[0]);
+        EXPECT_EQ(std::to_string(static_cast<int>(param.estimate)), row[1]) << param.name;
+        EXPECT_FALSE(param.selected);
+    }
+    const auto selected = [&params] { return std::ranges::count_if(params, &TunableParam::selected); };
+    for (const char *unknown : {"", "pawn_value", "p1 ", "P1", "p16"}) select_tunable(params, unknown);
+    EXPECT_EQ(selected(), 0);
+    select_tunable(params, "p1");
+    EXPECT_EQ(selected(), 1);
+    EXPECT_TRUE(params[params.size() - 15].selected);
+    for (const auto &[x, weight] : {std::pair{2.5, 3}, {-2.5, -3}, {2.4, 2}, {4e4, 32767}, {-4e4, -32768}})
+        EXPECT_EQ(nearest_weight(x), weight) << x;
 }
 
 }  // namespace
-
-TEST_F(EvaluateTest, InCheckIsNotEvaluated) { EXPECT_EQ(score("k7/8/8/8/8/8/8/K6r w - -"), IN_CHECK_SCORE); }
-
-TEST_F(EvaluateTest, ColoursAreSymmetric) {
-    const std::vector<std::string> fens = data_positions();
-    if (fens.empty()) GTEST_SKIP() << "no positions in " << test_data("perft/perft.epd");
-    for (const std::string &fen : fens) {
-        const int as_it_stands = score(fen);
-        // A pin is looked for behind one queen of a side, the one on the lowest square: not the twin's lowest.
-        if (popcount(pos.of(WHITE, QUEEN)) > 1 || popcount(pos.of(BLACK, QUEEN)) > 1) continue;
-        EXPECT_EQ(score(mirrored(fen)), as_it_stands) << fen;
-    }
-}
-
-TEST_F(EvaluateTest, CacheChangesNothing) {
-    const std::vector<std::string> fens = data_positions();
-    if (fens.empty()) GTEST_SKIP() << "no positions in " << test_data("perft/perft.epd");
-    std::vector<int> fresh;
-    for (const std::string &fen : fens) {
-        thread().eval.iteration = 0;
-        fresh.push_back(score(fen));
-    }
-    // Now from caches that other positions with the same pawns, or in the same slots, have filled.
-    thread().eval.iteration = 5;
-    for (int round = 0; round < 2; ++round)
-        for (std::size_t i = 0; i < fens.size(); ++i) EXPECT_EQ(score(fens[i]), fresh[i]) << fens[i];
-    EXPECT_GT(thread().eval.pawn_hits, 0U);
-    EXPECT_GT(thread().eval.cache_hits, 0U);
-}
-
-// 41 units of material at the start, so a contempt of 20 moves the balanced score by 20.
-TEST_F(EvaluateTest, ContemptFollowsTheEnginesSide) {
-    const std::string start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-    const struct {
-        int contempt;
-        Colour engine;
-        bool active;
-        int score;
-    } cases[] = {
-        {20, WHITE, true, 36},  {20, BLACK, true, -4}, {-20, WHITE, true, -4},
-        {20, WHITE, false, 16}, {0, BLACK, true, 16},
-    };
-    for (const auto &c : cases) {
-        engine.settings.weights.Contempt = static_cast<std::int16_t>(c.contempt);
-        derive_tables(engine);
-        set_contempt_context(engine.shared.eval_tables, c.engine, c.active);
-        EXPECT_EQ(score(start), c.score) << c.contempt;
-    }
-}

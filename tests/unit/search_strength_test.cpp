@@ -1,6 +1,8 @@
-// Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and the rate itself.
+// Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and what the rate does
+// to a search.
 #include <gmock/gmock.h>
 
+#include "base/output.h"
 #include "engine/strength.h"
 #include "engine_fixture.h"
 #include "platform/clock.h"
@@ -9,58 +11,57 @@ namespace {
 
 class StrengthTest : public EngineTest {
 protected:
-    // The node rate for a wanted strength on a machine of one million nodes per second.
-    double rate_for(int elo) {
-        engine.calibrated_nps = 1'000'000;
-        engine.calibrated_elo = elo_model(engine.calibrated_nps);
-        settings.UCI_LimitStrength = 1;
-        settings.UCI_Elo = static_cast<std::int16_t>(elo);
-        apply_target_elo(engine);
-        return rate;
-    }
     Settings &settings = engine.settings;
     SharedValue<double> &rate = engine.shared.target_nps;
 };
 
 TEST_F(StrengthTest, ModelRisesWithTheRate) {
-    const struct {
-        double nps, elo;
-    } CASES[] = {{30, 1386.6},        {100, 1713.3},        {1000, 2048.8}, {10000, 2343.1}, {100000, 2633.6},
-                 {1'000'000, 2923.8}, {10'000'000, 3213.9}, {10, 1386.6},   {0, 1386.6},     {-5, 1386.6}};
-    for (const auto &c : CASES) EXPECT_NEAR(elo_model(c.nps), c.elo, 0.06) << c.nps;
+    for (const auto &row : data_rows("strength_model.tsv"))
+        EXPECT_NEAR(elo_model(std::stod(row[0])), std::stod(row[1]), 0.001) << row[0];
+    limit_rate(engine, 10.0);
+    EXPECT_EQ(rate, 30.0);
+    limit_rate(engine, 10.5);
+    EXPECT_EQ(rate, 10.5);
+    EXPECT_EQ(settings.UCI_LimitStrength, 1);
 }
 
 TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
-    for (const int elo : {1500, 1501, 1999, 2000, 2500, 2912}) {
-        EXPECT_NEAR(elo_model(rate_for(elo)), elo, 0.5);
-        EXPECT_EQ(settings.UCI_Elo, elo);
-        EXPECT_EQ(settings.UCI_LimitStrength, 1);
+    std::string said;
+    engine.shared.reporter.context = &said;
+    engine.shared.reporter.message = [](void *text, std::string_view line) {
+        *static_cast<std::string *>(text) = line;
+    };
+    for (const auto &row : data_rows("strength_wanted.tsv")) {
+        engine.calibrated_nps = std::stod(row[0]);
+        engine.calibrated_elo = std::stod(row[1]);
+        settings.UCI_LimitStrength = 1;
+        apply_option(engine, "UCI_Elo", row[2]);
+        EXPECT_EQ(format_line("%.0f %d %d", rate.load(), settings.UCI_Elo, settings.UCI_LimitStrength), row[3])
+            << row[1] << ' ' << row[2];
+        EXPECT_EQ(said, format_line("info string target nps = %.0f", rate.load()));
     }
-    EXPECT_NEAR(rate_for(1500), 40, 1);
-    EXPECT_NEAR(rate_for(2000), 690, 10);
-    EXPECT_EQ(rate_for(1000), rate_for(1500));
-    for (const int full : {0, 2913, 2923}) {
-        EXPECT_EQ(rate_for(full), 1'000'000);
-        EXPECT_EQ(settings.UCI_Elo, 2923);
-        EXPECT_EQ(settings.UCI_LimitStrength, 0);
+}
+
+TEST_F(StrengthTest, SlowPlayReducesAtRandom) {
+    for (const auto &row : data_rows("strength_reductions.tsv")) {
+        derive_search_params(settings.search, std::stoi(row[0]), std::stod(row[1]), engine.shared.params);
+        EXPECT_EQ(std::to_string(engine.shared.params.random_reduction_rate), row[2]) << row[0] << ' ' << row[1];
     }
-    // A faster machine than the interval reaches: its end, not an endless search.
-    rate_for(2900);
-    engine.calibrated_elo = 3300.0;
-    settings.UCI_Elo = 3285;
-    apply_target_elo(engine);
-    EXPECT_NEAR(rate, 10'000'000, 1);
 }
 
 TEST_F(StrengthTest, CalibrationMeasuresThisMachine) {
     play("e2e4");
+    engine.shared.params.random_reduction_rate = 50;
     const double start = monotonic_seconds();
     const double seconds = calibrate_speed(engine);
     EXPECT_GE(seconds, 0.3);
     EXPECT_LE(seconds, monotonic_seconds() - start);
     EXPECT_GT(engine.calibrated_nps, 1000);
+    EXPECT_DOUBLE_EQ(engine.calibrated_nps, static_cast<double>(thread().nodes) * 1.17 / (seconds + 0.001));
     EXPECT_EQ(engine.calibrated_elo, elo_model(engine.calibrated_nps));
     EXPECT_EQ(settings.UCI_Elo, static_cast<int>(engine.calibrated_elo));
+    EXPECT_EQ(engine.shared.params.random_reduction_rate, 0);
+    EXPECT_EQ(thread().eval.evaluations, thread().nodes);
     EXPECT_EQ(get_fen(pos), START_FEN);
     EXPECT_TRUE(is_consistent(thread().position));
 }
@@ -68,20 +69,42 @@ TEST_F(StrengthTest, CalibrationMeasuresThisMachine) {
 TEST_F(StrengthTest, SearchKeepsTheRate) {
     settings.UCI_LimitStrength = 1;
     rate = 2000;
-    limits.fix_time(1.0);
+    limits.fix_time(0.5);
     result = search(engine, limits);
     EXPECT_EQ(rate, 2000);
     EXPECT_NEAR(static_cast<double>(result.stats.nodes), 2000 * result.elapsed, 100);
-    EXPECT_NEAR(result.elapsed, 1.0, 0.5);
 
-    settings.UCI_LimitStrength = 0;  // forgets the rate
+    // A rate that comes from no measurement, and one that nobody asks for any more, are no limits.
+    for (const double forgotten : {0.0, -1.0}) {
+        rate = forgotten;
+        begin_search(engine, limits, REQUEST_SEARCH);
+        EXPECT_EQ(rate, UNLIMITED_NPS);
+    }
+    rate = 2000;
+    settings.UCI_LimitStrength = 0;
     begin_search(engine, limits, REQUEST_SEARCH);
     EXPECT_EQ(rate, UNLIMITED_NPS);
+}
 
-    apply_target_elo(engine);  // before any calibration
+// Below 10,000 nodes a second the first two iterations have narrow windows; below 2400 a move gets less time.
+TEST_F(StrengthTest, SlowSearchesStartNarrowly) {
     settings.UCI_LimitStrength = 1;
-    begin_search(engine, limits, REQUEST_SEARCH);
-    EXPECT_EQ(rate, UNLIMITED_NPS);
+    for (const auto &row : data_rows("strength_windows.tsv")) {
+        clear_table(engine.shared);
+        set_fen(pos, row[0]);
+        rate = std::stod(row[1]);
+        search_to_depth(std::stoi(row[2]));
+        EXPECT_EQ(format_line("%.0f %d", static_cast<double>(result.stats.nodes), result.score), row[3])
+            << row[1] << ' ' << row[2];
+    }
+    limits.tc_mode = 0;
+    double targets[2];
+    for (const int elo : {2399, 2400}) {
+        settings.UCI_Elo = static_cast<std::int16_t>(elo);
+        begin_search(engine, limits, REQUEST_SEARCH);
+        targets[elo - 2399] = engine.shared.plan.target;
+    }
+    EXPECT_DOUBLE_EQ(targets[0], targets[1] * 0.85);
 }
 
 }  // namespace

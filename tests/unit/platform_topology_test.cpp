@@ -18,12 +18,3 @@ TEST(Topology, PlacementFillsCoresBeforeSiblings) {
     EXPECT_EQ(placement_list({2, 5, 5}), (std::vector<int>{0, 0, 1, 1}));
     EXPECT_TRUE(placement_list({0, 4, 8}).empty());
 }
-
-TEST(Topology, ThisMachineIsDescribed) {
-    const Topology topology = read_topology();
-    if (topology.nodes == 0) GTEST_SKIP() << "the kernel publishes no NUMA nodes";
-    EXPECT_GE(topology.cores, 1);
-    EXPECT_GE(topology.logical, topology.cores);
-    EXPECT_TRUE(bind_to_node(0));
-    EXPECT_FALSE(bind_to_node(100000));
-}

@@ -1,5 +1,4 @@
-// What the unit tests of the board and of everything above it share: a position with its history, random games, and
-// comparisons that say what differs.
+// What the unit tests share: a position with its history, random games, and tables of cases in tests/data.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,8 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,19 +30,17 @@
 struct TestPosition {
     MoveHistory history;
     Position pos;
-    FenReading reading;  // its rest lies in the caller's text
 };
 
 inline std::unique_ptr<TestPosition> make_test_position(std::string_view fen = START_FEN) {
     static const bool ready = [] {
         init_attacks();
-        generate_hash_codes();
-        return true;
+        return generate_hash_codes();
     }();
-    (void)ready;
+    EXPECT_TRUE(ready);
     auto board = std::make_unique<TestPosition>();
     board->pos.history = &board->history;
-    board->reading = set_fen(board->pos, fen);
+    set_fen(board->pos, fen);
     return board;
 }
 
@@ -75,29 +74,40 @@ inline std::vector<std::vector<std::string>> data_rows(const std::string &name) 
     return rows;
 }
 
+// Values as the fields of a row.
+template <typename... Values>
+std::string fields(const Values &...values) {
+    std::ostringstream out;
+    const char *bar = "";
+    ((out << std::exchange(bar, " | ") << values), ...);
+    return out.str();
+}
+
+// Checks a table: of each row the first `given` fields are a question, and `answer` finds the others, as `fields` joins
+// them. DRAL_TEST_RECORD shows the rows with the answers found.
+template <typename Answer>
+void check_rows(const std::string &name, std::size_t given, Answer answer) {
+    for (const std::vector<std::string> &row : data_rows(name)) {
+        ASSERT_GE(row.size(), given) << row[0];
+        std::string question, expected;
+        for (std::size_t i = 0; i < row.size(); ++i)
+            (i < given ? question : expected) += (i == 0 || i == given ? "" : " | ") + row[i];
+        SCOPED_TRACE(name + ": " + question);
+        const std::string found = answer(row);
+        if (std::getenv("DRAL_TEST_RECORD") != nullptr) std::cout << name << ": " << question << " | " << found << '\n';
+        EXPECT_EQ(found, expected);
+    }
+}
+
 // Slow builds run shorter tests.
 inline bool short_run() { return std::getenv("DRAL_TEST_SHORT") != nullptr; }
 
-// Names of the fields in which two positions differ; empty when they are the same.
-inline std::string differing_fields(const Position &a, const Position &b) {
-    std::string fields;
-    const auto compare = [&fields](bool same, std::string_view name) {
-        if (!same) fields += std::string(name) + ' ';
-    };
-    compare(a.board == b.board, "board");
-    for (const Colour c : {WHITE, BLACK}) {
-        compare(std::ranges::equal(a.pieces[c], b.pieces[c]), "pieces");
-        compare(a.material[c] == b.material[c], "material");
-        compare(a.nonpawn_material[c] == b.nonpawn_material[c], "nonpawn_material");
-        compare(a.king_square[c] == b.king_square[c], "king_square");
-    }
-    compare(a.key == b.key, "key");
-    compare(a.pawn_key == b.pawn_key, "pawn_key");
-    compare(a.side == b.side, "side");
-    compare(a.fifty == b.fifty, "fifty");
-    compare(a.castling == b.castling, "castling");
-    compare(a.ep_square == b.ep_square, "ep_square");
-    return fields;
+// What make and unmake change, as a text.
+inline std::string state_of(const Position &pos) {
+    EXPECT_TRUE(is_consistent(pos));
+    const MoveHistory &history = *pos.history;
+    return fields(get_fen(pos), pos.key, int{pos.fifty}, int{pos.king_square[WHITE]}, int{pos.king_square[BLACK]},
+                  history.undo_count, history.ply, history.current_move);
 }
 
 inline std::vector<MoveEntry> legal_moves(const Position &pos) {
@@ -107,76 +117,18 @@ inline std::vector<MoveEntry> legal_moves(const Position &pos) {
 
 inline std::string coordinates(Move m) { return move_to_text(m, PromotionStyle::LOWER_CASE); }
 
-// The same moves on every standard library: no distribution objects.
-class Random {
-public:
-    explicit Random(std::uint64_t seed) : engine_(seed) {}
-    std::uint64_t bits() { return engine_(); }
-    int below(int limit) { return static_cast<int>(engine_() % static_cast<std::uint64_t>(limit)); }
-
-private:
-    std::mt19937_64 engine_;
-};
-
-// A legal move, or NO_MOVE when the game is over. Promotions and captures come up often enough to reach every kind of
-// position.
-inline Move random_legal_move(const Position &pos, Random &random) {
-    const std::vector<MoveEntry> moves = legal_moves(pos);
-    return moves.empty() ? NO_MOVE : moves[random.below(static_cast<int>(moves.size()))].move;
-}
-
-// FENs of positions met in random games, every `step`-th ply.
+// FENs of positions met in random games, every `step`-th ply; the same on every standard library.
 inline std::vector<std::string> random_game_fens(std::uint64_t seed, int games, int plies, int step) {
     std::vector<std::string> fens;
-    Random random(seed);
+    std::mt19937_64 random(seed);
     for (int played = 0; played < games; ++played) {
         const auto board = make_test_position();
         for (int ply = 1; ply <= plies; ++ply) {
-            const Move m = random_legal_move(board->pos, random);
-            if (m == NO_MOVE) break;
-            make_move(board->pos, m);
+            const std::vector<MoveEntry> moves = legal_moves(board->pos);
+            if (moves.empty()) break;
+            make_move(board->pos, moves[random() % moves.size()].move);
             if (ply % step == 0) fens.push_back(get_fen(board->pos));
         }
     }
     return fens;
-}
-
-// Squares that a piece attacks, walked one square at a time; an independent statement of how pieces move.
-inline Bitboard walked_attacks(Piece piece, Square from, Bitboard occupied) {
-    Bitboard set = 0;
-    const auto walk = [&](int files, int ranks, int most) {
-        int file = from % 8 + files;
-        int rank = from / 8 + ranks;
-        for (int n = 0; n < most && file >= 0 && file < 8 && rank >= 0 && rank < 8; ++n, file += files, rank += ranks) {
-            const Bitboard square = Bitboard{1} << (rank * 8 + file);
-            set |= square;
-            if ((occupied & square) != 0) break;
-        }
-    };
-    const int type = piece % 8;
-    const int forward = piece / 8 == 0 ? 1 : -1;
-    for (int files = -2; files <= 2; ++files) {
-        for (int ranks = -2; ranks <= 2; ++ranks) {
-            const int distance = files * files + ranks * ranks;
-            if (type == PAWN && files * files == 1 && ranks == forward) walk(files, ranks, 1);
-            if (type == KNIGHT && distance == 5) walk(files, ranks, 1);
-            if (type == KING && (distance == 1 || distance == 2)) walk(files, ranks, 1);
-            if ((type == ROOK || type == QUEEN) && distance == 1) walk(files, ranks, 7);
-            if ((type == BISHOP || type == QUEEN) && distance == 2) walk(files, ranks, 7);
-        }
-    }
-    return set;
-}
-
-// Squares from which pieces of a colour attack a square, by walking from every piece on the board.
-inline Bitboard walked_attackers(const Position &pos, Square target, Colour colour) {
-    Bitboard occupied = 0;
-    for (const Square s : ALL_SQUARES)
-        if (pos.board[s] != 0) occupied |= Bitboard{1} << s;
-    Bitboard attackers = 0;
-    for (const Square s : ALL_SQUARES)
-        if (pos.board[s] != 0 && pos.board[s] / 8 == colour &&
-            (walked_attacks(pos.board[s], s, occupied) >> target & 1) != 0)
-            attackers |= Bitboard{1} << s;
-    return attackers;
 }

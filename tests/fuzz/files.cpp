@@ -1,4 +1,5 @@
-// Lines of EPD and PGN files, through every tool that reads them.
+// Lines of EPD, PGN and configuration files, through everything that reads them.
+#include "engine/options.h"
 #include "frontend/game_files.h"
 #include "games/epd.h"
 #include "harness.h"
@@ -19,5 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     load_game(front, "in.txt", "1");
     analyse_epd_file(run, "in.txt");
     make_training_file(run, "in.txt");
+    if (fuzz::contains(text, "Threads")) return 0;
+    // Whatever was set, the tables can be built and a position evaluated.
+    front.engine.settings.ConfigFilePath.assign("in.txt");
+    load_config_file(front.engine);
+    front.engine.settings.Hash = 1;
+    set_fen(front.engine.game.position, "r1bqk2r/pp2bppp/2n1pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2QK2R w KQkq -");
+    search(front.engine, front.limits);
     return 0;
 }

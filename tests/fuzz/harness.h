@@ -11,7 +11,6 @@
 #include <string>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 #include "engine/life.h"
 #include "frontend/frontend.h"
@@ -61,9 +60,10 @@ inline void reset(Engine &engine, const Reporter &reporter) {
     engine.random = RandomGenerator();
 }
 
-// Runs the loop on some lines, then on the end of input. Searches are cut short; lines for which `too_much` is true (more
-// threads, more memory, endless counting) are left out.
-inline void run_lines(std::string_view input, bool uci, bool (*too_much)(std::string_view)) {
+// Runs the loop on some lines, then on the end of input. Searches are cut short; lines for which `too_much` is true are
+// left out.
+template <typename TooMuch>
+void run_lines(std::string_view input, bool uci, TooMuch too_much) {
     FrontEnd front(engine());
     front.uci = uci;
     front.limits.fix_time(0.02);

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::string_view NAMES[] = {"KQvK", "KRvKP", "KPvK", "KPPvK", "KPvKP", "KNNvK", "KBNvK", "KRvKR"};
+constexpr std::string_view NAMES[] = {"KQvK", "KRvKP", "KPvK", "KPPvK", "KPvKP", "KNNvK", "KQvKR", "KRvKR"};
 
 void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64_t random) {
     for (int i = 0; i < 100; ++i) {

@@ -11,7 +11,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 check_commits() {
     local commit said stated
-    if ! git -C "$here" rev-parse --git-dir >/dev/null 2>&1; then
+    if ! git -C "$here" ls-files --error-unmatch bench_signature >/dev/null 2>&1; then
         echo "bench: no git checkout, no commit messages"
         return 0
     fi

@@ -1,8 +1,5 @@
-// Searches, and the order of their moves.
-#include <gmock/gmock.h>
-
+// Searches with threads, and what can be searched.
 #include "engine_fixture.h"
-#include "search/picker.h"
 
 using SearchTest = EngineTest;
 
@@ -68,38 +65,6 @@ TEST_F(SearchTest, PerftCountsLegalMoves) {
         perft(thread, ROOT_PLY, c.depth);
         EXPECT_EQ(thread.nodes, c.nodes);
     }
-}
-
-// The move loop asks for the moves of a node and leaves out those that the king forbids: what remains are the legal moves,
-// each once, and the hash move first.
-TEST_F(SearchTest, PickerDeliversTheLegalMoves) {
-    std::vector<std::string> fens = random_game_fens(61, 6, 160, 5);
-    fens.push_back("n1n1k1n1/PPPPPPPP/8/8/8/8/pppppppp/N1N1K1N1 w - -");
-    fens.push_back("8/8/8/K2pP2r/8/8/8/4k3 w - d6");
-    int in_check = 0;
-    for (const std::string &fen : fens) {
-        SCOPED_TRACE(fen);
-        set_fen(pos, fen);
-        SearchThread &thread = prepare_thread(engine);
-        PlyRecord &record = thread.plies[ROOT_PLY];
-        record.checker = checker_of(pos, pos.side);
-        in_check += record.in_check();
-        const Pins pins(pos, pos.side, record.in_check());
-        std::vector<Move> legal{NO_MOVE};  // every move is a hash move once, and no move is
-        for (const MoveEntry &entry : legal_moves(pos)) legal.push_back(entry.move);
-        for (const Move hash_move : legal) {
-            record.hash_move = hash_move;
-            start_picking(record, PickKind::ALL);
-            std::vector<Move> picked;
-            while (const MoveEntry *entry = pick_next(thread, ROOT_PLY)) {
-                EXPECT_EQ(entry->piece, pos.board[from_square(entry->move)]);
-                if (is_legal(pos, pos.side, entry->move, pins)) picked.push_back(entry->move);
-            }
-            ASSERT_EQ(picked.front(), hash_move != NO_MOVE ? hash_move : picked.front());
-            ASSERT_THAT(picked, testing::UnorderedElementsAreArray(legal.begin() + 1, legal.end()));
-        }
-    }
-    EXPECT_GT(in_check, 5);
 }
 
 TEST_F(SearchTest, UnsearchablePositionsAreNamed) {

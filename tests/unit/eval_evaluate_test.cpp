@@ -1,5 +1,5 @@
-// What the reference rows leave open: other settings, contempt, odd material and the edges of every rule; then the caches,
-// the display and the king and pawn endings.
+// What the reference rows leave open: other settings, contempt, odd material and the edges of rules; then the caches, and
+// the endings of king and pawn.
 #include "engine_fixture.h"
 #include "eval/kpk.h"
 #include "eval/tunables.h"
@@ -32,9 +32,9 @@ protected:
         eval = &thread().eval;
     }
 
-    std::string evaluated(int ply = 2, EvalDisplay *display = nullptr) {
+    std::string evaluated(int ply = 2) {
         eval_result = {};
-        const int score = evaluate(pos, *eval, ply, false, eval_result, display);
+        const int score = evaluate(pos, *eval, ply, false, eval_result);
         return std::to_string(score) + ' ' + std::to_string(eval_result.threat_level[WHITE]) + '/' +
                std::to_string(eval_result.threat_level[BLACK]) + (eval_result.flags == RECOGNISED_DRAW ? " draw" : "");
     }

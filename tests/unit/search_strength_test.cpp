@@ -1,5 +1,5 @@
-// Strength limits: the model, the way from a wanted strength to a node rate and back, calibration, and what the rate does
-// to a search.
+// Strength limits: the model, the way from a wanted strength to a node rate, calibration, and what the rate does to a
+// search.
 #include <gmock/gmock.h>
 
 #include "base/output.h"

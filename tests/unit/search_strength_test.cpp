@@ -40,6 +40,12 @@ TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
             << row[1] << ' ' << row[2];
         EXPECT_EQ(said, format_line("info string target nps = %.0f", rate.load()));
     }
+    engine.calibrated_elo = 2923.8;
+    for (const int wanted : {0, 1}) {  // nothing wanted, and a strength that no option stores
+        settings.UCI_Elo = static_cast<std::int16_t>(wanted);
+        apply_target_elo(engine);
+        EXPECT_EQ(settings.UCI_Elo, wanted == 0 ? 2923 : 1500);
+    }
 }
 
 TEST_F(StrengthTest, SlowPlayReducesAtRandom) {

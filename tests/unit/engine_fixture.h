@@ -1,6 +1,9 @@
 // An engine inside the test process, and what is asked of it.
 #pragma once
 
+#include <iterator>
+#include <sstream>
+
 #include "engine/engine.h"
 #include "engine/life.h"
 #include "engine/options.h"
@@ -53,3 +56,9 @@ protected:
     SearchLimits limits = depth_limits(MAX_DEPTH);
     SearchResult result;
 };
+
+// The numbers of a field of a row.
+inline std::vector<double> row_numbers(const std::string &field) {
+    std::istringstream words(field);
+    return {std::istream_iterator<double>(words), {}};
+}

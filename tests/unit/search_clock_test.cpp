@@ -2,8 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <sstream>
-#include <tuple>
 
 #include "engine_fixture.h"
 #include "platform/clock.h"
@@ -14,15 +12,10 @@ namespace {
 constexpr Move BEST = 1, OTHER = 2;
 constexpr double FOR_EVER = std::numeric_limits<double>::infinity();
 
-std::vector<double> numbers(const std::string &field) {
-    std::istringstream words(field);
-    return {std::istream_iterator<double>(words), {}};
-}
-
 // A row of the table of extensions.
 struct Extension {
     explicit Extension(const std::vector<std::string> &row) {
-        const std::vector<double> state = numbers(row[1]);
+        const std::vector<double> state = row_numbers(row[1]);
         target = state[0];
         std::istringstream words(row[2]);
         int iteration = 0, score = 0;
@@ -36,8 +29,8 @@ struct Extension {
                  static_cast<int>(state[5]),
                  false,
                  threads};
-        of_threads = static_cast<int>(numbers(row[3])[0]);
-        in_all = static_cast<int>(numbers(row[3])[1]);
+        of_threads = static_cast<int>(row_numbers(row[3])[0]);
+        in_all = static_cast<int>(row_numbers(row[3])[1]);
     }
     std::vector<ThreadProgress> threads;
     ClockState clock{};
@@ -69,12 +62,12 @@ protected:
 TEST(Clock, Plans) {
     for (const auto &row : data_rows("clock_plan.tsv")) {
         SCOPED_TRACE(row[0]);
-        const std::vector<double> in = numbers(row[1]);
+        const std::vector<double> in = row_numbers(row[1]);
         const TimePlan plan =
             plan_time({static_cast<int>(in[0]), in[1], in[2], in[3], static_cast<int>(in[4]), in[5] != 0.0,
                        static_cast<int>(in[6]), in[7], in[8] != 0.0, static_cast<int>(in[9])});
         const double planned[] = {plan.target, plan.clock, plan.safety, plan.first_check};
-        EXPECT_THAT(planned, testing::Pointwise(testing::DoubleNear(1e-9), numbers(row[2])));
+        EXPECT_THAT(planned, testing::Pointwise(testing::DoubleNear(1e-9), row_numbers(row[2])));
     }
 }
 
@@ -88,7 +81,7 @@ TEST(Clock, ExtensionsOfThreadsAndTrend) {
 
 TEST(Clock, TimeIsUp) {
     for (const auto &row : data_rows("clock_stop.tsv")) {
-        const std::vector<double> in = numbers(row[1]);
+        const std::vector<double> in = row_numbers(row[1]);
         const auto whole = [&in](int i) { return static_cast<int>(in[i]); };
         EXPECT_EQ(time_is_up({in[0], in[1], in[2], 0.0},
                              {in[3], whole(4), whole(5), whole(6), BEST, whole(7), in[8] != 0.0, {}}),
@@ -128,7 +121,7 @@ TEST_F(CheckTime, GathersWhatTheThreadsHaveFound) {
 TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
     for (const auto &row : data_rows("clock_running.tsv")) {
         SCOPED_TRACE(row[0]);
-        const std::vector<double> in = numbers(row[1]);
+        const std::vector<double> in = row_numbers(row[1]);
         shared.search_state = static_cast<std::uint8_t>(in[0]);
         shared.iteration = static_cast<std::uint8_t>(in[1]);
         shared.single_reply = static_cast<std::uint8_t>(in[2]);
@@ -145,36 +138,4 @@ TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
     EXPECT_EQ(shared.stop_flag, STOP_SHUTDOWN);
     shared.plan.first_check = FOR_EVER;
     EXPECT_EQ(stops_after(FOR_EVER), STOP_REPORT) << "at the moment of the first decision";
-}
-
-// What the plan is made of, and who is told.
-TEST_F(CheckTime, PlansByGameLimitsAndSettings) {
-    SearchPlan told{};
-    shared.reporter.context = &told;
-    shared.reporter.planned = [](void *context, const Position &, const SearchPlan &plan) {
-        *static_cast<SearchPlan *>(context) = plan;
-    };
-    play("e2e4");
-    engine.settings.MoveOverhead = 400;
-    engine.settings.UCI_Elo = 1500;
-    limits.clock = {90.0, 50.0};
-    limits.increment = 2.0;
-    limits.moves_to_go = 7;
-    for (const int mode : {0, 1, 1, 40, 40, 40}) {
-        engine.settings.Ponder = engine.settings.Ponder == 0;
-        limits.count_period = !limits.count_period && engine.settings.Ponder == 0;
-        limits.tc_mode = mode;
-        limits.time_per_move = engine.settings.Ponder == 0 ? 6000.0 : 5999.0;
-        begin_search(engine, limits, REQUEST_SEARCH);
-        const TimePlan plan = plan_time(
-            {mode, limits.time_per_move, 50.0, 2.0, 7, limits.count_period, 1, 0.4, engine.settings.Ponder != 0, 1500});
-        EXPECT_EQ(std::tie(shared.plan.target, shared.plan.clock, shared.plan.safety, shared.plan.first_check),
-                  std::tie(plan.target, plan.clock, plan.safety, plan.first_check));
-        EXPECT_EQ(std::tie(told.game_ply, told.target, told.clock), std::make_tuple(1, plan.target, plan.clock));
-        EXPECT_EQ(shared.eval_tables.contempt_active, plan.target < 6000.0);
-    }
-    told = {};
-    limits.noise = NO_PROGRESS_LINES;
-    begin_search(engine, limits, REQUEST_SEARCH);
-    EXPECT_EQ(told.target, 0.0);
 }

@@ -1,6 +1,4 @@
 // The root: iterations, windows and interruptions, what is published of them and what is told.
-#include <functional>
-#include <limits>
 #include <map>
 #include <sstream>
 
@@ -28,6 +26,8 @@ protected:
 
     void hear(const SearchLine &line) {
         told += format_line("%d %d/%d %d %.0f", line.number, line.depth, line.selective_depth, line.score, line.nodes);
+        if (line.hash_fill > 0.0) told += " filled";
+        if (line.tb_hits > 0.0) told += format_line(" %.0f tb", line.tb_hits);
         for (int i = 1; line.pv[i] != NO_MOVE; ++i) told += ' ' + coordinates(line.pv[i]);
         told += "; ";
         if (++lines_heard == stop_at_line) shared.stop_flag = STOP_REPORT;
@@ -39,6 +39,8 @@ protected:
         std::istringstream in(words);
         double value = 0.0;
         for (std::string name; in >> name >> value;) numbers[name] = value;
+        if (whole("tables") != (shared.tablebases.largest > 0))
+            set_up_tablebases(engine, whole("tables") != 0 ? test_data("syzygy") : "");
         set_fen(pos, fen);
         engine.game.history.undo_count = static_cast<std::int16_t>(whole("moves"));
         pos.fifty = static_cast<std::uint8_t>(pos.fifty + whole("fifty"));
@@ -123,5 +125,38 @@ TEST_F(RootTest, SearchesCutOffAnywhereAndWindowsEverywhere) {
         }
         EXPECT_EQ(format_line("%016llx", static_cast<unsigned long long>(hash)), row[short_run() ? 4 : 3])
             << row[0] << '\t' << row[1] << '\t' << row[2];
+    }
+}
+
+TEST_F(RootTest, LinesAreToldWhenTheyAreDue) {
+    set_up(std::string(START_FEN), "depth 1");
+    run();
+    const auto speaks = [this](const auto &tell) {
+        told.clear();
+        tell();
+        return !told.empty();
+    };
+    for (const auto &row : data_rows("root_due.tsv")) {
+        const std::vector<double> in = row_numbers(row[1]);
+        shared.stop_flag = static_cast<std::uint8_t>(in[0]);
+        shared.elapsed = in[1];
+        shared.start = monotonic_seconds() - in[1];
+        shared.noise = in[2];
+        shared.result.depth = thread().best_depth = static_cast<std::int8_t>(in[3]);
+        shared.result.pv[1] = thread().line[1] = static_cast<Move>(in[4]);
+        shared.pv_lines = static_cast<int>(in[5]);
+        const double progress = progress_due(shared);
+        const double end = final_line(shared).has_value();
+        const double current = speaks([this] { report_current_move(thread(), 77, 2); });
+        const auto publish = [this] { publish_best(thread()); };
+        thread().score = static_cast<std::int16_t>(shared.result.score + 1);
+        shared.result.change_depth = 55;
+        const double published = speaks(publish);
+        EXPECT_EQ((std::vector<double>{progress, published, end, current}), row_numbers(row[2])) << row[0];
+        EXPECT_FALSE(speaks(publish)) << row[0] << ": the same again";
+        EXPECT_EQ(shared.result.change_depth, 55);
+        shared.result.pv[1] = 78;
+        EXPECT_EQ(speaks(publish), published == 1.0);
+        EXPECT_EQ(shared.result.change_depth, thread().best_depth);
     }
 }

@@ -1,19 +1,11 @@
-// The pool of search threads: what the secondary ones do, what all of them share, and where they run.
-#include <sched.h>
-#include <unistd.h>
-
+// The pool of search threads: what the secondary ones do, and what all of them share.
 #include <thread>
 
-#include "base/output.h"
 #include "engine_fixture.h"
 #include "platform/clock.h"
-#include "platform/topology.h"
 #include "search/picker.h"
-#include "search/report.h"
 
 namespace {
-
-constexpr std::string_view ENDING = "8/1p3kp1/8/8/2P5/6PP/1P3K2/8 w - -";
 
 std::uint32_t next_random(std::uint32_t state) { return state * 19375 + 987654321; }
 
@@ -38,7 +30,7 @@ protected:
 
 }  // namespace
 
-// A depth that more than half of the threads have reached is left out, from the seventh on.
+// A depth that more than half of the threads have reached is left out, from the seventh on. Nothing is published.
 TEST_F(ThreadsTest, SecondaryThreadsSkipDepths) {
     const struct {
         std::vector<int> others;  // depths of the other threads
@@ -55,7 +47,7 @@ TEST_F(ThreadsTest, SecondaryThreadsSkipDepths) {
         {{9, 9}, 9, 1, " 1 2 3 4 5 6 8 9"},
         {{9, 0}, 9, 1, " 1 2 3 4 5 6 7 8 9"},
     };
-    set_fen(pos, ENDING);
+    set_fen(pos, "8/1p3kp1/8/8/2P5/6PP/1P3K2/8 w - -");
     for (const auto &c : cases) {
         start(static_cast<int>(c.others.size()) + 1);
         engine.settings.MultiPV = static_cast<std::int16_t>(c.lines);
@@ -65,8 +57,18 @@ TEST_F(ThreadsTest, SecondaryThreadsSkipDepths) {
         search_thread(secondary);
         std::string depths;
         for (std::size_t depth = 0; depth < shared.nodes_by_depth.size(); ++depth)
-            if (shared.nodes_by_depth[depth] != 0) depths += format_line(" %d", static_cast<int>(depth));
+            if (shared.nodes_by_depth[depth] != 0) depths += ' ' + std::to_string(depth);
         EXPECT_EQ(depths, c.depths) << c.others.size() << " others, the last at " << c.others.back();
+        EXPECT_EQ(shared.result.pv[1] + shared.result.depth + shared.result.change_depth + shared.last_iteration, 0);
+        EXPECT_EQ(std::tie(shared.iteration, shared.stop_flag), std::make_tuple(2, STOP_NONE));
+    }
+    for (const auto &[fen, known] :
+         {std::pair{"k7/2Q5/8/8/8/8/8/K7 b - -", NO_TB_RESULT}, {"7k/8/8/8/8/8/8/K7 w - -", TB_DRAW}}) {
+        set_fen(pos, fen);  // stalemate, or a result that thread 0 has found in a table
+        SearchThread &secondary = prepare_secondary(4);
+        shared.root_tb_result = known;
+        search_thread(secondary);
+        EXPECT_EQ(secondary.nodes + shared.stop_flag + shared.single_reply, 0U);
     }
 }
 
@@ -111,34 +113,6 @@ TEST_F(ThreadsTest, SecondaryThreadsPerturbTheRootOrder) {
     EXPECT_TRUE(seed_found);
 }
 
-TEST_F(ThreadsTest, SecondaryThreadsPublishNothing) {
-    start(2);
-    SearchThread &secondary = prepare_secondary(4);
-    search_thread(secondary);
-    EXPECT_NE(secondary.line[1], NO_MOVE);
-    EXPECT_EQ(secondary.best_depth, 4);
-    EXPECT_EQ(shared.result.pv[1], NO_MOVE);
-    EXPECT_EQ(shared.result.depth, 0);
-    EXPECT_EQ(shared.last_iteration, 0);
-    EXPECT_EQ(shared.iteration, 2);
-    EXPECT_EQ(shared.stop_flag, STOP_NONE);
-    EXPECT_EQ(secondary.plies[0].static_eval, -secondary.root_eval);
-
-    prepare_secondary(4).line[1] = NO_MOVE;
-    shared.root_tb_result = TB_DRAW;  // known to thread 0: nothing to search
-    search_thread(secondary);
-    EXPECT_EQ(secondary.nodes, 0U);
-
-    set_fen(pos, "7k/8/8/8/8/8/6q1/K6r w - -");
-    prepare_secondary(4);
-    search_thread(secondary);
-    EXPECT_EQ(shared.single_reply, 0);
-    set_fen(pos, "k7/2Q5/8/8/8/8/8/K7 b - -");
-    prepare_secondary(4);
-    search_thread(secondary);
-    EXPECT_EQ(shared.stop_flag, STOP_NONE);
-}
-
 TEST_F(ThreadsTest, SecondaryThreadsStartAfterTheFirstIteration) {
     start(2);
     SearchThread &secondary = prepare_secondary(2, 1);
@@ -153,45 +127,6 @@ TEST_F(ThreadsTest, SecondaryThreadsStartAfterTheFirstIteration) {
     shared.iteration = 2;
     searching.join();
     EXPECT_GT(secondary.nodes, 0U);
-}
-
-TEST_F(ThreadsTest, ThreadZeroHasAHeadStart) {
-    for (const int threads : {1, 2}) {
-        start(threads);
-        bool at_once = false;
-        for (int round = 0; round < (threads == 1 ? 50 : 3) && !at_once; ++round) {
-            prepare_secondary(1, 1);
-            const double began = monotonic_seconds();
-            start_search_threads(shared);
-            at_once = monotonic_seconds() - began < 0.005;
-            wait_until_idle(shared.pool);
-        }
-        EXPECT_EQ(at_once, threads == 1);
-    }
-}
-
-TEST_F(ThreadsTest, EveryThreadGetsTheGame) {
-    start(2);
-    play("e2e4 e7e5 g1f3");
-    const MoveHistory &game = engine.game.history;
-    SearchThread &last = record(1);
-    for (const std::int64_t budget : {0, 1, 5000}) {
-        last.history.ply = 9;
-        last.history.current_move = last.line[1] = 9;
-        last.eval.iteration = last.selective_depth = last.aspiration = 9;
-        last.best_depth = last.null_depth = 9;
-        shared.node_limit = budget;
-        prepare_threads(shared, pos);
-        EXPECT_EQ(differing_fields(last.position, pos), "");
-        EXPECT_EQ(last.position.history, &last.history);
-        EXPECT_EQ(last.history.undo_count, 3);
-        for (int ply = 0; ply < 3; ++ply) EXPECT_EQ(last.history.undo[ply].key, game.undo[ply].key);
-        EXPECT_EQ(last.history.ply, ROOT_PLY);
-        EXPECT_EQ(last.history.current_move, game.current_move);
-        EXPECT_EQ(last.eval.iteration + last.best_depth + last.null_depth + last.selective_depth, 0);
-        EXPECT_EQ(last.aspiration + last.line[1], 0);
-        EXPECT_EQ(last.node_budget, budget > 0 ? static_cast<std::uint64_t>(budget) : std::uint64_t{1} << 62);
-    }
 }
 
 TEST_F(ThreadsTest, CountersAreSummedAndReset) {
@@ -213,54 +148,23 @@ TEST_F(ThreadsTest, CountersAreSummedAndReset) {
 
 TEST_F(ThreadsTest, AllThreadsClearTheTable) {
     const TranspositionTable &table = shared.table;
-    const std::size_t all = table.count + 16;
-    const auto cleared = [&](void (*clear)(SearchShared &)) {
-        for (std::size_t i = 0; i < all; ++i) table.entries[i].data_word = i + 1;
-        clear(shared);
-        return std::all_of(table.entries, table.entries + all, [](const TtEntry &e) { return e.data_word == 0; });
+    const auto clears = [&] {
+        for (std::size_t i = 0; i < table.count + 16; ++i) table.entries[i].data_word = i + 1;
+        clear_table_if_idle(shared);
+        return std::all_of(table.entries, table.entries + table.count + 16, [](auto &e) { return e.data_word == 0; });
     };
     for (const int threads : {1, 2, 3, 7}) {
         start(threads);
-        shared.table.fresh = false;
-        EXPECT_TRUE(cleared(clear_table)) << threads;
-        EXPECT_TRUE(cleared(clear_table_if_idle)) << threads;
+        clear_table(shared);
+        EXPECT_FALSE(table.fresh);
+        EXPECT_TRUE(clears()) << threads;
     }
-    EXPECT_EQ(busy_threads(shared.pool), 0);
     record(6).command.store(50);  // none that it knows
-    EXPECT_EQ(busy_threads(shared.pool), 1);
-    EXPECT_FALSE(cleared(clear_table_if_idle));
+    EXPECT_FALSE(clears());
     record(6).command.store(COMMAND_IDLE);
     shared.table.enabled = 0;
-    EXPECT_FALSE(cleared(clear_table_if_idle));
-    shared.table.fresh = true;
-    clear_table(shared);
-    EXPECT_FALSE(table.fresh);
+    EXPECT_FALSE(clears());
     stop_threads(shared);
     EXPECT_EQ(shared.pool.size, 0);
     EXPECT_EQ(shared.stop_flag, STOP_SHUTDOWN);
-}
-
-// Up to 32 threads run where they have been started; of more of them, as many as there are places are bound to nodes.
-TEST_F(ThreadsTest, ManyThreadsAreBoundToNodes) {
-    const Topology topology = read_topology();
-    cpu_set_t usual, one;
-    ASSERT_EQ(sched_getaffinity(0, sizeof usual, &usual), 0);
-    if (topology.nodes == 0 || CPU_COUNT(&usual) < 2) GTEST_SKIP() << "no nodes, or nothing to choose from";
-    EXPECT_EQ(topology.logical, sysconf(_SC_NPROCESSORS_ONLN));
-    const int places = static_cast<int>(placement_list(topology).size());
-    CPU_ZERO(&one);
-    for (std::size_t cpu = 0; CPU_COUNT(&one) == 0; ++cpu)
-        if (CPU_ISSET(cpu, &usual)) CPU_SET(cpu, &one);
-    for (const int threads : {32, 33}) {
-        ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
-        start(threads);
-        ASSERT_EQ(sched_setaffinity(0, sizeof usual, &usual), 0);
-        int bound = -1;  // this thread
-        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-            cpu_set_t set;
-            ASSERT_EQ(sched_getaffinity(std::stoi(task.path().filename()), sizeof set, &set), 0);
-            bound += CPU_COUNT(&set) > 1;
-        }
-        EXPECT_EQ(bound, threads > 32 ? std::min(places, threads) : 0);
-    }
 }

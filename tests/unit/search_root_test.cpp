@@ -40,7 +40,7 @@ protected:
         double value = 0.0;
         for (std::string name; in >> name >> value;) numbers[name] = value;
         if (whole("tables") != (shared.tablebases.largest > 0))
-            set_up_tablebases(engine, whole("tables") != 0 ? test_data("syzygy") : "");
+            set_up_tablebases(engine, whole("tables") != 0 ? (test_data_directory() / "syzygy").string() : "");
         set_fen(pos, fen);
         engine.game.history.undo_count = static_cast<std::int16_t>(whole("moves"));
         pos.fifty = static_cast<std::uint8_t>(pos.fifty + whole("fifty"));

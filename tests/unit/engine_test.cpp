@@ -122,7 +122,8 @@ TEST(Engines, KeepHashAndThreadsInRange) {
         settings.Threads = c.threads;
         ASSERT_EQ(start_engine(engine, settings, {}), 0);
         EXPECT_EQ(engine.settings.Hash, c.kept_hash);
-        EXPECT_EQ(engine.default_settings.Threads, c.kept_threads);
+        EXPECT_EQ(engine.default_settings.Hash, c.kept_hash);
+        EXPECT_FALSE(engine.settings_changed);
         EXPECT_EQ(engine.shared.pool.size, c.kept_threads);
     }
 }

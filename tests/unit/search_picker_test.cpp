@@ -6,6 +6,29 @@
 
 namespace {
 
+// The same on every standard library: no distribution objects.
+class Random {
+public:
+    explicit Random(std::uint64_t seed) : engine_(seed) {}
+    std::uint64_t bits() { return engine_(); }
+    int below(int limit) { return static_cast<int>(engine_() % static_cast<std::uint64_t>(limit)); }
+
+private:
+    std::mt19937_64 engine_;
+};
+
+// Whether a piece, kings apart, attacks a square.
+bool attacks(Piece piece, Square from, Square target, Bitboard occupied) {
+    switch (type_of(piece)) {
+    case PAWN: return (pawn_attacks(colour_of(piece), from) >> target & 1) != 0;
+    case KNIGHT: return (knight_attacks(from) >> target & 1) != 0;
+    case BISHOP: return (bishop_attacks(from, occupied) >> target & 1) != 0;
+    case ROOK: return (rook_attacks(from, occupied) >> target & 1) != 0;
+    case QUEEN: return (queen_attacks(from, occupied) >> target & 1) != 0;
+    default: return false;
+    }
+}
+
 class PickerTest : public EngineTest {
 protected:
     // Fills killers, counter moves, follow-ups and history with anything.
@@ -103,8 +126,7 @@ TEST_F(PickerTest, DeliversTheMovesOfQuiescence) {
             const bool promotes = pawn && relative_rank(pos.side, to) == 7;
             if (entry.captured != 0 || (pawn && to == pos.ep_square) || promotes) {
                 if (!promotes || (entry.move & PROMOTE_QUEEN) != 0) loud.push_back(entry.move);
-            } else if ((walked_attacks(entry.piece, to, pos.occupied()) >> king & 1) != 0 &&
-                       type_of(entry.piece) != KING) {
+            } else if (attacks(entry.piece, to, king, pos.occupied())) {
                 checks.push_back(entry.move);
             } else if (pawn && relative_rank(pos.side, from) == 5) {
                 checks.push_back(entry.move);

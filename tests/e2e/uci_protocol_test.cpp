@@ -17,6 +17,7 @@ std::string knight_dance(int plies) {
 using UciProtocol = EngineTest;
 
 TEST_F(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
+    directory_.write("dos.cfg", "OwnBook_File = \xc3\xa9.bin\r\n");
     const std::pair<std::string, Lines> CASES[] = {
         {"isready\nsetoption name Contempt value 7\nisready\n",
          {"readyok", "info string Contempt set to 7", "readyok"}},
@@ -25,7 +26,9 @@ TEST_F(UciProtocol, ReadsLinesHoweverTheyAreFramed) {
         {"isready\rsetoption name Contempt value 9\n", {"readyok"}},
         {std::string("isready\0isready\n", 16), {"readyok", "readyok"}},
         {"\xff\xfe\x80\nposition startpos moves \xff\xff\xff\xff\n", {"info string illegal move \xff\xff\xff\xff"}},
-        {"setoption name OwnBook_File value \xc3\xa9.bin\n", {"info string OwnBook_File set to '\xc3\xa9.bin'"}},
+        {"setoption name ConfigFilePath value dos.cfg\n",
+         {"info string ConfigFilePath set to 'dos.cfg'", "info string loading parameters from dos.cfg",
+          "info string OwnBook_File set to '\xc3\xa9.bin'"}},
     };
     for (const auto &[bytes, replies] : CASES) {
         engine_.send_raw(bytes);

@@ -83,7 +83,7 @@ class Copy:
         shutil.rmtree(self.folder, ignore_errors=True)
         shutil.copytree(ROOT, self.tree, symlinks=True, ignore=shutil.ignore_patterns("build", ".git"))
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
-        flags = ["-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG", "-DDRAL_LTO=OFF"]
+        flags = ["-DCMAKE_BUILD_TYPE=Release", "-DDRAL_LTO=OFF"]
         self.usual = {}
         ready = self.run(["cmake", "-S", self.tree, "-B", self.build, *flags, *launcher], 600) and self.make("dral")
         if not ready or self.first_failure() is not None:

@@ -49,7 +49,10 @@ TEST(History, HoldsTheLongestGameAndASearch) {
     EXPECT_EQ(int{pos.fifty}, 255);
     EXPECT_EQ(pos.history->ply, PLIES + 2);
     unmake_null_move(pos);
-    for (int i = PLIES; i > 0; --i) unmake_move(pos);
+    for (int i = PLIES; i > 0; --i) {
+        ASSERT_EQ(coordinates(pos.history->current_move), TOUR[(i - 1) % 4]);
+        unmake_move(pos);
+    }
     EXPECT_EQ(state_of(pos), before);
 }
 

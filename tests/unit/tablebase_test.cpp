@@ -19,20 +19,10 @@ protected:
         ASSERT_GE(tb_setup(tables, directory).tables, 35U);
     }
 
-    static std::unique_ptr<TestPosition> board_at(const std::string &fen, const std::string &clock = "0") {
-        auto board = make_test_position(fen);
-        board->pos.fifty = static_cast<std::uint8_t>(std::stoi(clock));
-        return board;
-    }
-    // The value of a position, or "failed".
-    std::string wdl(const Position &pos) {
+    // What tb_wdl or tb_dtz answers, or "failed".
+    std::string ask(decltype(tb_wdl) &question, const Position &pos) {
         TbSuccess success = TB_EXACT;
-        const int value = tb_wdl(tables, tb_position(pos, 0), success);
-        return success == TB_FAILED ? "failed" : std::to_string(value);
-    }
-    std::string dtz(const Position &pos) {
-        TbSuccess success = TB_EXACT;
-        const int value = tb_dtz(tables, tb_position(pos, 0), success);
+        const int value = question(tables, tb_position(pos, 0), success);
         return success == TB_FAILED ? "failed" : std::to_string(value);
     }
 
@@ -57,18 +47,19 @@ TEST_F(EndgameTables, HaveTheValuesOfTheReference) {
     const auto rows = reference_rows();
     ASSERT_GE(rows.size(), 3218U);
     for (const auto &[fen, win, distance] : rows) {
-        const auto board = board_at(fen);
-        EXPECT_EQ(fields(wdl(board->pos), dtz(board->pos)), fields(win, distance)) << fen;
+        const auto board = make_test_position(fen);
+        EXPECT_EQ(fields(ask(tb_wdl, board->pos), ask(tb_dtz, board->pos)), fields(win, distance)) << fen;
     }
 }
 
 TEST_F(EndgameTables, AreProbedAtTheRootWithTheClock) {
     check_rows("tablebase/probes.tsv", 3, [this](const auto &row) {
-        const auto board = board_at(row[1], row[2]);
+        const auto board = make_test_position(row[1]);
+        board->pos.fifty = static_cast<std::uint8_t>(std::stoi(row[2]));
         const TbRoot root = tb_probe_root(tables, board->pos);
         const bool valid = tb_is_valid(tb_position(board->pos, 0));
-        return fields(valid ? wdl(board->pos) : "not valid", valid ? dtz(board->pos) : "not valid", root.result,
-                      coordinates(root.move));
+        return fields(valid ? ask(tb_wdl, board->pos) : "not valid", valid ? ask(tb_dtz, board->pos) : "not valid",
+                      root.result, coordinates(root.move));
     });
 }
 
@@ -113,7 +104,7 @@ TEST_F(EndgameTables, FirstProbesFromManyThreadsAgree) {
     std::array<int, 8> differences{};
     for (int &own : differences)
         threads.emplace_back([&] {
-            for (std::size_t i = 0; i < 60; ++i) own += wdl(make_test_position(rows[i][0])->pos) != rows[i][1];
+            for (std::size_t i = 0; i < 60; ++i) own += ask(tb_wdl, make_test_position(rows[i][0])->pos) != rows[i][1];
         });
     for (std::thread &thread : threads) thread.join();
     EXPECT_EQ(differences, (std::array<int, 8>{}));
@@ -128,7 +119,7 @@ protected:
     }
     ~EndgameFiles() override { fs::remove_all(folder_); }
     void copy(const std::string &from, const std::string &to) const {
-        fs::copy_file(fs::path(directory) / from, folder_ / to);
+        fs::copy_file(fs::path(directory) / from, folder_ / to, fs::copy_options::overwrite_existing);
     }
     void write(const std::string &name, const std::string &content) const { std::ofstream(folder_ / name) << content; }
     // Paths in which "@" stands for the place of the folders.
@@ -170,12 +161,24 @@ TEST_F(EndgameFiles, FilesThatCannotBeUsedAreReportedOnce) {
     check_rows("tablebase/reports.tsv", 1, [&](const auto &row) {
         const auto board = make_test_position(row[0]);
         told.clear();
-        const std::string first = wdl(board->pos);
-        EXPECT_EQ(wdl(board->pos), first);
+        const std::string first = ask(tb_wdl, board->pos);
+        EXPECT_EQ(ask(tb_wdl, board->pos), first);
         const int root = tb_probe_root(tables, board->pos).result;
         EXPECT_EQ(tb_probe_root(tables, board->pos).result, root);
         std::ranges::replace(told, '\n', '/');
         return fields(first, root, told);
+    });
+}
+
+// Files with the flags of values in plies, which small tables have no use for: a byte of a table is changed.
+TEST_F(EndgameFiles, DistancesAreInPliesOrMoves) {
+    check_rows("tablebase/plies.tsv", 4, [this](const auto &row) {
+        copy(row[0] + ".rtbw", "A/" + row[0] + ".rtbw");
+        copy(row[0] + ".rtbz", "A/" + row[0] + ".rtbz");
+        std::fstream(folder_ / "A" / (row[0] + ".rtbz")).seekp(std::stoi(row[1]))
+            << static_cast<char>(std::stoi(row[2]));
+        tb_setup(tables, paths("@A"));
+        return ask(tb_dtz, make_test_position(row[3])->pos);
     });
 }
 

@@ -71,7 +71,7 @@ protected:
         shared.stop_flag = STOP_NONE;
         shared.seed = static_cast<std::uint32_t>(number("seed"));
         shared.params.random_reduction_rate = number("rate");
-        thread.nodes = thread.hash_hits = thread.tb_hits = 0;
+        thread.nodes = thread.hash_probes = 0;
         thread.eval.iteration = static_cast<std::uint8_t>(number("iteration", 8));
         thread.null_depth = static_cast<std::int8_t>(number("nulls"));
         thread.selective_depth = 0;
@@ -91,7 +91,7 @@ protected:
         record.killer1 = move("killer1");
         record.killer2 = move("killer2");
         record.check_killer = move("check_killer");
-        record.static_eval = 0;
+        parent.static_eval = 0;
         parent.current = &path[1];
         parent.node_type = static_cast<std::int16_t>(number("parent_type", -number("type")));
         parent.moves_searched = static_cast<std::uint16_t>(number("parent_moves"));
@@ -121,12 +121,13 @@ protected:
         return thread;
     }
 
-    // "score nodes line; the table's depth, bound, score and move".
+    // "score nodes/probes/deepest-ply line; the table's depth, bound, score and move".
     std::string search_result(SearchThread &thread) {
         Line pv{};
         const int score = search_node(thread, ply, number("depth"), number("alpha", -INFINITE),
                                       number("beta", INFINITE), static_cast<NodeType>(number("type")), pv);
-        std::string text = std::to_string(score) + ' ' + std::to_string(thread.nodes);
+        std::string text = std::to_string(score) + ' ' + std::to_string(thread.nodes) + '/' +
+                           std::to_string(thread.hash_probes) + '/' + std::to_string(thread.selective_depth);
         for (int i = ply; i < PV_SIZE && pv[i] != NO_MOVE; ++i) text += ' ' + coordinates(pv[i]);
         const TtHit hit = tt_probe(engine.shared.table, pos);
         if (hit.entry == nullptr) return text + "; none";
@@ -152,6 +153,17 @@ TEST_F(NodeTest, NodesDoWhatTheirRulesSay) {
     }
 }
 
+// An entry that cuts a node counts as one of the running search from then on.
+TEST_F(NodeTest, UsedEntriesAreYoungAgain) {
+    SearchThread &thread =
+        enter(std::string(START_FEN), "depth=1 type=1 alpha=20 beta=21 tt_bound=2 tt_score=30 tt_depth=1");
+    const TtEntry &entry = *tt_probe(engine.shared.table, pos).entry;
+    const std::uint64_t old = entry.data_word;
+    const std::uint64_t age = std::exchange(engine.shared.table.age, std::uint16_t{9});
+    search_result(thread);
+    EXPECT_EQ(entry.data_word, old ^ (age ^ 9) << 48);
+}
+
 TEST_F(NodeTest, MovesComeInTheirOrder) {
     for (const auto &row : data_rows("picker_order.tsv")) {
         ASSERT_EQ(row.size(), 3U);
@@ -167,6 +179,7 @@ TEST_F(NodeTest, MovesComeInTheirOrder) {
 TEST_F(NodeTest, SearchesKeepTheirNodeCounts) {
     for (const auto &row : data_rows("search_nodes.tsv")) {
         ASSERT_EQ(row.size(), 4U);
+        if (short_run() && row[3].find('/') > 4) continue;  // of five digits
         enter_game(row[0], row[1]);
         std::string results;
         std::istringstream depths(row[2]);

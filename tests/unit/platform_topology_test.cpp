@@ -17,4 +17,5 @@ TEST(Topology, PlacementFillsCoresBeforeSiblings) {
     EXPECT_EQ(placement_list({2, 6, 12}), (std::vector<int>{0, 0, 0, 1, 1, 1, 0, 1, 0, 1, 0, 1}));
     EXPECT_EQ(placement_list({2, 5, 5}), (std::vector<int>{0, 0, 1, 1}));
     EXPECT_TRUE(placement_list({0, 4, 8}).empty());
+    EXPECT_EQ(numa_node_for_thread({4, 7}, 2), -1);
 }

@@ -134,16 +134,17 @@ protected:
 
 TEST_F(EndgameFiles, PathListsAreSplit) {
     copy("KQvK.rtbw", "A/KQvK.rtbw");
-    for (const std::string name : {"KRvK.rtbw", "KPvK.rtbw", "KBNvK.rtbw", "KQvK.rtbw"}) copy(name, "B/" + name);
+    for (const std::string name :
+         {"KQvK", "KRvK", "KPvK", "KBNvK", "KQQvKQ", "KQQQvK", "KQQvKQQ", "KQQQvKQ", "KPPPPvK"})
+        copy("KQvK.rtbw", "B/" + name + ".rtbw");
     check_rows("tablebase/paths.tsv", 1, [this](const auto &row) {
         const TbSetup setup = tb_setup(tables, paths(row[0]));
-        EXPECT_EQ(setup.error, "");
         return fields(setup.searched, setup.tables, tables.largest);
     });
     // A path of 259 characters is searched; one that is longer ends the search.
-    const std::string slashes(259 - paths("@B/KBNvK.rtbw").size(), '/');
-    EXPECT_EQ(tb_setup(tables, paths("@A;@B" + slashes)).tables, 4U);
-    EXPECT_EQ(tb_setup(tables, paths("@B" + slashes + "/;@A")).tables, 3U);
+    const std::string slashes(259 - paths("@B/KPPPPvK.rtbw").size(), '/');
+    EXPECT_EQ(tb_setup(tables, paths("@A;@B" + slashes)).tables, 9U);
+    EXPECT_EQ(tb_setup(tables, paths("@B" + slashes + "/;@B")).tables, 6U);
 }
 
 TEST_F(EndgameFiles, FilesThatCannotBeUsedAreReportedOnce) {

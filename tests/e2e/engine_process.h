@@ -212,7 +212,7 @@ private:
 
     void take_output() {
         output_ended_ = drain(output_, unfinished_);
-        if (output_ended_ && !unfinished_.empty()) unfinished_ += '\n';
+        if (output_ended_ && !unfinished_.empty() && !unfinished_.ends_with('\n')) unfinished_ += '\n';
         std::size_t start = 0;
         for (std::size_t end; (end = unfinished_.find('\n', start)) != std::string::npos; start = end + 1) {
             lines_.push_back(unfinished_.substr(start, end - start));

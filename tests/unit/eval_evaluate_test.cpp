@@ -47,7 +47,7 @@ protected:
 // caches are in use: none may outlive a change.
 TEST_F(EvaluateTest, Rows) {
     eval->iteration = 5;
-    for (const char *name : {"eval_settings.tsv", "eval_terms.tsv", "eval_endings.tsv"}) {
+    for (const char *name : {"eval/settings.tsv", "eval/terms.tsv", "eval/endings.tsv"}) {
         std::string settings = "none yet";
         for (const std::vector<std::string> &row : data_rows(name)) {
             SCOPED_TRACE(row[0] + " | " + row[1] + " | " + row[2]);
@@ -142,7 +142,7 @@ TEST_F(EvaluateTest, PawnEndingsAreCounted) {
 TEST(Tunables, NameTheWeights) {
     EvalWeights weights;
     std::vector<TunableParam> params = eval_tunables(weights);
-    const auto rows = data_rows("eval_tunables.tsv");
+    const auto rows = data_rows("eval/tunables.tsv");
     ASSERT_EQ(params.size(), rows.size());
     std::int16_t value = 0;
     for (const TunableParam &param : params) param.weight.of(weights) = ++value;

@@ -60,7 +60,7 @@ protected:
 }  // namespace
 
 TEST(Clock, Plans) {
-    for (const auto &row : data_rows("clock_plan.tsv")) {
+    for (const auto &row : data_rows("search/clock_plan.tsv")) {
         SCOPED_TRACE(row[0]);
         const std::vector<double> in = row_numbers(row[1]);
         const TimePlan plan =
@@ -72,7 +72,7 @@ TEST(Clock, Plans) {
 }
 
 TEST(Clock, ExtensionsOfThreadsAndTrend) {
-    for (const auto &row : data_rows("clock_extension.tsv")) {
+    for (const auto &row : data_rows("search/clock_extension.tsv")) {
         const Extension extension(row);
         EXPECT_EQ(thread_extension(extension.clock), extension.of_threads) << row[0];
         EXPECT_EQ(time_extension({extension.target, 60.0, 0.0, 0.0}, extension.clock), extension.in_all) << row[0];
@@ -80,7 +80,7 @@ TEST(Clock, ExtensionsOfThreadsAndTrend) {
 }
 
 TEST(Clock, TimeIsUp) {
-    for (const auto &row : data_rows("clock_stop.tsv")) {
+    for (const auto &row : data_rows("search/clock_stop.tsv")) {
         const std::vector<double> in = row_numbers(row[1]);
         const auto whole = [&in](int i) { return static_cast<int>(in[i]); };
         EXPECT_EQ(time_is_up({in[0], in[1], in[2], 0.0},
@@ -92,7 +92,7 @@ TEST(Clock, TimeIsUp) {
 
 // The same extensions out of what the threads have published: after 1000 of 2000 seconds one percent is 10 seconds.
 TEST_F(CheckTime, GathersWhatTheThreadsHaveFound) {
-    for (const auto &row : data_rows("clock_extension.tsv")) {
+    for (const auto &row : data_rows("search/clock_extension.tsv")) {
         const Extension extension(row);
         if (extension.clock.elapsed <= 0.5 * extension.target) continue;
         SCOPED_TRACE(row[0]);
@@ -119,7 +119,7 @@ TEST_F(CheckTime, GathersWhatTheThreadsHaveFound) {
 }
 
 TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
-    for (const auto &row : data_rows("clock_running.tsv")) {
+    for (const auto &row : data_rows("search/clock_running.tsv")) {
         SCOPED_TRACE(row[0]);
         const std::vector<double> in = row_numbers(row[1]);
         shared.search_state = static_cast<std::uint8_t>(in[0]);

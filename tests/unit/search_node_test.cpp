@@ -144,7 +144,7 @@ protected:
 }  // namespace
 
 TEST_F(NodeTest, NodesDoWhatTheirRulesSay) {
-    for (const auto &row : data_rows("search_node.tsv")) {
+    for (const auto &row : data_rows("search/node.tsv")) {
         SearchThread &thread = enter(row[1], row[2]);
         EXPECT_EQ(search_result(thread), row[3]) << row[0] << " | " << row[1] << " | " << row[2];
         EXPECT_EQ(thread.null_depth, number("nulls"));
@@ -164,7 +164,7 @@ TEST_F(NodeTest, UsedEntriesAreYoungAgain) {
 }
 
 TEST_F(NodeTest, MovesComeInTheirOrder) {
-    for (const auto &row : data_rows("picker_order.tsv")) {
+    for (const auto &row : data_rows("search/picker_order.tsv")) {
         SearchThread &thread = enter(row[0], row[1]);
         start_picking(thread.plies[ply], static_cast<PickKind>(number("kind")));
         std::string picked;
@@ -175,7 +175,7 @@ TEST_F(NodeTest, MovesComeInTheirOrder) {
 }
 
 TEST_F(NodeTest, SearchesKeepTheirNodeCounts) {
-    for (const auto &row : data_rows("search_nodes.tsv")) {
+    for (const auto &row : data_rows("search/nodes.tsv")) {
         if (short_run() && row[3].find('/') > 4) continue;  // of five digits
         enter_game(row[0], row[1]);
         std::string results;

@@ -104,7 +104,7 @@ std::uint64_t hash_on(std::uint64_t hash, const std::string &text) {
 }  // namespace
 
 TEST_F(RootTest, SearchesTellWhatTheyFind) {
-    for (const auto &row : data_rows("root_searches.tsv")) {
+    for (const auto &row : data_rows("search/root_searches.tsv")) {
         set_up(row[0], row[1]);
         EXPECT_EQ(run(), row[2]) << row[0] << '\t' << row[1];
     }
@@ -112,7 +112,7 @@ TEST_F(RootTest, SearchesTellWhatTheyFind) {
 
 // What is told of many searches, with each of the numbers from one to another in steps.
 TEST_F(RootTest, SearchesCutOffAnywhereAndWindowsEverywhere) {
-    for (const auto &row : data_rows("root_sweeps.tsv")) {
+    for (const auto &row : data_rows("search/root_sweeps.tsv")) {
         std::istringstream sweep(row[2]);
         std::string name;
         int first = 0, last = 0, step = 0;
@@ -136,7 +136,7 @@ TEST_F(RootTest, LinesAreToldWhenTheyAreDue) {
         tell();
         return !told.empty();
     };
-    for (const auto &row : data_rows("root_due.tsv")) {
+    for (const auto &row : data_rows("search/root_due.tsv")) {
         const std::vector<double> in = row_numbers(row[1]);
         shared.stop_flag = static_cast<std::uint8_t>(in[0]);
         shared.elapsed = in[1];

@@ -16,7 +16,7 @@ protected:
 };
 
 TEST_F(StrengthTest, ModelRisesWithTheRate) {
-    for (const auto &row : data_rows("strength_model.tsv"))
+    for (const auto &row : data_rows("search/strength_model.tsv"))
         EXPECT_NEAR(elo_model(std::stod(row[0])), std::stod(row[1]), 0.001) << row[0];
     limit_rate(engine, 10.0);
     EXPECT_EQ(rate, 30.0);
@@ -31,7 +31,7 @@ TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
     engine.shared.reporter.message = [](void *text, std::string_view line) {
         *static_cast<std::string *>(text) = line;
     };
-    for (const auto &row : data_rows("strength_wanted.tsv")) {
+    for (const auto &row : data_rows("search/strength_wanted.tsv")) {
         engine.calibrated_nps = std::stod(row[0]);
         engine.calibrated_elo = std::stod(row[1]);
         settings.UCI_LimitStrength = 1;
@@ -49,7 +49,7 @@ TEST_F(StrengthTest, WantedStrengthBecomesANodeRate) {
 }
 
 TEST_F(StrengthTest, SlowPlayReducesAtRandom) {
-    for (const auto &row : data_rows("strength_reductions.tsv")) {
+    for (const auto &row : data_rows("search/strength_reductions.tsv")) {
         derive_search_params(settings.search, std::stoi(row[0]), std::stod(row[1]), engine.shared.params);
         EXPECT_EQ(std::to_string(engine.shared.params.random_reduction_rate), row[2]) << row[0] << ' ' << row[1];
     }
@@ -95,7 +95,7 @@ TEST_F(StrengthTest, SearchKeepsTheRate) {
 // Below 10,000 nodes a second the first two iterations have narrow windows; below 2400 a move gets less time.
 TEST_F(StrengthTest, SlowSearchesStartNarrowly) {
     settings.UCI_LimitStrength = 1;
-    for (const auto &row : data_rows("strength_windows.tsv")) {
+    for (const auto &row : data_rows("search/strength_windows.tsv")) {
         clear_table(engine.shared);
         set_fen(pos, row[0]);
         rate = std::stod(row[1]);

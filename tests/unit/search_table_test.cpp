@@ -69,7 +69,7 @@ TEST_F(TableTest, SamePositionKeepsMuchDeeperResult) {
 TEST_F(TableTest, FullBucketGivesUpOneEntry) {
     table.age = 3;
     TtEntry *entries = table.entries + 0x40;
-    for (const auto &row : data_rows("search_replacement.tsv")) {
+    for (const auto &row : data_rows("search/replacement.tsv")) {
         clear_table(engine.shared);
         std::istringstream depths(row[0]);
         for (int i = 0, depth = 0; depths >> depth; ++i)
@@ -210,7 +210,7 @@ TEST_F(EngineTest, DerivedParameters) {
         derive_search_params(settings, 0, UNLIMITED_NPS, engine.shared.params);
         texts += search_params_text(engine.shared.params) + '\n';
     }
-    std::ifstream in(test_data("search_params.txt"));
+    std::ifstream in(test_data("search/params.txt"));
     EXPECT_TRUE(texts == std::string(std::istreambuf_iterator<char>(in), {})) << texts.substr(0, 2000);
 }
 

@@ -20,7 +20,7 @@ TEST_F(SearchTest, ThreadsSearchAndStop) {
 }
 
 TEST_F(SearchTest, PerftCountsLegalMoves) {
-    for (const auto &row : data_rows("search_perft.tsv")) {
+    for (const auto &row : data_rows("search/perft.tsv")) {
         if (short_run() && row[2].size() > 5) continue;
         set_fen(pos, row[0]);
         SearchThread &thread = prepare_thread(engine);
@@ -30,7 +30,7 @@ TEST_F(SearchTest, PerftCountsLegalMoves) {
 }
 
 TEST_F(SearchTest, UnsearchablePositionsAreNamed) {
-    for (const auto &row : data_rows("search_positions.tsv")) {
+    for (const auto &row : data_rows("search/positions.tsv")) {
         set_fen(pos, row[0]);
         EXPECT_EQ(unsearchable_reason(pos).empty(), row[1] == "yes") << row[0];
     }

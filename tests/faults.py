@@ -16,7 +16,7 @@ and one that does not compile is replaced by another. Prints a line a fault, and
 the faults that a former output names (all its lines, or those you leave in it) in place of a draw. Works in build/faults;
 uses ccache where it is installed. 200 faults take an hour on two cores, so this is no part of ./check.
 """
-import argparse, collections, hashlib, os, pathlib, queue, random, re, resource, shutil, signal, subprocess, sys, threading, time
+import argparse, collections, concurrent.futures, hashlib, os, pathlib, queue, random, re, resource, shutil, signal, subprocess, sys, threading, time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "faults"
@@ -169,7 +169,8 @@ def main():
     faults, lock, counts, tried = draw(options), threading.Lock(), collections.Counter(), [0]
     log = open(options.log, "a") if options.log else None
 
-    copies = [Copy(number) for number in range(options.jobs)]
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        copies = list(pool.map(Copy, range(options.jobs)))
 
     def work(copy):
         while True:

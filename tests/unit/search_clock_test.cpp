@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <tuple>
 
 #include "engine_fixture.h"
 #include "platform/clock.h"
@@ -138,4 +139,36 @@ TEST_F(CheckTime, DecidesOnlyInRunningSearches) {
     EXPECT_EQ(shared.stop_flag, STOP_SHUTDOWN);
     shared.plan.first_check = FOR_EVER;
     EXPECT_EQ(stops_after(FOR_EVER), STOP_REPORT) << "at the moment of the first decision";
+}
+
+// What the plan is made of, and who is told.
+TEST_F(CheckTime, PlansByGameLimitsAndSettings) {
+    SearchPlan told{};
+    shared.reporter.context = &told;
+    shared.reporter.planned = [](void *context, const Position &, const SearchPlan &plan) {
+        *static_cast<SearchPlan *>(context) = plan;
+    };
+    play("e2e4");
+    engine.settings.MoveOverhead = 400;
+    engine.settings.UCI_Elo = 1500;
+    limits.clock = {90.0, 50.0};
+    limits.increment = 2.0;
+    limits.moves_to_go = 7;
+    for (const int mode : {0, 1, 1, 40, 40, 40}) {
+        engine.settings.Ponder = engine.settings.Ponder == 0;
+        limits.count_period = !limits.count_period && engine.settings.Ponder == 0;
+        limits.tc_mode = mode;
+        limits.time_per_move = engine.settings.Ponder == 0 ? 6000.0 : 5999.0;
+        begin_search(engine, limits, REQUEST_SEARCH);
+        const TimePlan plan = plan_time(
+            {mode, limits.time_per_move, 50.0, 2.0, 7, limits.count_period, 1, 0.4, engine.settings.Ponder != 0, 1500});
+        EXPECT_EQ(std::tie(shared.plan.target, shared.plan.clock, shared.plan.safety, shared.plan.first_check),
+                  std::tie(plan.target, plan.clock, plan.safety, plan.first_check));
+        EXPECT_EQ(std::tie(told.game_ply, told.target, told.clock), std::make_tuple(1, plan.target, plan.clock));
+        EXPECT_EQ(shared.eval_tables.contempt_active, plan.target < 6000.0);
+    }
+    told = {};
+    limits.noise = NO_PROGRESS_LINES;
+    begin_search(engine, limits, REQUEST_SEARCH);
+    EXPECT_EQ(told.target, 0.0);
 }

@@ -1,8 +1,12 @@
-// The pool of search threads: what the secondary ones do, and what all of them share.
+// The pool of search threads: what the secondary ones do, what all of them share, and where they run.
+#include <sched.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "engine_fixture.h"
 #include "platform/clock.h"
+#include "platform/topology.h"
 #include "search/picker.h"
 
 namespace {
@@ -167,4 +171,97 @@ TEST_F(ThreadsTest, AllThreadsClearTheTable) {
     stop_threads(shared);
     EXPECT_EQ(shared.pool.size, 0);
     EXPECT_EQ(shared.stop_flag, STOP_SHUTDOWN);
+}
+
+TEST_F(ThreadsTest, SecondaryThreadsPublishNothing) {
+    start(2);
+    SearchThread &secondary = prepare_secondary(4);
+    search_thread(secondary);
+    EXPECT_NE(secondary.line[1], NO_MOVE);
+    EXPECT_EQ(secondary.best_depth, 4);
+    EXPECT_EQ(shared.result.pv[1], NO_MOVE);
+    EXPECT_EQ(shared.result.depth, 0);
+    EXPECT_EQ(shared.last_iteration, 0);
+    EXPECT_EQ(shared.iteration, 2);
+    EXPECT_EQ(shared.stop_flag, STOP_NONE);
+    EXPECT_EQ(secondary.plies[0].static_eval, -secondary.root_eval);
+
+    prepare_secondary(4).line[1] = NO_MOVE;
+    shared.root_tb_result = TB_DRAW;  // known to thread 0: nothing to search
+    search_thread(secondary);
+    EXPECT_EQ(secondary.nodes, 0U);
+
+    set_fen(pos, "7k/8/8/8/8/8/6q1/K6r w - -");
+    prepare_secondary(4);
+    search_thread(secondary);
+    EXPECT_EQ(shared.single_reply, 0);
+    set_fen(pos, "k7/2Q5/8/8/8/8/8/K7 b - -");
+    prepare_secondary(4);
+    search_thread(secondary);
+    EXPECT_EQ(shared.stop_flag, STOP_NONE);
+}
+
+TEST_F(ThreadsTest, ThreadZeroHasAHeadStart) {
+    for (const int threads : {1, 2}) {
+        start(threads);
+        bool at_once = false;
+        for (int round = 0; round < (threads == 1 ? 50 : 3) && !at_once; ++round) {
+            prepare_secondary(1, 1);
+            const double began = monotonic_seconds();
+            start_search_threads(shared);
+            at_once = monotonic_seconds() - began < 0.005;
+            wait_until_idle(shared.pool);
+        }
+        EXPECT_EQ(at_once, threads == 1);
+    }
+}
+
+TEST_F(ThreadsTest, EveryThreadGetsTheGame) {
+    start(2);
+    play("e2e4 e7e5 g1f3");
+    const MoveHistory &game = engine.game.history;
+    SearchThread &last = record(1);
+    for (const std::int64_t budget : {0, 1, 5000}) {
+        last.history.ply = 9;
+        last.history.current_move = last.line[1] = 9;
+        last.eval.iteration = last.selective_depth = last.aspiration = 9;
+        last.best_depth = last.null_depth = 9;
+        shared.node_limit = budget;
+        prepare_threads(shared, pos);
+        EXPECT_EQ(get_fen(last.position), get_fen(pos));
+        EXPECT_EQ(last.position.key, pos.key);
+        EXPECT_EQ(last.position.history, &last.history);
+        EXPECT_EQ(last.history.undo_count, 3);
+        for (int ply = 0; ply < 3; ++ply) EXPECT_EQ(last.history.undo[ply].key, game.undo[ply].key);
+        EXPECT_EQ(last.history.ply, ROOT_PLY);
+        EXPECT_EQ(last.history.current_move, game.current_move);
+        EXPECT_EQ(last.eval.iteration + last.best_depth + last.null_depth + last.selective_depth, 0);
+        EXPECT_EQ(last.aspiration + last.line[1], 0);
+        EXPECT_EQ(last.node_budget, budget > 0 ? static_cast<std::uint64_t>(budget) : std::uint64_t{1} << 62);
+    }
+}
+
+// Up to 32 threads run where they have been started; of more of them, as many as there are places are bound to nodes.
+TEST_F(ThreadsTest, ManyThreadsAreBoundToNodes) {
+    const Topology topology = read_topology();
+    cpu_set_t usual, one;
+    ASSERT_EQ(sched_getaffinity(0, sizeof usual, &usual), 0);
+    if (topology.nodes == 0 || CPU_COUNT(&usual) < 2) GTEST_SKIP() << "no nodes, or nothing to choose from";
+    EXPECT_EQ(topology.logical, sysconf(_SC_NPROCESSORS_ONLN));
+    const int places = static_cast<int>(placement_list(topology).size());
+    CPU_ZERO(&one);
+    for (std::size_t cpu = 0; CPU_COUNT(&one) == 0; ++cpu)
+        if (CPU_ISSET(cpu, &usual)) CPU_SET(cpu, &one);
+    for (const int threads : {32, 33}) {
+        ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+        start(threads);
+        ASSERT_EQ(sched_setaffinity(0, sizeof usual, &usual), 0);
+        int bound = -1;  // this thread
+        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
+            cpu_set_t set;
+            ASSERT_EQ(sched_getaffinity(std::stoi(task.path().filename()), sizeof set, &set), 0);
+            bound += CPU_COUNT(&set) > 1;
+        }
+        EXPECT_EQ(bound, threads > 32 ? std::min(places, threads) : 0);
+    }
 }

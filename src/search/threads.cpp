@@ -44,9 +44,9 @@ void initialise_record(SearchThread &thread, SearchShared &shared, int index) {
     thread.plies[ROOT_PLY].list = thread.plies[ROOT_PLY].current = thread.move_stack.data() + 1;
 }
 
+// Whoever waits for the answer looks again and again.
 void finish_command(SearchThread &thread, ThreadCommand answer) {
     thread.command.store(answer, std::memory_order_release);
-    thread.command.notify_all();
 }
 
 void carry_out_commands(SearchThread &thread) {

@@ -1,6 +1,7 @@
 #include "frontend/input.h"
 
 #include <array>
+#include <utility>
 
 #include "base/output.h"
 #include "platform/clock.h"
@@ -34,9 +35,8 @@ void InputQueue::end_line() {
     cut_ = false;
     if (!pending_.empty()) {
         queued_bytes_ += pending_.size();
-        lines_.push_back(std::move(pending_));
+        lines_.push_back(std::exchange(pending_, {}));
     }
-    pending_.clear();
 }
 
 std::string InputQueue::take() {

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "book/build.h"
 #include "book/format.h"
+#include "book/move_table.h"
 #include "book/probe.h"
 #include "book/random64.h"
 #include "test_support.h"
@@ -133,3 +134,19 @@ TEST_F(BookTest, BuiltFromGames) {
 }
 
 }  // namespace
+
+// More moves than the table begins with room for: all are found again, and come by key.
+TEST(MoveTable, Grows) {
+    constexpr std::uint64_t STEP = 0x9E3779B97F4A7C15;
+    constexpr std::uint64_t MANY = 70'000;
+    MoveTable table;
+    for (int round = 1; round <= 2; ++round)
+        for (std::uint64_t i = 0; i < MANY; ++i) ++table.find_or_add(i / 2 * STEP, static_cast<Move>(1 + i % 2)).wins;
+    EXPECT_EQ(table.size(), MANY);
+    const std::vector<MoveRecord> records = table.take_sorted();
+    EXPECT_TRUE(std::ranges::is_sorted(records, {}, &MoveRecord::key));
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        ASSERT_EQ(records[i].wins, 2U);
+        ASSERT_EQ(records[i].move, static_cast<Move>(1 + i % 2));  // in the order first seen
+    }
+}

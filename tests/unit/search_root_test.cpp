@@ -1,5 +1,6 @@
 // The root: iterations, windows and interruptions, what is published of them and what is told.
 #include <map>
+#include <set>
 #include <sstream>
 
 #include "base/output.h"
@@ -25,6 +26,7 @@ protected:
     }
 
     void hear(const SearchLine &line) {
+        states.insert(thread().aspiration);
         told += format_line("%d %d/%d %d %.0f", line.number, line.depth, line.selective_depth, line.score, line.nodes);
         if (line.hash_fill > 0.0) told += " filled";
         if (line.tb_hits > 0.0) told += format_line(" %.0f tb", line.tb_hits);
@@ -92,6 +94,7 @@ protected:
     SearchShared &shared = engine.shared;
     std::map<std::string, double> numbers;
     std::string told;
+    std::set<int> states;  // AspirationState at each line
     int lines_heard = 0, stop_at_line = 0;
 };
 
@@ -125,6 +128,16 @@ TEST_F(RootTest, SearchesCutOffAnywhereAndWindowsEverywhere) {
         }
         EXPECT_EQ(format_line("%016llx", static_cast<unsigned long long>(hash)), row[short_run() ? 4 : 3])
             << row[0] << '\t' << row[1] << '\t' << row[2];
+    }
+}
+
+// The clock asks for them.
+TEST_F(RootTest, FailuresAreKnownWhileTheyLast) {
+    for (const auto &[before, state] : {std::pair("400", FAILING_LOW), {"-200", FAILING_HIGH}}) {
+        set_up("8/1p3kp1/8/8/2P5/6PP/1P3K2/8 w - -", std::string("pass 9 before ") + before);
+        states.clear();
+        run();
+        EXPECT_EQ(states, (std::set<int>{ASPIRATION_NONE, state})) << before;
     }
 }
 

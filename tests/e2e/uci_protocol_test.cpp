@@ -147,21 +147,28 @@ TEST(ExitStatus, TellsHowTheProgramEnds) {
         quit_and_check(engine);
     }
     if (sanitized()) return;  // the limit is on address space, of which sanitizers reserve terabytes
+    TemporaryDirectory directory;
+    directory.write("KQvK.rtbw", "");
+    std::filesystem::resize_file(directory.path() / "KQvK.rtbw", 2'000'000'000);
     const struct {
         const char *arguments, *input;
         int status;
+        const char *errors;
     } CASES[] = {
-        {"-hash 4096", "", 1},
-        {"-hash 1 -threads 128", "", 1},
-        {"", "setoption name Hash value 4096\ngo depth 1\n", 255},
-        {"-hash 1", "setoption name Threads value 128\n", 255},
+        {"-hash 4096", "", 1, ""},
+        {"-hash 1 -threads 128", "", 1, ""},
+        {"", "setoption name Hash value 4096\ngo depth 1\n", 255, ""},
+        {"-hash 1", "setoption name Threads value 128\n", 255, ""},
+        {"-hash 1 -tbpath .", "position fen 8/8/8/3k4/8/8/7Q/4K3 w - -\ngo depth 1\n", 1,
+         "MapViewOfFile() failed, name = KQvK.rtbw, error = 12.\n"},
     };
     for (const auto &c : CASES) {
         const std::string limited = "ulimit -v 1000000; exec '" + engine_binary().string() + "' " + c.arguments;
-        EngineProcess engine({"-c", limited}, {}, "/bin/sh");
+        EngineProcess engine({"-c", limited}, directory.path(), "/bin/sh");
         engine.send_raw(c.input);
         const ExitReport report = engine.read_until_exit();
         EXPECT_EQ(report.status, c.status) << c.arguments << c.input << joined(report.lines);
+        EXPECT_EQ(report.errors, c.errors);
     }
 }
 

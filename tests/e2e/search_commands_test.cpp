@@ -33,14 +33,14 @@ TEST_F(SearchCommands, ProgressNeverGoesBackAndItsLinesCanBePlayed) {
         EXPECT_EQ(report.best, report.last().pv[0]);
     }
     // A number of nodes is meant give or take 4 percent, at random.
-    long long least = 20'000, most = least;
-    for (int i = 0; i < 40; ++i) {
-        const long long nodes = search(engine_, "go nodes 20000 movestogo 9").last().nodes;
+    long long least = 4'000, most = least;
+    for (int i = 0; i < 200; ++i) {
+        const long long nodes = search(engine_, "go nodes 4000 movestogo 9").last().nodes;
         least = std::min(least, nodes);
         most = std::max(most, nodes);
     }
-    EXPECT_TRUE(least >= 19'220 && least < 19'700) << least;
-    EXPECT_TRUE(most <= 20'810 && most > 20'300) << most;
+    EXPECT_TRUE(least >= 3'844 && least <= 3'880) << least;
+    EXPECT_TRUE(most <= 4'170 && most >= 4'120) << most;
 }
 
 // After three and a half seconds iterations and root moves are announced, the moves only where one line is shown, and

@@ -16,7 +16,8 @@ and one that does not compile is replaced by another. Prints a line a fault, and
 the faults that a former output names (all its lines, or those you leave in it) in place of a draw. Works in build/faults;
 uses ccache where it is installed. 200 faults take an hour on two cores, so this is no part of ./check.
 """
-import argparse, collections, concurrent.futures, hashlib, os, pathlib, queue, random, re, resource, shutil, signal, subprocess, sys, threading, time
+import argparse, collections, concurrent.futures, hashlib, os, pathlib, random, re, resource, shutil, signal, subprocess
+import sys, threading, time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "faults"
@@ -180,9 +181,9 @@ def main():
         while True:
             with lock:
                 fault = next(faults, None) if tried[0] < options.count else None
+                if fault is None:
+                    return
                 tried[0] += 1
-            if fault is None:
-                return
             path, line, kind, text = fault
             verdict = copy.verdict(path, line, text)
             with lock:

@@ -18,7 +18,7 @@ A dialogue is a text file. It runs in an empty folder of its own. Each line is a
     - NAME          is a file that is not there
 
 In `<`, `!` and the `| ` lines below `?` stand for what may differ: %d a whole number, %f a number with decimals, %s a
-word, %* any text; %% is a percent sign. A line of the form `|...` below `?` stands for any lines. Of a long search, two
+word, %* any text; %% is a percent sign. A line `| ...` below `?` stands for any lines. Of a long search, two
 kinds of lines depend on the clock alone and are left out: "info currmove", and "info depth" without a line of play.
 
 --record writes what the program says into the files instead of comparing it: all up to the last of some `<` lines, which
@@ -76,12 +76,13 @@ class Program:
         lines.put(None)
 
     def next_line(self, mark):
+        """The next line; None after the last one, and where none comes in time."""
         try:
             while (line := self.lines[mark].get(timeout=TIMEOUT)) is not None and LEFT_OUT.match(line):
                 pass
             return line
         except queue.Empty:
-            raise Failure("nothing more is said in time") from None
+            return None
 
     def send(self, text):
         try:
@@ -120,14 +121,16 @@ class Dialogue:
                 self.anything = False
                 return said
             if said[-1] is None or not self.anything:
-                shown = "".join(f"\nsaid:   {line}" for line in said[-10:])
-                raise Failure(f"wanted: {wanted}" + shown.replace("None", "(nothing more)"))
+                shown = ("(nothing more, or not in time)" if line is None else line for line in said[-10:])
+                raise Failure(f"wanted: {wanted}" + "".join(f"\nsaid:   {line}" for line in shown))
 
     def hear(self, wanted):
         """A group of `<` lines."""
         if self.record and "..." not in wanted:
-            self.anything = True
-            said = self.expect(wanted[-1], "<")
+            said = []
+            for _ in range(wanted.count(wanted[-1])):  # it may come before as well
+                self.anything = True
+                said += self.expect(wanted[-1], "<")
             return [next((w for w in wanted if matches(w, line)), pattern(line)) for line in said]
         for text in wanted:
             if text == "...":
@@ -137,19 +140,24 @@ class Dialogue:
         return wanted
 
     def end(self, status):
-        program, self.program = self.program, None
-        if program is None:
+        if self.program is None:
             return
-        program.process.stdin.close()
-        rest, errors = program.rest("<"), program.rest("!")
-        ended = program.process.wait(TIMEOUT)
+        try:
+            self.program.process.stdin.close()
+        except OSError:
+            pass  # it has ended by itself
+        rest, errors = self.program.rest("<"), self.program.rest("!")
+        try:
+            ended = self.program.process.wait(TIMEOUT)
+        except subprocess.TimeoutExpired:
+            raise Failure("the program does not end in time") from None
         if self.record and not self.anything:
             self.out += ["< " + pattern(line) if line else "<" for line in rest]
         elif rest and not self.anything:
             raise Failure("said, and not expected:\n" + "\n".join(rest[:10]))
         if errors or ended != status:
             raise Failure(f"ended with {ended}" + "".join("\n! " + line for line in errors))
-        self.anything = False
+        self.program, self.anything = None, False
 
     def step(self, line):
         mark, text = line[:1], line[1:].removeprefix(" ")
@@ -170,13 +178,15 @@ class Dialogue:
             content = self.take("|")
             (self.folder / text).parent.mkdir(parents=True, exist_ok=True)
             (self.folder / text).write_bytes("".join(c + "\n" for c in content).encode("utf-8", "surrogateescape"))
-            self.out += [("| " + c) for c in content]
+            self.out += ["| " + c if c else "|" for c in content]
         elif mark == "@":
             name, source = text.split(" = ")
             (self.folder / name).symlink_to(DATA / source)
         elif mark == "?":
             wanted = self.take("|")
-            said = (self.folder / text).read_text("utf-8", "surrogateescape").splitlines()
+            said = (self.folder / text).read_text("utf-8", "surrogateescape").split("\n")
+            if not said[-1]:
+                said.pop()  # the last line has its end
             if self.record and "..." not in wanted:
                 wanted = [next((w for w in wanted if matches(w, line)), pattern(line)) for line in said]
             compare(wanted, said)
@@ -208,15 +218,17 @@ def pattern(line):
 def main(words):
     record = words[0] == "--record"
     program, *files = words[record:]
-    command = shlex.split(os.environ.get("DRAL_BINARY", program))
+    program = os.environ.get("DRAL_BINARY", program)
+    command = [program] if os.path.exists(program) else shlex.split(program)
     command[-1] = os.path.abspath(command[-1])
+
     def play(name):
         """What went wrong, or nothing."""
         path = pathlib.Path(name)
         dialogue = Dialogue(command, path, record)
         try:
             dialogue.play()
-        except Failure as failure:
+        except (Failure, OSError, ValueError) as failure:
             return f"{name}: after line {len(dialogue.out)}: {(dialogue.out or [''])[-1]}\n{failure}"
         if record:
             path.write_text("\n".join(dialogue.out) + "\n", "utf-8", "surrogateescape")

@@ -8,6 +8,7 @@
 #include "frontend/reporters.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
+#include "platform/process.h"
 
 namespace {
 
@@ -18,7 +19,11 @@ bool start_up(FrontEnd &front, const CommandLine &line) {
     if (start_engine(engine, line.settings, make_reporter(front)) != 0) return false;
     if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
     if (engine.settings.Log != 0) engine.settings.Log = set_logging(true) ? 1 : 0;
-    if (!request_fine_timer()) print_line("error setting timer resolution\n");
+    switch (request_fine_timer()) {
+    case TimerRequest::GRANTED: break;
+    case TimerRequest::UNKNOWN: print_line("error setting timer resolution\n"); break;
+    case TimerRequest::REFUSED: print_line("Error setting timer resolution"); break;
+    }
     engine.default_settings = engine.settings;
     if (!engine.settings.ConfigFilePath.empty()) load_config_file(engine);
     derive_tables(engine);
@@ -66,7 +71,7 @@ void run(FrontEnd &front, const CommandLine &line) {
 }  // namespace
 
 int main(int count, char **arguments) {
-    const CommandLine line = parse_command_line(count, arguments);
+    const CommandLine line = parse_command_line(begin_process(count, arguments));
     const auto engine = std::make_unique<Engine>();
     FrontEnd front(*engine);
     const bool started = start_up(front, line);

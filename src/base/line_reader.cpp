@@ -3,22 +3,30 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "platform/files.h"
+
 LineReader::LineReader(const char *path, std::size_t longest) : buffer_(longest) {
     std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return;
-    file_.reset(std::fopen(path, "rb"));
+    if (std::filesystem::is_directory(file_path(path), error)) return;
+    file_.reset(open_file(path, "rb"));
     if (file_ == nullptr) return;
-    const auto bytes = std::filesystem::file_size(path, error);
+    const auto bytes = std::filesystem::file_size(file_path(path), error);
     if (!error) size_ = static_cast<std::int64_t>(bytes);
+}
+
+int LineReader::next_byte() {
+    if (taken_ == read_) {
+        taken_ = 0;
+        read_ = std::fread(block_.data(), 1, block_.size(), file_.get());
+        if (read_ == 0) return EOF;
+    }
+    return static_cast<unsigned char>(block_[taken_++]);
 }
 
 bool LineReader::next(std::string_view &line) {
     std::size_t length = 0;
     int c = 0;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread knows this file
-    while (length < buffer_.size() && c != '\n' && (c = getc_unlocked(file_.get())) != EOF) {
-        buffer_[length++] = static_cast<char>(c);
-    }
+    while (length < buffer_.size() && c != '\n' && (c = next_byte()) != EOF) buffer_[length++] = static_cast<char>(c);
     if (length == 0) return false;
     position_ += static_cast<std::int64_t>(length);
     line_ended_ = c == '\n';

@@ -1,6 +1,7 @@
 // Text files, read line by line with bounded memory.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -33,7 +34,13 @@ private:
     struct Close {
         void operator()(std::FILE *file) const { std::fclose(file); }
     };
+    // The next byte, or EOF.
+    int next_byte();
+
     std::unique_ptr<std::FILE, Close> file_;
+    std::array<char, 32768> block_;  // bytes read ahead: `read_` of them, `taken_` of these given out
+    std::size_t read_ = 0;
+    std::size_t taken_ = 0;
     std::vector<char> buffer_;
     bool line_ended_ = false;
     std::int64_t position_ = 0;

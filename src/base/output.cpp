@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "base/shared_value.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -82,7 +83,7 @@ bool set_logging(bool on) {
             on = false;
         } else {
             const std::lock_guard<std::mutex> guard(print_lock);
-            log_file = std::fopen(LOG_NAME, "w");
+            log_file = open_file(LOG_NAME, "w");
         }
     }
     logging_enabled = on;

@@ -4,7 +4,10 @@
 #include <string>
 #include <string_view>
 
-#if defined(__GNUC__)
+#if defined(_WIN32) && !defined(__clang__)
+#define DRAL_PRINTF_FORMAT(format_index, first_argument) \
+    __attribute__((format(gnu_printf, format_index, first_argument)))
+#elif defined(__GNUC__)
 #define DRAL_PRINTF_FORMAT(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
 #else
 #define DRAL_PRINTF_FORMAT(format_index, first_argument)

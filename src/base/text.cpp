@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -16,19 +17,28 @@ std::string_view number_start(std::string_view text) {
     return text;
 }
 
+constexpr std::string_view DIGITS = "0123456789";
 constexpr double LARGEST_NUMBER = 1e15;
 
-// Whether a decimal number that no double can hold is too large, not too small: the place of its first digit that is not
-// 0 lies before the point, the exponent counted in. "1e400" and "1" with 400 zeros are; "1e-400" is not.
-bool is_too_large(std::string_view number) {
-    const std::size_t exponent_at = std::min(number.find_first_of("eE"), number.size());
-    const std::string_view digits = number.substr(0, exponent_at);
-    const std::size_t first = digits.find_first_of("123456789");
-    if (first == std::string_view::npos) return false;
-    const std::size_t point = std::min(digits.find('.'), digits.size());
-    const auto place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
-    const std::int64_t exponent = leading_integer(number.substr(std::min(exponent_at + 1, number.size())));
-    return exponent > -place;
+// Length of the decimal number at the start of a text: digits with or without a point, and an exponent; 0 when there is none.
+// "inf", "nan" and hexadecimal numbers are words here.
+std::size_t decimal_length(std::string_view text) {
+    const auto skip_digits = [text](std::size_t i) { return std::min(text.find_first_not_of(DIGITS, i), text.size()); };
+    const auto has = [text](std::size_t i, std::string_view any) {
+        return i < text.size() && any.find(text[i]) != std::string_view::npos;
+    };
+    const std::size_t start = has(0, "-") ? 1 : 0;
+    std::size_t end = skip_digits(start);
+    std::size_t digits = end - start;
+    if (has(end, ".")) {
+        const std::size_t fraction = end + 1;
+        end = skip_digits(fraction);
+        digits += end - fraction;
+    }
+    if (digits == 0) return 0;
+    if (!has(end, "eE")) return end;
+    const std::size_t exponent = end + (has(end + 1, "+-") ? 2 : 1);
+    return has(exponent, DIGITS) ? skip_digits(exponent) : end;
 }
 
 }  // namespace
@@ -44,13 +54,8 @@ std::int64_t leading_integer(std::string_view text) {
 
 double leading_number(std::string_view text) {
     text = number_start(text);
-    double value = 0.0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error == std::errc::result_out_of_range && is_too_large({text.data(), end}))
-        return text[0] == '-' ? -LARGEST_NUMBER : LARGEST_NUMBER;
-    // "inf" and "nan" are words here, not numbers.
-    if (error != std::errc{} || !std::isfinite(value)) return 0.0;
-    return std::clamp(value, -LARGEST_NUMBER, LARGEST_NUMBER);
+    const std::string number(text.substr(0, decimal_length(text)));
+    return std::clamp(std::strtod(number.c_str(), nullptr), -LARGEST_NUMBER, LARGEST_NUMBER);
 }
 
 int clamped_integer(std::string_view text, int low, int high) {

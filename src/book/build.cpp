@@ -10,6 +10,7 @@
 #include "board/makemove.h"
 #include "board/notation.h"
 #include "book/format.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ struct PartialFile {
     bool keep = false;
     ~PartialFile() {
         std::error_code error;
-        if (!keep) std::filesystem::remove(path, error);
+        if (!keep) std::filesystem::remove(file_path(path), error);
     }
 };
 
@@ -110,8 +111,8 @@ void BookBuilder::play(std::string_view text) {
 bool BookBuilder::write(const char *path) {
     PartialFile partial{path};
     std::error_code error;
-    std::filesystem::remove(path, error);
-    std::ofstream book(path, std::ios::binary);
+    std::filesystem::remove(file_path(path), error);
+    std::ofstream book(file_path(path), std::ios::binary);
     write_entries(book, moves_.take_sorted());
     book.close();
     partial.keep = static_cast<bool>(book);

@@ -8,6 +8,7 @@
 
 #include "board/legality.h"
 #include "book/format.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -23,8 +24,9 @@ bool read_entry_at(std::istream &file, std::int64_t index, BookEntry &entry) {
 std::vector<BookEntry> find_entries(const std::string &path, std::uint64_t key) {
     std::vector<BookEntry> found;
     std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error)) return found;  // a pipe would block, a folder has no entries
-    std::ifstream file(path, std::ios::binary);
+    if (!std::filesystem::is_regular_file(file_path(path), error))
+        return found;  // a pipe would block, a folder has no entries
+    std::ifstream file(file_path(path), std::ios::binary);
     if (!file.seekg(-BOOK_ENTRY_SIZE, std::ios::end)) return found;
     std::int64_t high = static_cast<std::int64_t>(file.tellg()) / BOOK_ENTRY_SIZE;
     std::int64_t low = -1;

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "engine/options.h"
 #include "engine/strength.h"
+#include "platform/files.h"
 
 namespace {
 
@@ -44,8 +45,8 @@ bool load_config_file(Engine &engine) {
     const std::string path(settings.ConfigFilePath.view());
     if (std::find(being_read.begin(), being_read.end(), path) != being_read.end()) return false;
     std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return false;
-    std::ifstream file(path);
+    if (std::filesystem::is_directory(file_path(path), error)) return false;
+    std::ifstream file(file_path(path));
     if (!file) return false;
     being_read.push_back(path);
     engine.shared.reporter.say("info string loading parameters from " + path);

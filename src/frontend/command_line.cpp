@@ -109,16 +109,16 @@ const Switch *find_switch(std::string_view argument) {
 
 }  // namespace
 
-CommandLine parse_command_line(int count, char **arguments) {
+CommandLine parse_command_line(std::span<const std::string> arguments) {
     CommandLine line;
-    for (int i = 1; i < count; ++i) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string_view argument = arguments[i];
         const Option *option = option_of_argument(argument);
         const Switch *found = option == nullptr ? find_switch(argument) : nullptr;
         if (option == nullptr && found == nullptr) continue;
         std::string_view value;
         if (option != nullptr ? option->kind != OptionKind::CHECK : found->has_value) {
-            if (i + 1 >= count) continue;
+            if (i + 1 >= arguments.size()) continue;
             value = arguments[++i];
         }
         if (option != nullptr)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 
 #include "engine/settings.h"
@@ -38,4 +39,4 @@ struct CommandLine {
 
 // Reads the arguments after the program's name. Unknown ones are ignored, as is a switch whose value is missing. A node
 // rate is answered with the strength that goes with it.
-CommandLine parse_command_line(int count, char **arguments);
+CommandLine parse_command_line(std::span<const std::string> arguments);

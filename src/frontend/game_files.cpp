@@ -12,6 +12,7 @@
 #include "board/notation.h"
 #include "frontend/game_commands.h"
 #include "games/game_text.h"
+#include "platform/files.h"
 #include "search/threads.h"
 #include "tools/screen.h"
 
@@ -114,7 +115,7 @@ void save_game(Game &game) {
         if (game.plies() % MOVES_PER_LINE == 0) text += '\n';
     }
     text += "\n\n";
-    std::FILE *file = std::fopen("tmp.pgn", "ab");
+    std::FILE *file = open_file("tmp.pgn", "ab");
     if (file == nullptr) return;
     const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
     if (std::fclose(file) != 0 || !written) print_line("cannot write tmp.pgn");

@@ -15,6 +15,8 @@ std::int64_t wall_clock_seconds();
 // Sleeps about `ms` milliseconds; 0 gives up the processor once.
 void sleep_ms(int ms);
 
-// Asks for 1-millisecond sleeps that really last about a millisecond, and gives the request back. True on success.
-bool request_fine_timer();
+// Asks for sleeps of a millisecond that really last about that long, and gives the request back (also one that was not
+// granted). UNKNOWN: the system does not say what it can do.
+enum class TimerRequest { GRANTED, UNKNOWN, REFUSED };
+TimerRequest request_fine_timer();
 void release_fine_timer();

@@ -5,9 +5,6 @@
 #include <cstdint>
 #include <string>
 
-// Bytes after the end of a mapped file that can be read and are 0.
-constexpr std::size_t MAPPING_MARGIN = std::size_t{1} << 19;
-
 // A file's bytes, read from disk when they are touched, until this object ends. Any thread may read them. A file that
 // shrinks while it is mapped cannot be read safely.
 class MappedFile {
@@ -30,5 +27,4 @@ public:
 private:
     const std::uint8_t *data_ = nullptr;
     std::size_t size_ = 0;
-    std::size_t reserved_ = 0;
 };

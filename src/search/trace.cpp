@@ -1,5 +1,7 @@
 #include "search/trace.h"
 
+#include "platform/files.h"
+
 namespace {
 constexpr int BLOCK = 9;  // columns of one move
 }
@@ -7,7 +9,7 @@ constexpr int BLOCK = 9;  // columns of one move
 bool write_trace(SearchTrace &trace, const TracedMove &traced) {
     const std::lock_guard<std::mutex> guard(trace.lock);
     if (trace.level == 0) return true;  // switched off by another thread
-    if (trace.file == nullptr) trace.file.reset(std::fopen("trace.txt", "w"));
+    if (trace.file == nullptr) trace.file.reset(open_file("trace.txt", "w"));
     if (trace.file == nullptr) return false;
     std::FILE *file = trace.file.get();
     if (traced.ply < 1 || trace.level < traced.ply) return true;

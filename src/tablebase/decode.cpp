@@ -7,15 +7,13 @@ namespace {
 
 constexpr int LEAF = 0xFFF;  // right child of a symbol that is a value
 
-std::uint64_t read_big_endian_u64(const std::uint8_t *p) {
-    std::uint64_t value;
-    std::memcpy(&value, p, sizeof value);
-    return __builtin_bswap64(value);
-}
-std::uint32_t read_big_endian_u32(const std::uint8_t *p) {
-    std::uint32_t value;
-    std::memcpy(&value, p, sizeof value);
-    return __builtin_bswap32(value);
+// The next word of a block, 0 where the file ends before it.
+std::uint32_t next_word(const std::uint8_t *&next, const std::uint8_t *end) {
+    std::uint32_t word = 0;
+    if (end - next < static_cast<std::ptrdiff_t>(sizeof word)) return 0;
+    std::memcpy(&word, next, sizeof word);
+    next += sizeof word;
+    return __builtin_bswap32(word);
 }
 
 int left_child(const std::uint8_t *symbol) { return symbol[0] | (symbol[1] & 0x0F) << 8; }
@@ -25,8 +23,8 @@ int right_child(const std::uint8_t *symbol) { return symbol[1] >> 4 | symbol[2] 
 // stream of 32-bit words, the most significant bit first.
 std::size_t find_symbol(const TbPairs &pairs, std::uint32_t block, std::int64_t &place) {
     const std::uint8_t *next = pairs.data + (std::uint64_t{block} << pairs.block_bits);
-    std::uint64_t bits = read_big_endian_u64(next);
-    next += 8;
+    std::uint64_t bits = std::uint64_t{next_word(next, pairs.end)} << 32;
+    bits |= next_word(next, pairs.end);
     int used = 0;
     while (true) {
         const auto code = static_cast<std::uint32_t>(bits >> 32);
@@ -41,8 +39,7 @@ std::size_t find_symbol(const TbPairs &pairs, std::uint32_t block, std::int64_t 
         used += length;
         if (used >= 32) {
             used -= 32;
-            bits |= static_cast<std::uint64_t>(read_big_endian_u32(next)) << used;
-            next += 4;
+            bits |= std::uint64_t{next_word(next, pairs.end)} << used;
         }
     }
 }

@@ -13,6 +13,7 @@ struct TbPairs {
     const std::uint8_t *index_table;             // 6 bytes an entry: block number, offset in it
     const std::uint8_t *size_table;              // 2 bytes a block: values in it less one
     const std::uint8_t *data;                    // blocks of 2^block_bits bytes
+    const std::uint8_t *end;                     // of the file, beyond which the blocks go on with zeros
     const std::uint8_t *symbols;                 // 3 bytes a symbol: its two children, or a leaf's value
     std::vector<std::uint16_t> symbol_len;       // [symbol]: values it stands for less one
     std::array<std::uint16_t, 32> first_symbol;  // [code length - min_code_len]
@@ -52,6 +53,6 @@ bool tb_measure_symbols(TbPairs &pairs, std::size_t symbols);
 // Whether every index entry leads each position it serves into a block that has data.
 bool tb_index_leads_into_blocks(const TbPairs &pairs, const TbStreamShape &shape);
 
-// The value stored at an index below `positions`, 0 to 255. Needs a stream that has passed the checks above; reads at most
-// MAPPING_MARGIN bytes beyond the end of its blocks, where the blocks contradict the sizes.
+// The value stored at an index below `positions`, 0 to 255. Needs a stream that has passed the checks above; reads beyond
+// the end of its blocks, but not of the file, where the blocks contradict the sizes.
 int tb_decode(const TbPairs &pairs, std::uint64_t index);

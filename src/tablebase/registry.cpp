@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "platform/files.h"
+
 namespace {
 
 constexpr int MOST_PAWNLESS_TABLES = 254;
@@ -83,8 +85,8 @@ std::string find_file(const Tablebases &tablebases, const std::string &name, con
         std::string path = path_in(directory, name, suffix);
         if (path.empty()) break;
         std::error_code error;
-        if (!std::filesystem::is_regular_file(path, error)) continue;
-        if (std::FILE *file = std::fopen(path.c_str(), "rb"); file != nullptr) {
+        if (!std::filesystem::is_regular_file(file_path(path), error)) continue;
+        if (std::FILE *file = open_file(path.c_str(), "rb"); file != nullptr) {
             std::fclose(file);
             return path;
         }

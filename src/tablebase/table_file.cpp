@@ -232,6 +232,7 @@ bool place_areas(Parser &parser) {
                            }) &&
            for_each_stream(parser,
                            [&parser](TbPairs &pairs, const TbStreamShape &shape) {
+                               pairs.end = parser.bytes + parser.size;
                                return align(parser, DATA_ALIGNMENT) &&
                                       take(parser, shape.real_blocks << pairs.block_bits, pairs.data);
                            }) &&

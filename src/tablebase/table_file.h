@@ -53,8 +53,8 @@ struct TbLayout {
 
 enum class TbKind { WDL, DTZ };
 
-// Reads the layout of a file of `size` bytes; null when it is not a table of this kind and material, or damaged. Behind
-// the bytes MAPPING_MARGIN more must be readable. They must outlive the layout.
+// Reads the layout of a file of `size` bytes; null when it is not a table of this kind and material, or damaged. The
+// bytes must outlive the layout.
 std::unique_ptr<TbLayout> parse_tb_file(const std::uint8_t *bytes, std::size_t size, const TbMaterial &material,
                                         TbKind kind);
 

@@ -6,7 +6,7 @@
 
 bool is_same_file(const char *input, const char *output) {
     std::error_code error;
-    if (!std::filesystem::equivalent(input, output, error)) return false;
+    if (!std::filesystem::equivalent(file_path(input), file_path(output), error)) return false;
     print_line(std::string("the input would be overwritten by the output ") + output);
     return true;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/line_reader.h"
+#include "platform/files.h"
 
 // Whether an output would replace the input; one line says so.
 bool is_same_file(const char *input, const char *output);
@@ -15,7 +16,7 @@ void report_read_error(const LineReader &file, const char *name);
 // A file that a tool writes. An error while writing is reported once, when it is closed.
 class OutputFile {
 public:
-    explicit OutputFile(std::string name) : name_(std::move(name)), file_(std::fopen(name_.c_str(), "wb")) {}
+    explicit OutputFile(std::string name) : name_(std::move(name)), file_(open_file(name_.c_str(), "wb")) {}
     ~OutputFile() { close(); }
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;

@@ -2,7 +2,6 @@
 #include <array>
 
 #include "harness.h"
-#include "platform/mapping.h"
 #include "tablebase/index.h"
 
 namespace {
@@ -36,11 +35,9 @@ void read_values(const TbMaterial &material, const TbLayout &layout, std::uint64
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (size < 1) return 0;
     const TbMaterial material = tb_material(tb_counts(NAMES[data[0] % std::size(NAMES)]));
-    std::vector<std::uint8_t> bytes(data + 1, data + size);
-    const std::size_t length = bytes.size();
-    bytes.resize(length + MAPPING_MARGIN);
+    const std::vector<std::uint8_t> bytes(data + 1, data + size);
     for (const TbKind kind : {TbKind::WDL, TbKind::DTZ}) {
-        const auto layout = parse_tb_file(bytes.data(), length, material, kind);
+        const auto layout = parse_tb_file(bytes.data(), bytes.size(), material, kind);
         if (layout != nullptr) read_values(material, *layout, size);
     }
     return 0;

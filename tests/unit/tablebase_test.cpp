@@ -189,12 +189,13 @@ TEST_F(EndgameTables, DamagedFilesAreRefused) {
         std::ifstream in(fs::path(directory) / row[0], std::ios::binary);
         std::vector<std::uint8_t> bytes(std::istreambuf_iterator<char>(in), {});
         const auto place = static_cast<std::size_t>(std::stoi(row[1]));
-        const std::size_t size = row[2] == "cut" ? place : bytes.size();
-        if (row[2] != "cut") bytes[place] = static_cast<std::uint8_t>(std::stoi(row[2]));
-        bytes.resize(bytes.size() + MAPPING_MARGIN);
+        if (row[2] == "cut")
+            bytes.resize(place);
+        else
+            bytes[place] = static_cast<std::uint8_t>(std::stoi(row[2]));
         const TbKind kind = row[0].ends_with("w") ? TbKind::WDL : TbKind::DTZ;
         const TbMaterial material = tb_material(tb_counts(row[0].substr(0, row[0].find('.'))));
-        return fields(parse_tb_file(bytes.data(), size, material, kind) != nullptr ? "accepted" : "refused");
+        return fields(parse_tb_file(bytes.data(), bytes.size(), material, kind) != nullptr ? "accepted" : "refused");
     });
 }
 

@@ -1,0 +1,5 @@
+#include "platform/process.h"
+
+std::vector<std::string> begin_process(int count, char **arguments) {
+    return count > 1 ? std::vector<std::string>(arguments + 1, arguments + count) : std::vector<std::string>{};
+}

@@ -1,0 +1,9 @@
+// What the program gets from the system when it starts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// The arguments after the program's name, in UTF-8, given those of main. Has standard input and output pass every byte as it
+// is. To be called once, before anything is read or written.
+std::vector<std::string> begin_process(int count, char **arguments);

@@ -1,0 +1,91 @@
+#include "platform/input.h"
+
+#include "platform/windows/system.h"
+
+#include <array>
+#include <cstring>
+#include <thread>
+
+// A thread of its own waits for bytes, be it at a pipe, a file or a console: not every pipe says whether bytes are waiting,
+// and a person who has begun to type a line must not keep the clock of a search from being looked at. It hands over one
+// piece at a time and reads on when that has been taken, so that the sender waits while nobody takes it.
+namespace {
+
+constexpr wchar_t END_OF_CONSOLE_INPUT = 0x1A;  // Ctrl-Z at the start of a line
+
+class InputThread {
+public:
+    InputThread() {
+        prepare_console();
+        std::thread(&InputThread::run, this).detach();  // ends with the process
+    }
+
+    InputState take(char *buffer, std::size_t size, int timeout_ms, std::size_t &count) {
+        count = 0;
+        if (!wait_for(filled_, timeout_ms)) return InputState::NOTHING;
+        if (size_ == 0) {  // nothing will follow
+            SetEvent(filled_);
+            return InputState::END;
+        }
+        count = size_ - taken_ < size ? size_ - taken_ : size;
+        std::memcpy(buffer, piece_.data() + taken_, count);
+        taken_ += count;
+        SetEvent(taken_ < size_ ? filled_ : emptied_);
+        return InputState::BYTES;
+    }
+
+private:
+    // Keys only; what was typed before this program ran is not meant for it.
+    void prepare_console() {
+        DWORD mode = 0;
+        is_console_ = GetConsoleMode(input_, &mode) != 0;
+        if (!is_console_) return;
+        SetConsoleMode(input_, mode & ~static_cast<DWORD>(ENABLE_MOUSE_INPUT | ENABLE_WINDOW_INPUT));
+        FlushConsoleInputBuffer(input_);
+    }
+
+    void run() {
+        do {
+            size_ = is_console_ ? read_console() : read_bytes();
+            taken_ = 0;
+            SetEvent(filled_);
+            if (size_ > 0) WaitForSingleObject(emptied_, INFINITE);
+        } while (size_ > 0);
+    }
+
+    // Both give the number of bytes, 0 at the end or after an error.
+    std::size_t read_bytes() {
+        DWORD count = 0;
+        return ReadFile(input_, piece_.data(), static_cast<DWORD>(piece_.size()), &count, nullptr) != 0 ? count : 0;
+    }
+
+    std::size_t read_console() {
+        std::array<wchar_t, 8192> line;
+        DWORD length = 0;
+        do {
+            SetLastError(ERROR_SUCCESS);
+            if (ReadConsoleW(input_, line.data(), static_cast<DWORD>(line.size()), &length, nullptr) == 0) return 0;
+        } while (length == 0 && GetLastError() == ERROR_OPERATION_ABORTED);  // an interrupt that only sets a mark
+        if (length > 0 && line[0] == END_OF_CONSOLE_INPUT) return 0;
+        const std::string text = to_utf8({line.data(), length});
+        std::memcpy(piece_.data(), text.data(), text.size());
+        return text.size();
+    }
+
+    HANDLE input_ = GetStdHandle(STD_INPUT_HANDLE);
+    bool is_console_ = false;
+    // Handed to and fro by the two events, each of which lets one wait end.
+    HANDLE filled_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    HANDLE emptied_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    std::array<char, 65536> piece_;
+    std::size_t size_ = 0;
+    std::size_t taken_ = 0;
+};
+
+}  // namespace
+
+InputState read_input(char *buffer, std::size_t size, int timeout_ms, std::size_t &count) {
+    static InputThread &thread =
+        *new InputThread();  // never destroyed: its thread may be reading when the program ends
+    return thread.take(buffer, size, timeout_ms, count);
+}

@@ -1,0 +1,32 @@
+#include "platform/process.h"
+
+#include "platform/windows/system.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+
+namespace {
+
+UINT usual_code_page = 0;  // of the console
+
+void restore_code_page() { SetConsoleOutputCP(usual_code_page); }
+
+}  // namespace
+
+std::vector<std::string> begin_process(int, char **) {
+    _set_fmode(_O_BINARY);
+    for (std::FILE *stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+    usual_code_page = GetConsoleOutputCP();
+    if (usual_code_page != 0 && SetConsoleOutputCP(CP_UTF8) != 0) std::atexit(restore_code_page);
+
+    int count = 0;
+    std::vector<std::string> arguments;
+    wchar_t **const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    for (int i = 1; words != nullptr && i < count; ++i) arguments.push_back(to_utf8(words[i]));
+    LocalFree(words);
+    return arguments;
+}

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Compares the node count of the benchmark at depth 8 with tests/bench_signature: every compiler and build must search the
 # same tree.
-#   tests/check_bench.sh BINARY            compare; exit 1 when it differs
-#   tests/check_bench.sh --print BINARY    print the count only
-#   tests/check_bench.sh --commits         compare the "Bench: N" of the newest commit that has one with the file;
-#                                          nothing to do outside a git checkout
+#   tests/check_bench.sh COMMAND...          compare; exit 1 when it differs. COMMAND: build/release/dral, or
+#                                            qemu-aarch64 build/arm64/dral
+#   tests/check_bench.sh --print COMMAND...  print the count only
+#   tests/check_bench.sh --commits           compare the "Bench: N" of the newest commit that has one with the file;
+#                                            nothing to do outside a git checkout
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -38,7 +39,7 @@ case "${1:-}" in
     ;;
 esac
 
-nodes=$("$1" -bench -d 8 | sed -n 's/^total time=.* nodes= \([0-9]*\),.*/\1/p')
+nodes=$("$@" -bench -d 8 | sed -n 's/^total time=.* nodes= \([0-9]*\),.*/\1/p')
 if [ "$print_only" = 1 ]; then
     echo "${nodes:?no node count}"
     exit 0

@@ -1,4 +1,6 @@
 // Entry point: start-up in a fixed order, one mode, shut-down.
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "base/output.h"
@@ -9,8 +11,18 @@
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "platform/process.h"
+#include "platform/processor.h"
 
 namespace {
+
+// Runs ahead of the tables that are set up before main: their code may use what is missing.
+[[gnu::constructor(101)]] void require_processor() {
+    const char *missing = missing_instructions();
+    if (missing == nullptr) return;
+    std::fprintf(stderr, "dral: this processor lacks the instruction set %s, which this program was built for\n",
+                 missing);
+    std::_Exit(1);
+}
 
 bool start_up(FrontEnd &front, const CommandLine &line) {
     Engine &engine = front.engine;

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 
 #include "base/shared_value.h"
@@ -113,6 +114,8 @@ struct alignas(CACHE_LINE) SearchThread {
 
     int index;
     std::atomic<std::uint8_t> command;
+    std::mutex command_lock;  // held while a command is given
+    std::condition_variable command_given;
 
     bool is_main() const { return index == 0; }
     bool stopped() const { return shared->stop_flag != STOP_NONE; }

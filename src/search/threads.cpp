@@ -51,7 +51,10 @@ void finish_command(SearchThread &thread, ThreadCommand answer) {
 
 void carry_out_commands(SearchThread &thread) {
     while (true) {
-        thread.command.wait(COMMAND_IDLE, std::memory_order_acquire);
+        {
+            std::unique_lock<std::mutex> lock(thread.command_lock);
+            thread.command_given.wait(lock, [&thread] { return thread.command.load() != COMMAND_IDLE; });
+        }
         switch (thread.command.load(std::memory_order_acquire)) {
         case COMMAND_SEARCH:
             search_thread(thread);
@@ -84,8 +87,11 @@ void thread_main(SearchShared &shared, int index, int node) {
 }
 
 void give_command(SearchThread &thread, ThreadCommand command) {
-    thread.command.store(command, std::memory_order_release);
-    thread.command.notify_all();
+    {
+        const std::lock_guard<std::mutex> lock(thread.command_lock);
+        thread.command.store(command, std::memory_order_release);
+    }
+    thread.command_given.notify_one();
 }
 
 // Thread `index` of `count`. 0, or the system's error code.

@@ -69,17 +69,20 @@ TEST(LineReader, CutsLongLinesIntoPieces) {
     const std::string path =
         (std::filesystem::temp_directory_path() / ("dral-lines-" + std::to_string(getpid()))).string();
     std::ofstream(path, std::ios::binary) << std::string("abc\nabcd\n\nab\0cd\nx\r\nend", 22);
-    LineReader pieces(path.c_str(), 4);
-    std::string shown;
-    for (std::string_view piece; pieces.next(piece);)
-        shown += fields(piece, pieces.line_ended(), pieces.position()) + '/';
-    EXPECT_EQ(shown, "abc | 1 | 4/abcd | 0 | 8/ | 1 | 9/ | 1 | 10/ab | 0 | 14/d | 1 | 16/x\r | 1 | 19/end | 0 | 22/");
-    EXPECT_EQ(pieces.size(), 22);
-    LineReader whole(path.c_str(), 4);
-    shown.clear();
-    for (std::string line; whole.next_whole(line);) shown += line + '/';
-    EXPECT_EQ(shown, "abc/abcd//abd/x\r/end/");
-    EXPECT_FALSE(LineReader(std::filesystem::temp_directory_path().c_str(), 4).is_open());
+    {
+        LineReader pieces(path.c_str(), 4);
+        std::string shown;
+        for (std::string_view piece; pieces.next(piece);)
+            shown += fields(piece, pieces.line_ended(), pieces.position()) + '/';
+        EXPECT_EQ(shown,
+                  "abc | 1 | 4/abcd | 0 | 8/ | 1 | 9/ | 1 | 10/ab | 0 | 14/d | 1 | 16/x\r | 1 | 19/end | 0 | 22/");
+        EXPECT_EQ(pieces.size(), 22);
+        LineReader whole(path.c_str(), 4);
+        shown.clear();
+        for (std::string line; whole.next_whole(line);) shown += line + '/';
+        EXPECT_EQ(shown, "abc/abcd//abd/x\r/end/");
+    }
+    EXPECT_FALSE(LineReader(std::filesystem::temp_directory_path().string().c_str(), 4).is_open());
     std::filesystem::remove(path);
     EXPECT_FALSE(LineReader(path.c_str(), 4).is_open());
 }

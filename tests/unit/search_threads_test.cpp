@@ -1,12 +1,8 @@
-// The pool of search threads: what the secondary ones do, what all of them share, and where they run.
-#include <sched.h>
-#include <unistd.h>
-
+// The pool of search threads: what the secondary ones do, and what all of them share.
 #include <thread>
 
 #include "engine_fixture.h"
 #include "platform/clock.h"
-#include "platform/topology.h"
 #include "search/picker.h"
 
 namespace {
@@ -238,35 +234,5 @@ TEST_F(ThreadsTest, EveryThreadGetsTheGame) {
         EXPECT_EQ(last.eval.iteration + last.best_depth + last.null_depth + last.selective_depth, 0);
         EXPECT_EQ(last.aspiration + last.line[1], 0);
         EXPECT_EQ(last.node_budget, budget > 0 ? static_cast<std::uint64_t>(budget) : std::uint64_t{1} << 62);
-    }
-}
-
-// Up to 32 threads run where they have been started; of more of them, as many as there are places are bound to nodes.
-TEST_F(ThreadsTest, ManyThreadsAreBoundToNodes) {
-    const Topology topology = read_topology();
-    cpu_set_t usual, one;
-    ASSERT_EQ(sched_getaffinity(0, sizeof usual, &usual), 0);
-    if (topology.nodes == 0 || CPU_COUNT(&usual) < 2) GTEST_SKIP() << "no nodes, or nothing to choose from";
-    EXPECT_EQ(topology.logical, sysconf(_SC_NPROCESSORS_ONLN));
-    const int places = static_cast<int>(placement_list(topology).size());
-    const auto tasks_with_a_choice = [] {  // this thread, and what a sanitizer may have started
-        int count = 0;
-        for (const auto &task : std::filesystem::directory_iterator("/proc/self/task")) {
-            cpu_set_t set;
-            if (sched_getaffinity(std::stoi(task.path().filename()), sizeof set, &set) == 0)
-                count += CPU_COUNT(&set) > 1;
-        }
-        return count;
-    };
-    start(1);
-    const int unbound = tasks_with_a_choice() - 1;  // the pool of one thread goes
-    CPU_ZERO(&one);
-    for (std::size_t cpu = 0; CPU_COUNT(&one) == 0; ++cpu)
-        if (CPU_ISSET(cpu, &usual)) CPU_SET(cpu, &one);
-    for (const int threads : {32, 33}) {
-        ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
-        start(threads);
-        ASSERT_EQ(sched_setaffinity(0, sizeof usual, &usual), 0);
-        EXPECT_EQ(tasks_with_a_choice() - unbound, threads > 32 ? std::min(places, threads) : 0);
     }
 }

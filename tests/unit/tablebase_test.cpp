@@ -26,7 +26,7 @@ protected:
         return success == TB_FAILED ? "failed" : std::to_string(value);
     }
 
-    const std::string directory = fs::path(test_data("syzygy/expected.csv")).parent_path();
+    const std::string directory = fs::path(test_data("syzygy/expected.csv")).parent_path().string();
     Tablebases tables;
 };
 
@@ -117,9 +117,14 @@ protected:
         fs::create_directories(folder_ / "A");
         fs::create_directories(folder_ / "B");
     }
-    ~EndgameFiles() override { fs::remove_all(folder_); }
-    void copy(const std::string &from, const std::string &to) const {
-        fs::copy_file(fs::path(directory) / from, folder_ / to, fs::copy_options::overwrite_existing);
+    ~EndgameFiles() override {
+        tb_setup(tables, {});  // files in use cannot be removed everywhere
+        fs::remove_all(folder_);
+    }
+    void copy(const std::string &from, const std::string &to) {
+        tb_setup(tables, {});
+        fs::remove(folder_ / to);
+        fs::copy_file(fs::path(directory) / from, folder_ / to);
     }
     void write(const std::string &name, const std::string &content) const { std::ofstream(folder_ / name) << content; }
     // Paths in which "@" stands for the place of the folders.

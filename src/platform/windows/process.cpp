@@ -18,7 +18,7 @@ void restore_code_page() { SetConsoleOutputCP(usual_code_page); }
 }  // namespace
 
 std::vector<std::string> begin_process(int, char **) {
-    _set_fmode(_O_BINARY);
+    _fmode = _O_BINARY;
     for (std::FILE *stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
     usual_code_page = GetConsoleOutputCP();
     if (usual_code_page != 0 && SetConsoleOutputCP(CP_UTF8) != 0) std::atexit(restore_code_page);

@@ -13,11 +13,15 @@ namespace {
 
 constexpr wchar_t END_OF_CONSOLE_INPUT = 0x1A;  // Ctrl-Z at the start of a line
 
+constexpr int FIRST_WAIT_MS = 20;
+
 class InputThread {
 public:
     InputThread() {
         prepare_console();
         std::thread(&InputThread::run, this).detach();  // ends with the process
+        // The first look already finds what waits.
+        if (wait_for(filled_, FIRST_WAIT_MS)) SetEvent(filled_);
     }
 
     InputState take(char *buffer, std::size_t size, int timeout_ms, std::size_t &count) {

@@ -20,6 +20,7 @@ void restore_code_page() { SetConsoleOutputCP(usual_code_page); }
 std::vector<std::string> begin_process(int, char **) {
     _fmode = _O_BINARY;
     for (std::FILE *stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+    std::setvbuf(stderr, nullptr, _IONBF, 0);
     usual_code_page = GetConsoleOutputCP();
     if (usual_code_page != 0 && SetConsoleOutputCP(CP_UTF8) != 0) std::atexit(restore_code_page);
 

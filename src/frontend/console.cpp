@@ -212,56 +212,59 @@ void set(FrontEnd &front, const Words &words, std::string_view) { set_value(fron
 void help(FrontEnd &, const Words &, std::string_view);
 
 struct Command {
-    std::string_view word;
-    std::string_view arguments;
-    std::string_view meaning;
+    CommandHelp help;
     void (*run)(FrontEnd &front, const Words &words, std::string_view rest);
 };
 
 // clang-format off
 constexpr Command COMMANDS[] = {
-    {"new",   "",                    "start position",                                          new_game},
-    {"fen",   "FEN",                 "set up a position",                                       set_position},
-    {"quit",  "",                    "end the program",                                         quit},
-    {"mv",    "",                    "search with the current limits",                          search_move},
-    {"go",    "[depth]",             "analyse to a depth, or until '.'",                        analyse},
-    {"an",    "[depth]",             "the same",                                                analyse},
-    {".",     "",                    "stop the search",                                         stop_analysis},
-    {"bd",    "",                    "show the position",                                       show_position},
-    {"self",  "",                    "the engine plays both sides, until '.'",                  self_play_game},
-    {"get",   "id",                  "set up the position with this id from test.epd",          get},
-    {"pv",    "",                    "show the hash table's line and the position at its end",  hash_line},
-    {"trace", "plies",               "write the moves searched up to this ply to trace.txt",    trace},
-    {"ev",    "",                    "show the evaluation of the position",                     show_evaluation},
-    {"sp",    "",                    "show the evaluation parameters",                          evaluation_parameters},
-    {"lmr",   "",                    "show the search parameters",                              reductions},
-    {"undo",  "",                    "take back a move",                                        take_back},
-    {"[",     "",                    "the same",                                                take_back},
-    {"]",     "",                    "play again the move that was taken back",                 play_again},
-    {"load",  "file [number or text]", "load a game: by number, or the first that has the text", load},
-    {"save",  "",                    "append the game to tmp.pgn",                              save},
-    {"jump",  "ply",                 "go to the position after so many moves of either side",   jump},
-    {"edit",  "",                    "edit the board",                                          edit},
-    {"book",  "",                    "list the book's moves and draw one",                      book_moves},
-    {"tune",  "weight [file] [percent]", "find the best value of a weight on scored positions", tune},
-    {"perft", "depth",               "count move paths",                                        count_paths},
-    {"swap",  "",                    "show the exchange values of all attacked pieces",         exchanges},
-    {"set",   "name value",          "change a setting: hash, noise, multipv, depth, level, ponder, debug, ...", set},
-    {"move",  "move",                "play a move; its text alone does as well: Nf3",           move},
-    {"uci",   "",                    "change to the UCI protocol",                              nullptr},
-    {"help",  "",                    "list the commands",                                       help},
-    {"?",     "",                    "the same",                                                help},
+    {{"new",   "",                    "start position"},                                          new_game},
+    {{"fen",   "FEN",                 "set up a position"},                                       set_position},
+    {{"quit",  "",                    "end the program"},                                         quit},
+    {{"mv",    "",                    "search with the current limits"},                          search_move},
+    {{"go",    "[depth]",             "analyse to a depth, or until '.'"},                        analyse},
+    {{"an",    "[depth]",             "the same"},                                                analyse},
+    {{".",     "",                    "stop the search"},                                         stop_analysis},
+    {{"bd",    "",                    "show the position"},                                       show_position},
+    {{"self",  "",                    "the engine plays both sides, until '.'"},                  self_play_game},
+    {{"get",   "id",                  "set up the position with this id from test.epd"},          get},
+    {{"pv",    "",                    "show the hash table's line and the position at its end"},  hash_line},
+    {{"trace", "plies",               "write the moves searched up to this ply to trace.txt"},    trace},
+    {{"ev",    "",                    "show the evaluation of the position"},                     show_evaluation},
+    {{"sp",    "",                    "show the evaluation parameters"},                          evaluation_parameters},
+    {{"lmr",   "",                    "show the search parameters"},                              reductions},
+    {{"undo",  "",                    "take back a move"},                                        take_back},
+    {{"[",     "",                    "the same"},                                                take_back},
+    {{"]",     "",                    "play again the move that was taken back"},                 play_again},
+    {{"load",  "file [number or text]", "load a game: by number, or the first that has the text"}, load},
+    {{"save",  "",                    "append the game to tmp.pgn"},                              save},
+    {{"jump",  "ply",                 "go to the position after so many moves of either side"},   jump},
+    {{"edit",  "",                    "edit the board"},                                          edit},
+    {{"book",  "",                    "list the book's moves and draw one"},                      book_moves},
+    {{"tune",  "weight [file] [percent]", "find the best value of a weight on scored positions"}, tune},
+    {{"perft", "depth",               "count move paths"},                                        count_paths},
+    {{"swap",  "",                    "show the exchange values of all attacked pieces"},         exchanges},
+    {{"set",   "name value",          "change a setting: hash, noise, multipv, depth, level, ponder, debug, ..."}, set},
+    {{"move",  "move",                "play a move; its text alone does as well: Nf3"},           move},
+    {{"uci",   "",                    "change to the UCI protocol"},                              nullptr},
+    {{"help",  "",                    "list the commands"},                                       help},
+    {{"?",     "",                    "the same"},                                                help},
 };
 // clang-format on
+constexpr auto HELP = help_of(COMMANDS);
 
-void help(FrontEnd &, const Words &, std::string_view) {
-    for (const Command &command : COMMANDS) {
+void help(FrontEnd &, const Words &, std::string_view) { print_commands(HELP); }
+
+}  // namespace
+
+std::span<const CommandHelp> console_commands() { return HELP; }
+
+void print_commands(std::span<const CommandHelp> commands) {
+    for (const CommandHelp &command : commands) {
         const std::string usage = std::string(command.word) + " " + std::string(command.arguments);
         print_format("  %-28s %s", usage.c_str(), std::string(command.meaning).c_str());
     }
 }
-
-}  // namespace
 
 void interpret_console(FrontEnd &front, std::string_view line) {
     if (front.editing) {
@@ -276,7 +279,7 @@ void interpret_console(FrontEnd &front, std::string_view line) {
     next_word(rest);
     rest = skip_blanks(rest);
     for (const Command &command : COMMANDS) {
-        if (words[0] == command.word && command.run != nullptr) {
+        if (words[0] == command.help.word && command.run != nullptr) {
             command.run(front, words, rest);
             return;
         }

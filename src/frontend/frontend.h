@@ -5,6 +5,8 @@
 // editor.h) and the command line (command_line.h). All of it runs on the main thread, but for the reporters.
 #pragma once
 
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -63,10 +65,30 @@ PromotionStyle move_style(const FrontEnd &front);
 // What a tool gets from this front end.
 ToolRun tool_run(FrontEnd &front);
 
+// A command as `help` and the manual show it.
+struct CommandHelp {
+    std::string_view word;       // with a word of its own behind it where one line is not enough: "go mate"
+    std::string_view arguments;  // what follows it; empty: nothing
+    std::string_view meaning;    // one line
+};
+
 // uci.cpp: interprets one line of the UCI protocol.
 void interpret_uci(FrontEnd &front, std::string_view line);
+std::span<const CommandHelp> uci_commands();
 // console.cpp: interprets one line typed at a console.
 void interpret_console(FrontEnd &front, std::string_view line);
+std::span<const CommandHelp> console_commands();
+// Prints a table of commands, one a line.
+void print_commands(std::span<const CommandHelp> commands);
+
+// The help column of a protocol's table of commands.
+template <typename Command, std::size_t N>
+constexpr std::array<CommandHelp, N> help_of(const Command (&commands)[N]) {
+    std::array<CommandHelp, N> help{};
+    for (std::size_t i = 0; i < N; ++i) help[i] = commands[i].help;
+    return help;
+}
+
 // A number typed at a console.
 inline int console_integer(std::string_view text) { return clamped_integer(text, -1'000'000, 1'000'000); }
 // console_settings.cpp: the console's `set`.

@@ -200,24 +200,38 @@ void quit(FrontEnd &front, std::string_view) {
 }
 
 struct Command {
-    std::string_view word;
-    void (*run)(FrontEnd &front, std::string_view rest);
-};
-constexpr Command COMMANDS[] = {
-    {"uci", uci},
-    {"isready", isready},
-    {"setoption", setoption},
-    {"debug", debug},
-    {"_show", show_parameters},
-    {"ucinewgame", ucinewgame},
-    {"position", position},
-    {"go", go},
-    {"ponderhit", ponderhit},
-    {"stop", stop},
-    {"quit", quit},
+    CommandHelp help;
+    void (*run)(FrontEnd &front, std::string_view rest);  // null: part of another command, for the help
 };
 
+// clang-format off
+constexpr Command COMMANDS[] = {
+    {{"uci",            "",                         "name the engine and list its options"},              uci},
+    {{"isready",        "",                         "answer readyok"},                                    isready},
+    {{"setoption",      "name NAME [value VALUE]",  "change an option"},                                  setoption},
+    {{"debug",          "[on|off]",                 "accepted, without effect"},                          debug},
+    {{"_show",          "",                         "show the search and evaluation parameters"},         show_parameters},
+    {{"ucinewgame",     "",                         "forget the last game"},                              ucinewgame},
+    {{"position",       "startpos|fen FEN [moves MOVE...]", "set up a position and play moves from it"},  position},
+    {{"go",             "[LIMIT...]",               "search the position within the limits that follow"}, go},
+    {{"go wtime",       "MS",                       "time on White's clock; btime: on Black's"},          nullptr},
+    {{"go winc",        "MS",                       "White's increment for a move; binc: Black's"},       nullptr},
+    {{"go movestogo",   "MOVES",                    "moves up to the next time control"},                 nullptr},
+    {{"go depth",       "PLIES",                    "deepest iteration"},                                 nullptr},
+    {{"go nodes",       "NODES",                    "number of nodes"},                                   nullptr},
+    {{"go movetime",    "MS",                       "time for this move"},                                nullptr},
+    {{"go infinite",    "",                         "search until stop"},                                 nullptr},
+    {{"go ponder",      "",                         "search on the opponent's time, until ponderhit or stop"}, nullptr},
+    {{"ponderhit",      "",                         "the expected move was played: the clock runs"},      ponderhit},
+    {{"stop",           "",                         "end the search and answer"},                         stop},
+    {{"quit",           "",                         "end the program"},                                   quit},
+};
+// clang-format on
+constexpr auto HELP = help_of(COMMANDS);
+
 }  // namespace
+
+std::span<const CommandHelp> uci_commands() { return HELP; }
 
 void interpret_uci(FrontEnd &front, std::string_view line) {
     if (line.empty()) return;
@@ -226,5 +240,5 @@ void interpret_uci(FrontEnd &front, std::string_view line) {
     const std::string_view word = next_word(rest);
     rest.remove_prefix(std::min<std::size_t>(1, rest.size()));
     for (const Command &command : COMMANDS)
-        if (word == command.word) command.run(front, rest);
+        if (word == command.help.word) command.run(front, rest);
 }

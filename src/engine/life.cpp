@@ -45,6 +45,22 @@ void reset_result(RootResult &result) {
     }
 }
 
+// Those of the wanted root moves that can be played, each once.
+std::vector<Move> playable(const Position &pos, const std::vector<Move> &wanted) {
+    std::vector<Move> found;
+    if (wanted.empty()) return found;
+    MoveList list;
+    const MoveEntry *end = gen_legal(pos, list.data());
+    for (const MoveEntry *entry = list.data(); entry != end; ++entry)
+        if (std::find(wanted.begin(), wanted.end(), entry->move) != wanted.end()) found.push_back(entry->move);
+    return found;
+}
+
+bool may_be_searched(const SearchShared &shared, Move move) {
+    const std::vector<Move> &only = shared.root_moves;
+    return only.empty() || std::find(only.begin(), only.end(), move) != only.end();
+}
+
 void reset_shared_state(Engine &engine) {
     SearchShared &shared = engine.shared;
     const Settings &settings = engine.settings;
@@ -57,8 +73,9 @@ void reset_shared_state(Engine &engine) {
     shared.tb_depths = {settings.SyzygyProbeDepth5, settings.SyzygyProbeDepth6};
     shared.multi_pv = settings.MultiPV;
     MoveList list;
-    const auto legal_moves = static_cast<int>(gen_legal(engine.game.position, list.data()) - list.data());
-    shared.pv_lines = std::clamp<int>(settings.MultiPV, 1, std::max(legal_moves, 1));
+    auto root_moves = static_cast<int>(gen_legal(engine.game.position, list.data()) - list.data());
+    if (!shared.root_moves.empty()) root_moves = static_cast<int>(shared.root_moves.size());
+    shared.pv_lines = std::clamp<int>(settings.MultiPV, 1, std::max(root_moves, 1));
     const std::lock_guard<std::mutex> guard(shared.stats_lock);
     shared.nodes_by_depth.fill(0);
 }
@@ -102,7 +119,9 @@ bool play_from_book(Engine &engine) {
     const BookDraw draw =
         probe_book(engine.game.position, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, engine.random);
     if (reporter.book_drawn != nullptr) reporter.book_drawn(reporter.context, draw);
-    if (draw.move == NO_MOVE || !book_move_accepted(engine.game, draw.move)) return false;
+    if (draw.move == NO_MOVE || !may_be_searched(engine.shared, draw.move) ||
+        !book_move_accepted(engine.game, draw.move))
+        return false;
     if (reporter.book_move != nullptr) reporter.book_move(reporter.context, draw.move);
     engine.shared.result.pv[1] = draw.move;
     engine.shared.result.score = 0;
@@ -110,9 +129,10 @@ bool play_from_book(Engine &engine) {
     return true;
 }
 
-Move first_legal_move(const Position &pos) {
+Move first_root_move(const Engine &engine) {
+    if (!engine.shared.root_moves.empty()) return engine.shared.root_moves.front();
     MoveList list;
-    return gen_legal(pos, list.data()) != list.data() ? list[0].move : NO_MOVE;
+    return gen_legal(engine.game.position, list.data()) != list.data() ? list[0].move : NO_MOVE;
 }
 
 }  // namespace
@@ -131,6 +151,9 @@ void begin_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
     change_noise(engine, limits.noise);
     shared.node_limit = limits.node_limit;
     shared.show_evaluation = limits.show_evaluation;
+    shared.mate_in = limits.mate_in;
+    shared.root_moves = playable(engine.game.position, limits.root_moves);
+    shared.hurries_single_reply = shared.root_moves.empty() && !(limits.literal && limits.tc_mode == 1);
     reset_shared_state(engine);
     tt_next_age(shared.table);
     fit_table(engine);
@@ -166,8 +189,8 @@ void start_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
         engine.shared.reporter.say("info string cannot search this position: " + std::string(reason));
         return;
     }
-    if (play_from_book(engine) || engine.game.position.fifty > FIFTY_MOVES) return;
-    if (limits.max_depth >= 1) engine.fallback_move = first_legal_move(engine.game.position);
+    if (play_from_book(engine) || (engine.game.position.fifty > FIFTY_MOVES && !limits.literal)) return;
+    if (limits.max_depth >= 1 || limits.literal) engine.fallback_move = first_root_move(engine);
     release_threads(engine);
 }
 

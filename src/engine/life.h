@@ -24,8 +24,8 @@ void release_threads(Engine &engine);
 // Searches it in this thread, as thread 0, and returns when that has ended.
 void search_here(Engine &engine);
 
-// begin_search, and whatever gives the answer: nothing in a position that cannot be searched or is drawn by the fifty-move
-// clock, a book move, or the threads, which have been released when this returns.
+// begin_search, and whatever gives the answer: nothing in a position that cannot be searched or, unless the limits are
+// literal, is drawn by the fifty-move clock; a book move; or the threads, which have been released when this returns.
 void start_search(Engine &engine, const SearchLimits &limits, SearchRequest request);
 
 // Whether a search has been begun and not been finished.

@@ -35,3 +35,43 @@ void perft(SearchThread &thread, int ply, int depth) {
         unmake_move(thread.position);
     }
 }
+
+namespace {
+
+// Subtrees of this depth are counted in one go.
+constexpr int UNWATCHED_DEPTH = 4;
+
+// `depth` at least 0: the node itself.
+bool perft_watched(SearchThread &thread, int ply, int depth, const PerftWatch &watch) {
+    if (depth == 0) {
+        ++thread.nodes;
+        return true;
+    }
+    if (depth <= UNWATCHED_DEPTH) {
+        perft(thread, ply, depth);
+        return !watch.wants_to_end(watch.context);
+    }
+    const MoveEntry *end = legal_moves(thread, ply);
+    bool goes_on = true;
+    for (const MoveEntry *entry = thread.plies[ply].list; entry != end && goes_on; ++entry) {
+        make_move(thread.position, entry->move);
+        goes_on = perft_watched(thread, ply + 1, depth - 1, watch);
+        unmake_move(thread.position);
+    }
+    return goes_on;
+}
+
+}  // namespace
+
+bool perft_by_move(SearchThread &thread, int depth, const PerftWatch &watch) {
+    const MoveEntry *end = legal_moves(thread, ROOT_PLY);
+    for (const MoveEntry *entry = thread.plies[ROOT_PLY].list; entry != end; ++entry) {
+        const std::uint64_t before = thread.nodes;
+        make_move(thread.position, entry->move);
+        const bool finished = perft_watched(thread, ROOT_PLY + 1, depth - 1, watch);
+        unmake_move(thread.position);
+        if (!finished) return false;
+        watch.counted(watch.context, entry->move, thread.nodes - before);
+    }
+    return true;
+}

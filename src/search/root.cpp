@@ -63,8 +63,11 @@ void generate_root_moves(SearchThread &thread) {
     const Position &pos = thread.position;
     PlyRecord &root = thread.plies[ROOT_PLY];
     MoveEntry *end = gen_moves(pos, pos.side, root.list, root.checker);
-    end =
-        std::remove_if(root.list, end, [&pos](const MoveEntry &entry) { return !is_legal(pos, pos.side, entry.move); });
+    const std::vector<Move> &only = thread.shared->root_moves;
+    end = std::remove_if(root.list, end, [&](const MoveEntry &entry) {
+        return !is_legal(pos, pos.side, entry.move) ||
+               (!only.empty() && std::find(only.begin(), only.end(), entry.move) == only.end());
+    });
     terminate_list(end);
     close_list(thread, ROOT_PLY, end);
     thread.root_count = static_cast<int>(end - root.list);
@@ -95,7 +98,8 @@ void report_multi_pv_line(SearchThread &thread, int line, int depth) {
 bool deepening_ends(const SearchThread &thread, int depth) {
     const SearchShared &shared = *thread.shared;
     const int score = shared.result.score;
-    return score >= MATE - 1 - depth || score < depth - (MATE - 1) || depth >= shared.max_depth ||
+    const bool mates = shared.mate_in > 0 ? is_wanted_mate(shared, score) : score >= MATE - 1 - depth;
+    return mates || score < depth - (MATE - 1) || depth >= shared.max_depth ||
            thread.history.undo_count + depth > HISTORY_DEPTH_LIMIT || depth + 1 > PLY_RECORDS - 2;
 }
 
@@ -162,8 +166,8 @@ bool play_from_tablebases(SearchThread &thread) {
     SearchShared &shared = *thread.shared;
     const Position &pos = thread.position;
     if (popcount(pos.occupied()) > shared.tablebases.largest || pos.castling != 0) return false;
-    TbRoot root = tb_probe_root(shared.tablebases, pos);
-    if (root.result == NO_TB_RESULT)
+    TbRoot root = tb_probe_root(shared.tablebases, pos, shared.root_moves);
+    if (root.result == NO_TB_RESULT && shared.root_moves.empty())
         root.result = tb_probe_search(shared.tablebases, pos, DEEP_PROBE, shared.tb_depths);
     shared.root_tb_result = root.result;
     thread.plies[ROOT_PLY].tb_result = root.result;
@@ -193,7 +197,7 @@ void search_position(SearchThread &thread) {
         return;
     }
     score_root_moves(thread, thread.plies[ROOT_PLY].list);
-    if (thread.is_main() && thread.root_count == 1) shared.single_reply = 1;
+    if (thread.is_main() && thread.root_count == 1 && shared.hurries_single_reply) shared.single_reply = 1;
     if (thread.is_main() ? play_from_tablebases(thread) : shared.root_tb_result != NO_TB_RESULT) return;
     deepen(thread);
 }

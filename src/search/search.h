@@ -150,6 +150,15 @@ std::uint16_t classify_move(const Position &pos, Colour side, const MoveEntry &e
 // generation, not the picker: it is the yardstick of both.
 void perft(SearchThread &thread, int ply, int depth);
 
+// The same from the root, move by move, for somebody who watches.
+struct PerftWatch {
+    void (*counted)(void *context, Move move, std::uint64_t nodes);
+    bool (*wants_to_end)(void *context);  // asked about every few milliseconds
+    void *context;
+};
+// False when the watcher has ended it.
+bool perft_by_move(SearchThread &thread, int depth, const PerftWatch &watch);
+
 inline bool is_null(const MoveEntry *entry) { return entry->move == NO_MOVE; }
 
 // Copies a child's line behind a node's move at `ply`.

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "base/shared_value.h"
 #include "eval/parameters.h"
@@ -67,8 +68,11 @@ struct SearchShared {
     alignas(CACHE_LINE) int pv_lines = 1;  // principal variations searched
     int multi_pv = 1;                      // the MultiPV option
     bool show_evaluation = false;
-    std::int64_t node_limit = 0;  // nodes per thread, 0 = none
-    double start = 0.0;           // seconds of the monotonic clock
+    std::int64_t node_limit = 0;   // nodes per thread, 0 = none
+    std::vector<Move> root_moves;  // legal ones, the only ones to search; empty: all
+    int mate_in = 0;               // as in SearchLimits
+    bool hurries_single_reply = true;
+    double start = 0.0;  // seconds of the monotonic clock
     TimePlan plan{};
     // The owner may change these while a search runs.
     SharedValue<int> max_depth{MAX_DEPTH};
@@ -78,7 +82,7 @@ struct SearchShared {
     // Written during a search.
     alignas(CACHE_LINE) SharedValue<double> elapsed{0.0};  // seconds since the start
     SharedValue<std::uint8_t> iteration{0};                // thread 0's current depth
-    SharedValue<std::uint8_t> single_reply{0};             // the root has exactly one legal move
+    SharedValue<std::uint8_t> single_reply{0};             // the root has exactly one legal move and is to be quick
     SharedValue<std::uint32_t> seed{0};                    // of random depth reductions
     SharedValue<int> last_iteration{0};                    // last finished depth of thread 0
     SharedValue<int> root_tb_result{NO_TB_RESULT};

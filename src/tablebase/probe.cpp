@@ -305,14 +305,26 @@ const RootMove *choose_move(const std::array<RootMove, MAX_TB_MOVES> &moves, std
     return nullptr;
 }
 
+// What the best of some root moves is worth: the quickest win, else a draw, else the longest resistance.
+int best_value(const std::array<RootMove, MAX_TB_MOVES> &moves, std::size_t count) {
+    int best = moves[0].value;
+    for (std::size_t i = 1; i < count; ++i) {
+        const int value = moves[i].value;
+        const bool better =
+            best > 0 ? value > 0 && value < best : value > 0 || (best < 0 && (value == 0 || value < best));
+        if (better) best = value;
+    }
+    return best;
+}
+
 }  // namespace
 
-TbRoot tb_probe_root(Tablebases &tablebases, const Position &position) {
+TbRoot tb_probe_root(Tablebases &tablebases, const Position &position, std::span<const Move> only) {
     const TbRoot nothing{NO_TB_RESULT, NO_MOVE};
     const TbPosition pos = tb_position(position, std::min<int>(position.fifty, 254));
     if (!tb_is_valid(pos)) return nothing;
     TbSuccess success = TB_FAILED;
-    const int dtz = tb_dtz(tablebases, pos, success);
+    int dtz = tb_dtz(tablebases, pos, success);
     if (success == TB_FAILED) return nothing;
 
     TbMoveList list;
@@ -321,10 +333,13 @@ TbRoot tb_probe_root(Tablebases &tablebases, const Position &position) {
     std::size_t count = 0;
     TbPosition next;
     for (const TbMove m : list) {
+        if (!only.empty() && std::find(only.begin(), only.end(), tb_engine_move(m)) == only.end()) continue;
         if (!tb_do_move(pos, m, next)) continue;
         moves[count++] = {m, root_move_value(tablebases, next, dtz, success)};
         if (success == TB_FAILED) return nothing;
     }
+    if (count == 0) return nothing;
+    if (!only.empty()) dtz = best_value(moves, count);
     const RootMove *best = choose_move(moves, count, dtz, tb_material_key(pos, pos.side == BLACK));
     if (best == nullptr) return nothing;
     const int clock = pos.fifty;

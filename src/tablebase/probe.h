@@ -1,6 +1,8 @@
 // Probing endgame tablebases: the value of a position, its distance to the next zeroing move, and what the search asks.
 #pragma once
 
+#include <span>
+
 #include "board/position.h"
 #include "tablebase/board.h"
 
@@ -36,9 +38,10 @@ struct TbProbeDepths {
 // Result inside the tree. Any thread.
 int tb_probe_search(Tablebases &tablebases, const Position &pos, int depth, const TbProbeDepths &depths);
 
-// Result at the root with the half-move clock counted in, and a move that keeps it and makes progress. NO_TB_RESULT without an answer, for a mate and a stalemate too. One thread at a time.
+// Result at the root with the half-move clock counted in, and a move that keeps it and makes progress. NO_TB_RESULT without
+// an answer, for a mate and a stalemate too. With moves in `only` it is the result of the best of them. One thread at a time.
 struct TbRoot {
     int result;
     Move move;
 };
-TbRoot tb_probe_root(Tablebases &tablebases, const Position &pos);
+TbRoot tb_probe_root(Tablebases &tablebases, const Position &pos, std::span<const Move> only = {});

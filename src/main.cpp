@@ -27,7 +27,8 @@ namespace {
 bool start_up(FrontEnd &front, const CommandLine &line) {
     Engine &engine = front.engine;
     front.uci = line.uci;
-    front.limits = line.limits;
+    front.limits = front.start_limits = line.limits;
+    choose_line_form(line.uci, line.settings);
     if (start_engine(engine, line.settings, make_reporter(front)) != 0) return false;
     if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
     if (engine.settings.Log != 0) engine.settings.Log = set_logging(true) ? 1 : 0;
@@ -38,6 +39,7 @@ bool start_up(FrontEnd &front, const CommandLine &line) {
     }
     engine.default_settings = engine.settings;
     if (!engine.settings.ConfigFilePath.empty()) load_config_file(engine);
+    choose_line_form(line.uci, engine.settings);
     derive_tables(engine);
     engine.settings_changed = false;
     return true;

@@ -1,5 +1,6 @@
 #include "base/output.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -16,6 +17,22 @@ constexpr const char *LOG_NAME = "dral.log";
 std::mutex print_lock;                     // held while a line is written to standard output and the log
 std::FILE *log_file = nullptr;             // main thread, under print_lock
 SharedValue<bool> logging_enabled(false);  // main thread
+
+SharedValue<std::string (*)(std::string_view line)> line_form(nullptr);
+
+// The lines of a text as they are to be written.
+std::string in_form(std::string text) {
+    const auto form = line_form.load();
+    if (form == nullptr) return text;
+    std::string lines;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        const std::string line = form(rest.substr(0, end));
+        if (!line.empty()) lines += line + '\n';
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+    return lines;
+}
 
 void write_text(std::FILE *file, std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), file);
@@ -42,16 +59,19 @@ std::string format_arguments(const char *format, std::va_list arguments) {
 
 void print_line(std::string_view text) {
     // One write a line: displays that are written without the lock cannot come between a line and its end.
-    const std::string line = std::string(text) + '\n';
+    const std::string line = in_form(std::string(text) + '\n');
     const std::lock_guard<std::mutex> guard(print_lock);
     write_text(stdout, line);
     if (logging_enabled && log_file != nullptr) write_text(log_file, line);
 }
 
 void print_display(std::string_view text) {
+    const std::string lines = in_form(std::string(text));
     const std::lock_guard<std::mutex> guard(print_lock);
-    write_text(stdout, text);
+    write_text(stdout, lines);
 }
+
+void set_line_form(std::string (*form)(std::string_view line)) { line_form = form; }
 
 std::string format_line(const char *format, ...) {
     std::va_list arguments;

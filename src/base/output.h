@@ -20,6 +20,10 @@ void print_line(std::string_view text);
 // Writes a display of several lines, as it stands, to standard output only. Any thread; no line comes between its own.
 void print_display(std::string_view text);
 
+// From now on `form` gives what is written for each line, without its line feed; nothing is written for an empty text.
+// Null: lines and displays are written as they stand. Any thread.
+void set_line_form(std::string (*form)(std::string_view line));
+
 // printf into a string.
 std::string format_line(const char *format, ...) DRAL_PRINTF_FORMAT(1, 2);
 

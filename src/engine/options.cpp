@@ -75,6 +75,7 @@ constexpr Option OPTIONS[] = {
     {"SyzygyProbeDepth6", SPIN,  &S::SyzygyProbeDepth6, -5,   100,              LISTED},
     {"Log",               CHECK, &S::Log,               0,    1,                LISTED, "",             "-log",     switch_log, open_log},
     {"Ponder",            CHECK, &S::Ponder,            0,    1,                LISTED, "ponder"},
+    {"Strict",            CHECK, &S::Strict,            0,    1,                HIDDEN, "",             "-strict"},
     {"MultiPV",           SPIN,  &S::MultiPV,           1,    255,              LISTED},
     {"MoveOverhead",      SPIN,  &S::MoveOverhead,      0,    5000,             LISTED},
     {"UCI_LimitStrength", CHECK, &S::UCI_LimitStrength, 0,    1,                LISTED},

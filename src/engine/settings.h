@@ -34,6 +34,7 @@ struct Settings {
     std::int16_t UCI_LimitStrength = 0;
     std::int16_t UCI_Elo = 0;
     std::int16_t Log = 0;
+    std::int16_t Strict = 0;  // the protocol is kept to the letter
     std::int16_t OwnBook = 0;
     std::int16_t OwnBook_Variety = 25;
     std::int16_t OwnBook_Depth = 28;

@@ -10,6 +10,7 @@
 #include "board/fen.h"
 #include "eval/display.h"
 #include "frontend/book_listing.h"
+#include "frontend/direct_commands.h"
 #include "frontend/editor.h"
 #include "frontend/frontend.h"
 #include "frontend/game_commands.h"
@@ -22,42 +23,17 @@ namespace {
 
 using Words = std::vector<std::string_view>;
 
-constexpr double NEVER_ZERO = 0.001;  // seconds
-
 int integer_at(const Words &words, std::size_t i) { return console_integer(word_at(words, i)); }
 
-// Begins a search for a command that uses the threads' records itself; false, with a message, when the position is none
-// that can be searched.
-bool begin_direct_search(FrontEnd &front, const SearchLimits &limits) {
-    if (const std::string_view reason = unsearchable_reason(front.engine); !reason.empty()) {
-        print_line("cannot search this position: " + std::string(reason));
-        return false;
-    }
-    end_search(front);
-    begin_search(front.engine, limits, REQUEST_ANALYSIS);
-    return true;
-}
+void evaluation(FrontEnd &front, const Words &, std::string_view) { show_evaluation(front); }
 
-// The breakdown of the position's evaluation, from a search of depth 0 in this thread.
-void show_evaluation(FrontEnd &front, const Words &, std::string_view) {
-    Engine &engine = front.engine;
-    SearchLimits limits = present_limits(front);
-    limits.max_depth = 0;
-    limits.show_evaluation = true;
-    if (!begin_direct_search(front, limits)) return;
-    engine.shared.display = {};
-    search_here(engine);
-    const SearchResult result = finish_search(engine);
-    print_line(evaluation_text(engine.game.position, engine.shared.display, result.root_eval, result.score));
-}
-
-void show_position(FrontEnd &front, const Words &words, std::string_view rest) {
+void show_position(FrontEnd &front) {
     if (front.limits.show_evaluation)
-        show_evaluation(front, words, rest);
+        show_evaluation(front);
     else
         show_board(front.engine.game.position);
 }
-void show_position(FrontEnd &front) { show_position(front, {}, {}); }
+void show_position(FrontEnd &front, const Words &, std::string_view) { show_position(front); }
 
 void new_game(FrontEnd &front, const Words &, std::string_view) {
     abandon_search(front);
@@ -147,14 +123,7 @@ void count_paths(FrontEnd &front, const Words &words, std::string_view) {
         print_line("perft needs a depth of 1 or more");
         return;
     }
-    if (!begin_direct_search(front, present_limits(front))) return;
-    SearchThread &thread = prepare_thread(front.engine);
-    const double start = monotonic_seconds();
-    perft(thread, ROOT_PLY, depth);
-    const double seconds = monotonic_seconds() - start;
-    const auto nodes = static_cast<double>(thread.nodes);
-    print_format("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds, nodes / (seconds + NEVER_ZERO));
-    finish_search(front.engine);
+    count_paths(front, depth);
 }
 
 void tune(FrontEnd &front, const Words &words, std::string_view) {
@@ -230,7 +199,7 @@ constexpr Command COMMANDS[] = {
     {{"get",   "id",                  "set up the position with this id from test.epd"},          get},
     {{"pv",    "",                    "show the hash table's line and the position at its end"},  hash_line},
     {{"trace", "plies",               "write the moves searched up to this ply to trace.txt"},    trace},
-    {{"ev",    "",                    "show the evaluation of the position"},                     show_evaluation},
+    {{"ev",    "",                    "show the evaluation of the position"},                     evaluation},
     {{"sp",    "",                    "show the evaluation parameters"},                          evaluation_parameters},
     {{"lmr",   "",                    "show the search parameters"},                              reductions},
     {{"undo",  "",                    "take back a move"},                                        take_back},

@@ -25,9 +25,12 @@ struct FrontEnd {
     InputQueue input;
     SharedValue<bool> uci{true};  // the protocol: UCI, or that of the console; reporters read it on search threads
     SearchLimits limits;          // of the next search; commands change them, and what they do not name stays
+    SearchLimits start_limits;    // those with which the program was started
     SearchRequest search_request = REQUEST_NONE;  // a search that has been asked for
     bool clear_table_first = false;               // before the requested search
     bool endless_search = false;                  // only a command can end the requested or running search
+    bool requested_waits = false;                 // the requested search is answered after `stop` only,
+    bool answer_waits = false;                    // and so is the running one
     bool self_play = false;                       // the engine plays both sides of the console's game
     bool editing = false;                         // the console's board editor takes the lines
     bool quit = false;                            // ends the loop and the tools
@@ -43,6 +46,8 @@ void read_command(FrontEnd &front, int timeout_ms);
 // For work outside the loop: reads input without waiting and obeys `quit` (and Ctrl-C where it is caught) and isready;
 // other commands wait in the queue. Whether the work is to end.
 bool wants_to_end(FrontEnd &front);
+// The same for work that `stop` ends as well.
+bool is_told_to_stop(FrontEnd &front);
 
 // Asks for a search; one that runs makes way for it.
 void request_search(FrontEnd &front, SearchRequest request, bool endless);

@@ -16,6 +16,7 @@ constexpr int IDLE_POLL_MS = 50;   // input ends the wait at once
 // Carried out even while a `go` waits for the running search, which it has stopped, to end. A stop belongs to the search
 // that waits.
 constexpr std::string_view URGENT_COMMANDS[] = {"isready", "quit"};
+constexpr std::string_view ENDING_COMMANDS[] = {"isready", "quit", "stop"};
 
 void interpret(FrontEnd &front, const std::string &line) {
     if (front.uci || (line == "uci" && !front.editing)) {
@@ -31,6 +32,7 @@ void start_requested_search(FrontEnd &front) {
     front.clear_table_first = false;
     const SearchRequest request = front.search_request;
     front.search_request = REQUEST_NONE;
+    front.answer_waits = front.requested_waits;
     start_search(front.engine, present_limits(front), request);
 }
 
@@ -56,11 +58,30 @@ void act_on_end_of_input(FrontEnd &front) {
     if (searching(front.engine)) {
         if (!front.endless_search || (!front.input.empty() && !requested)) return;
         front.self_play = false;
+        front.answer_waits = false;
         end_pondering(front.engine);
         stop_search(front.engine, STOP_REPORT);
     } else if (front.input.empty() && !requested) {
         front.quit = true;
     }
+}
+
+// Carries out those of the words that wait in the input. Whether one of them was `stop`.
+template <std::size_t N>
+bool obeys_in_between(FrontEnd &front, const std::string_view (&words)[N]) {
+    poll_input(front.input, 0);
+    bool stopped = false;
+    std::string line;
+    while (front.input.take_first_of(words, line)) {
+        if (line.starts_with("quit"))
+            front.quit = true;
+        else if (line.starts_with("stop"))
+            stopped = true;
+        else if (front.uci)
+            print_line("readyok");
+    }
+    if (interrupted()) front.quit = true;
+    return stopped;
 }
 
 }  // namespace
@@ -77,18 +98,9 @@ void read_command(FrontEnd &front, int timeout_ms) {
     }
 }
 
-bool wants_to_end(FrontEnd &front) {
-    poll_input(front.input, 0);
-    std::string line;
-    while (front.input.take_first_of(URGENT_COMMANDS, line)) {
-        if (line.starts_with("quit"))
-            front.quit = true;
-        else if (front.uci)
-            print_line("readyok");
-    }
-    if (interrupted()) front.quit = true;
-    return front.quit;
-}
+bool wants_to_end(FrontEnd &front) { return obeys_in_between(front, URGENT_COMMANDS) || front.quit; }
+
+bool is_told_to_stop(FrontEnd &front) { return obeys_in_between(front, ENDING_COMMANDS) || front.quit; }
 
 void request_search(FrontEnd &front, SearchRequest request, bool endless) {
     if (searching(front.engine)) stop_search(front.engine, STOP_ABANDON);
@@ -110,7 +122,7 @@ void end_search(FrontEnd &front) {
 void report_result(FrontEnd &front, const SearchResult &result) {
     if (result.interrupted) front.self_play = false;
     if (front.uci)
-        print_uci_result(result);
+        print_uci_result(result, front.engine.settings.Strict != 0 ? "0000" : "null");
     else
         print_console_result(front.engine, result);
     if (front.self_play && !front.uci) continue_self_play(front, result);
@@ -139,7 +151,7 @@ void run_loop(FrontEnd &front) {
     if (!front.uci) show_board(engine.game.position);
     while (!front.quit) {
         if (front.search_request != REQUEST_NONE && !searching(engine)) start_requested_search(front);
-        if (searching(engine) && !pondering(engine) && !threads_busy(engine)) {
+        if (searching(engine) && !pondering(engine) && !front.answer_waits && !threads_busy(engine)) {
             report_result(front, finish_search(engine));
             continue;
         }

@@ -1,10 +1,12 @@
 #include "frontend/reporters.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "base/output.h"
+#include "base/text.h"
 #include "board/notation.h"
 #include "frontend/book_listing.h"
 #include "search/search.h"
@@ -62,6 +64,15 @@ void print_uci_current_move(const CurrentMove &current) {
                      current.hash_fill * PER_MILLE);
     if (current.lines == 1)
         print_format("info currmove %s currmovenumber %d", squares_of(current.move).c_str(), current.number);
+}
+
+std::string uci_form(std::string_view line) {
+    constexpr std::string_view WORDS[] = {"id", "option", "uciok", "readyok", "bestmove", "info"};
+    std::string_view rest = line;
+    const std::string_view word = next_word(rest);
+    if (word.empty()) return {};
+    const bool known = std::find(std::begin(WORDS), std::end(WORDS), word) != std::end(WORDS);
+    return (known ? "" : "info string ") + std::string(line);
 }
 
 void log_plan(const Position &pos, const SearchPlan &plan) {
@@ -181,10 +192,14 @@ Reporter make_reporter(FrontEnd &front) {
     return reporter;
 }
 
-void print_uci_result(const SearchResult &result) {
+void choose_line_form(bool uci, const Settings &settings) {
+    set_line_form(uci && settings.Strict != 0 ? uci_form : nullptr);
+}
+
+void print_uci_result(const SearchResult &result, std::string_view no_move) {
     if (result.line.has_value()) print_uci_line(*result.line);
     const std::string ponder = result.ponder != NO_MOVE ? " ponder " + uci_move(result.ponder) : "";
-    print_line("bestmove " + uci_move(result.best) + ponder);
+    print_line("bestmove " + (result.best != NO_MOVE ? uci_move(result.best) : std::string(no_move)) + ponder);
 }
 
 void print_console_result(const Engine &engine, const SearchResult &result) {

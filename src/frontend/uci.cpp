@@ -5,11 +5,12 @@
 #include "base/output.h"
 #include "base/text.h"
 #include "base/version.h"
-#include "board/makemove.h"
-#include "board/notation.h"
 #include "engine/options.h"
 #include "eval/display.h"
-#include "frontend/frontend.h"
+#include "frontend/direct_commands.h"
+#include "frontend/reporters.h"
+#include "frontend/uci_go.h"
+#include "frontend/uci_position.h"
 #include "search/threads.h"
 
 namespace {
@@ -31,6 +32,7 @@ void list_option(const Engine &engine, const Option &option) {
 
 void uci(FrontEnd &front, std::string_view) {
     front.uci = true;
+    choose_line_form(true, front.engine.settings);
     front.engine.shared.trace.style = move_style(front);
     print_format("id name %s", ENGINE_NAME);
     print_format("id author %s", ENGINE_AUTHOR);
@@ -66,6 +68,7 @@ void setoption(FrontEnd &front, std::string_view rest) {
     }
     apply_option(front.engine, name, value);
     settings_were_changed(front.engine);
+    choose_line_form(front.uci, front.engine.settings);
 }
 
 void ucinewgame(FrontEnd &front, std::string_view) {
@@ -81,118 +84,65 @@ void ucinewgame(FrontEnd &front, std::string_view) {
     engine.shared.table.age = 0;
 }
 
-void play_moves(Game &game, std::string_view moves) {
-    for (std::string_view text = next_word(moves); !text.empty(); text = next_word(moves)) {
-        const Move m = parse_coordinates(game.position, text);
-        if (m == NO_MOVE) {
-            print_format("info string illegal move %s", std::string(text).c_str());
-            break;
-        }
-        make_move(game.position, m);
-    }
-    game.recorded_move() = NO_MOVE;  // nothing to replay from here
-}
-
-int count_words(std::string_view text) {
-    int count = 0;
-    while (!next_word(text).empty()) ++count;
-    return count;
-}
-
 void position(FrontEnd &front, std::string_view rest) {
-    constexpr std::string_view MOVES = "moves";
-    constexpr std::size_t FEN_WORD = 4;  // with the blank behind it
-    const std::size_t moves_at = rest.find(MOVES);
-    const std::string_view setup = rest.substr(0, moves_at);
-    const std::string_view moves =
-        moves_at == std::string_view::npos ? std::string_view{} : rest.substr(moves_at + MOVES.size());
-    const bool start = setup.find("startpos") != std::string_view::npos;
-    const std::size_t fen_at = setup.find("fen");
-    if (!start && fen_at == std::string_view::npos) return;
-    if (count_words(moves) > MAX_GAME_MOVES) {
-        print_format("info string more than %d moves", MAX_GAME_MOVES);
-        return;
-    }
-    set_up_position(front, start ? START_FEN : setup.substr(std::min(fen_at + FEN_WORD, setup.size())));
-    play_moves(front.engine.game, moves);
+    if (front.engine.settings.Strict != 0)
+        set_uci_position_strictly(front, rest);
+    else
+        set_uci_position(front, rest);
 }
 
-// First word after a keyword that stands anywhere in the text; false when the keyword does not.
-bool find_parameter(std::string_view text, std::string_view keyword, std::string_view &value) {
-    const std::size_t at = text.find(keyword);
-    if (at == std::string_view::npos) return false;
-    value = text.substr(std::min(at + keyword.size() + 1, text.size()));
-    value = next_word(value);
+// Whether there is a search that a command would disturb; a line says that it is not carried out.
+bool refused_during_search(const FrontEnd &front, std::string_view command) {
+    if (!searching(front.engine)) return false;
+    print_format("info string %s has to wait for the end of the search", std::string(command).c_str());
     return true;
 }
 
-double milliseconds(std::string_view value) { return static_cast<double>(leading_integer(value)) / 1000.0; }
-
-// The limit, give or take up to 4 percent, so that games with fixed nodes differ.
-std::int64_t jittered_nodes(std::int64_t nodes, RandomGenerator &random) {
-    constexpr std::int64_t MOST_NODES = std::int64_t{1} << 50;
-    constexpr int SPREAD = 80;  // thousandths
-    nodes = std::clamp<std::int64_t>(nodes, 0, MOST_NODES);
-    return nodes + (SPREAD / 2 - random.next() % SPREAD) * nodes / 1000;
-}
-
-// The limits that a `go` names; the others stay as they are.
-void read_limits(FrontEnd &front, std::string_view rest) {
-    constexpr int MOVES_PER_PERIOD = 40;
-    constexpr int MOST_MOVES_TO_GO = 10000;
-    SearchLimits &limits = front.limits;
-    const bool white = front.engine.game.position.side == WHITE;
-    std::string_view value;
-    limits.tc_mode = 0;
-    if (find_parameter(rest, "wtime", value)) limits.clock[WHITE] = std::max(milliseconds(value), 0.0);
-    if (find_parameter(rest, "btime", value)) limits.clock[BLACK] = std::max(milliseconds(value), 0.0);
-    if (find_parameter(rest, "winc", value) && white) limits.increment = milliseconds(value);
-    if (find_parameter(rest, "binc", value) && !white) limits.increment = milliseconds(value);
-    if (find_parameter(rest, "movestogo", value)) {
-        limits.tc_mode = MOVES_PER_PERIOD;
-        limits.max_depth = MAX_DEPTH;
-        limits.moves_to_go = clamped_integer(value, 0, MOST_MOVES_TO_GO);
-        limits.node_limit = 0;
-    }
-    if (find_parameter(rest, "depth", value)) {
-        limits.fix_time(UNLIMITED_TIME);
-        limits.max_depth = clamped_integer(value, 0, MAX_DEPTH);
-    }
-    if (find_parameter(rest, "nodes", value)) {
-        limits.fix_time(UNLIMITED_TIME);
-        limits.node_limit = jittered_nodes(leading_integer(value), front.engine.random);
-    }
-    if (find_parameter(rest, "movetime", value)) {
-        limits.fix_time(milliseconds(value));
-        limits.increment = 0.0;
-    }
-    if (find_parameter(rest, "infinite", value)) {
-        limits.fix_time(UNLIMITED_TIME);
-        limits.max_depth = MAX_DEPTH;
-        limits.node_limit = 0;
-        limits.increment = 0.0;
-    }
-}
-
+// Each `go` has one answer: the search that is overtaken reports as soon as it has stopped.
 void go(FrontEnd &front, std::string_view rest) {
-    if (pondering(front.engine)) end_pondering(front.engine);  // overtaken: it reports as soon as it has stopped
+    if (const int depth = perft_depth(rest); depth >= 0) {
+        if (refused_during_search(front, "go perft")) return;
+        if (depth == 0)
+            print_line("info string perft needs a depth of 1 or more");
+        else
+            count_paths_by_move(front, depth);
+        return;
+    }
+    if (pondering(front.engine)) end_pondering(front.engine);
+    front.answer_waits = false;
     stop_search(front.engine, STOP_ABANDON);
-    read_limits(front, rest);
-    std::string_view value;
-    const bool ponder = find_parameter(rest, "ponder", value);
-    request_search(front, ponder ? REQUEST_PONDER : REQUEST_SEARCH, ponder || front.limits.is_endless());
+    const GoRequest request = read_go(front, rest);
+    front.requested_waits = request.answered_after_stop;
+    const bool endless = request.ponder || request.answered_after_stop || front.limits.is_endless();
+    request_search(front, request.ponder ? REQUEST_PONDER : REQUEST_SEARCH, endless);
 }
 
 void ponderhit(FrontEnd &front, std::string_view) {
     if (!pondering(front.engine)) return;
     end_pondering(front.engine);
-    front.endless_search = front.limits.is_endless();
+    front.endless_search = front.answer_waits || front.limits.is_endless();
 }
 
 void stop(FrontEnd &front, std::string_view) {
+    front.answer_waits = false;
     end_pondering(front.engine);
     stop_and_wait(front.engine, STOP_REPORT);
 }
+
+void show_position(FrontEnd &front, std::string_view) {
+    if (!refused_during_search(front, "d")) show_position_details(front.engine.game.position);
+}
+
+void evaluation(FrontEnd &front, std::string_view) {
+    if (!refused_during_search(front, "eval")) show_evaluation(front);
+}
+
+void bench(FrontEnd &front, std::string_view rest) {
+    if (!refused_during_search(front, "bench"))
+        run_benchmark_between_searches(front, clamped_integer(rest, 0, MAX_DEPTH));
+}
+
+void help(FrontEnd &front, std::string_view);
 
 void quit(FrontEnd &front, std::string_view) {
     stop_search(front.engine, STOP_ABANDON);
@@ -222,12 +172,23 @@ constexpr Command COMMANDS[] = {
     {{"go movetime",    "MS",                       "time for this move"},                                nullptr},
     {{"go infinite",    "",                         "search until stop"},                                 nullptr},
     {{"go ponder",      "",                         "search on the opponent's time, until ponderhit or stop"}, nullptr},
+    {{"go searchmoves", "MOVE...",                  "search these moves only"},                           nullptr},
+    {{"go mate",        "MOVES",                    "search until a mate in at most so many moves is found"}, nullptr},
+    {{"go perft",       "PLIES",                    "count move paths, move by move"},                    nullptr},
     {{"ponderhit",      "",                         "the expected move was played: the clock runs"},      ponderhit},
     {{"stop",           "",                         "end the search and answer"},                         stop},
     {{"quit",           "",                         "end the program"},                                   quit},
+    {{"d",              "",                         "show the position"},                                 show_position},
+    {{"eval",           "",                         "show the evaluation of the position"},               evaluation},
+    {{"bench",          "[PLIES]",                  "run the benchmark"},                                 bench},
+    {{"help",           "",                         "list the commands"},                                 help},
 };
 // clang-format on
 constexpr auto HELP = help_of(COMMANDS);
+
+void help(FrontEnd &front, std::string_view) {
+    if (!refused_during_search(front, "help")) print_commands(HELP);
+}
 
 }  // namespace
 

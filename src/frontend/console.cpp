@@ -229,10 +229,13 @@ void help(FrontEnd &, const Words &, std::string_view) { print_commands(HELP); }
 std::span<const CommandHelp> console_commands() { return HELP; }
 
 void print_commands(std::span<const CommandHelp> commands) {
-    for (const CommandHelp &command : commands) {
-        const std::string usage = std::string(command.word) + " " + std::string(command.arguments);
-        print_format("  %-28s %s", usage.c_str(), std::string(command.meaning).c_str());
-    }
+    constexpr std::size_t LEAST_WIDTH = 28;
+    const auto usage = [](const CommandHelp &c) { return std::string(c.word) + " " + std::string(c.arguments); };
+    std::size_t width = LEAST_WIDTH;
+    for (const CommandHelp &command : commands) width = std::max(width, usage(command).size());
+    for (const CommandHelp &command : commands)
+        print_format("  %-*s %s", static_cast<int>(width), usage(command).c_str(),
+                     std::string(command.meaning).c_str());
 }
 
 void interpret_console(FrontEnd &front, std::string_view line) {

@@ -130,6 +130,7 @@ void read_time_strictly(SearchLimits &limits, Colour side, std::string_view rest
 
 void read_limits_strictly(FrontEnd &front, std::string_view rest) {
     SearchLimits &limits = front.limits;
+    const Settings &settings = front.engine.settings;
     limits = front.start_limits;
     limits.literal = true;
     if (has_word(rest, "infinite")) {
@@ -138,17 +139,19 @@ void read_limits_strictly(FrontEnd &front, std::string_view rest) {
     }
     if (const auto depth = number_behind(rest, "depth"); depth.has_value())
         limits.max_depth = static_cast<int>(std::clamp<std::int64_t>(*depth, 1, MAX_DEPTH));
-    // The nodes of all threads together.
+    // The nodes of all threads together; a thread ends when it has passed its limit.
     if (const auto nodes = number_behind(rest, "nodes"); nodes.has_value())
         limits.node_limit =
-            std::max<std::int64_t>(std::clamp<std::int64_t>(*nodes, 1, MOST_NODES) / front.engine.settings.Threads, 1);
+            std::max<std::int64_t>(std::clamp<std::int64_t>(*nodes, 1, MOST_NODES) / settings.Threads - 1, 1);
     read_time_strictly(limits, front.engine.game.position.side, rest);
 }
 
 // --- Additions ---
 
-// The words behind "searchmoves" up to the next keyword that are legal moves; a line names the others.
-std::vector<Move> read_search_moves(const Position &pos, std::string_view rest) {
+// The words behind "searchmoves" up to the next keyword that are legal moves. A line names the others; where there are
+// only others the default takes the word for one that it does not know.
+std::vector<Move> read_search_moves(const FrontEnd &front, std::string_view rest) {
+    const Position &pos = front.engine.game.position;
     std::vector<Move> moves;
     std::string refused;
     bool listed = false;
@@ -163,7 +166,7 @@ std::vector<Move> read_search_moves(const Position &pos, std::string_view rest) 
                 refused += " " + std::string(word);
         }
     }
-    if (!refused.empty())
+    if (!refused.empty() && (!moves.empty() || front.engine.settings.Strict != 0))
         print_line("info string searchmoves: not legal here:" + refused +
                    (moves.empty() ? "; all moves are searched" : ""));
     return moves;
@@ -171,7 +174,7 @@ std::vector<Move> read_search_moves(const Position &pos, std::string_view rest) 
 
 void read_additions(FrontEnd &front, std::string_view rest) {
     SearchLimits &limits = front.limits;
-    limits.root_moves = read_search_moves(front.engine.game.position, rest);
+    limits.root_moves = read_search_moves(front, rest);
     limits.mate_in = 0;
     const std::optional<std::int64_t> mate = number_behind(rest, "mate");
     if (!mate.has_value()) return;

@@ -152,6 +152,7 @@ void begin_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
     shared.node_limit = limits.node_limit;
     shared.show_evaluation = limits.show_evaluation;
     shared.mate_in = limits.mate_in;
+    shared.clock_rests = limits.clock_rests;
     shared.root_moves = playable(engine.game.position, limits.root_moves);
     shared.hurries_single_reply = shared.root_moves.empty() && !(limits.literal && limits.tc_mode == 1);
     reset_shared_state(engine);

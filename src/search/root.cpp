@@ -98,7 +98,8 @@ void report_multi_pv_line(SearchThread &thread, int line, int depth) {
 bool deepening_ends(const SearchThread &thread, int depth) {
     const SearchShared &shared = *thread.shared;
     const int score = shared.result.score;
-    const bool mates = shared.mate_in > 0 ? is_wanted_mate(shared, score) : score >= MATE - 1 - depth;
+    // A mate that is wanted in so many moves, or else any that iterations this deep cannot shorten.
+    const bool mates = score >= MATE - (shared.mate_in > 0 ? 2 * shared.mate_in : depth + 1);
     return mates || score < depth - (MATE - 1) || depth >= shared.max_depth ||
            thread.history.undo_count + depth > HISTORY_DEPTH_LIMIT || depth + 1 > PLY_RECORDS - 2;
 }

@@ -9,8 +9,3 @@ void search_root_moves(SearchThread &thread, int depth, int first);
 
 // The thread's best line: a move, what follows it from index 2 on, and its score.
 void set_line(SearchThread &thread, Move first, const Line &rest, int score);
-
-// Whether a score proves the mate that the search was asked for.
-inline bool is_wanted_mate(const SearchShared &shared, int score) {
-    return shared.mate_in > 0 && score >= MATE - 2 * shared.mate_in;
-}

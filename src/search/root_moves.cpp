@@ -175,10 +175,7 @@ void accept(RootPass &pass, int index, int score) {
     pass.best = score;
     thread.best_depth = static_cast<std::int8_t>(pass.depth);
     set_line(thread, list[index].move, pass.child, score);
-    if (thread.is_main() && pass.first == 0) {
-        publish_best(thread);
-        if (is_wanted_mate(pass.shared, score)) pass.shared.stop_flag = STOP_REPORT;
-    }
+    if (thread.is_main() && pass.first == 0) publish_best(thread);
     std::rotate(list + pass.first, list + index, list + index + 1);
 }
 

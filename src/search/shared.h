@@ -71,6 +71,7 @@ struct SearchShared {
     std::int64_t node_limit = 0;   // nodes per thread, 0 = none
     std::vector<Move> root_moves;  // legal ones, the only ones to search; empty: all
     int mate_in = 0;               // as in SearchLimits
+    bool clock_rests = false;
     bool hurries_single_reply = true;
     double start = 0.0;  // seconds of the monotonic clock
     TimePlan plan{};

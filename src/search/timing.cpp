@@ -12,7 +12,7 @@ void check_time(SearchShared &shared) {
     update_elapsed(shared);
     const int depth = shared.iteration;
     const double elapsed = shared.elapsed;
-    if (shared.stop_flag != STOP_NONE || shared.search_state == REQUEST_PONDER || depth < 2 ||
+    if (shared.stop_flag != STOP_NONE || shared.search_state == REQUEST_PONDER || shared.clock_rests || depth < 2 ||
         elapsed < shared.plan.first_check)
         return;
     std::array<ThreadProgress, MAX_THREADS> progress;

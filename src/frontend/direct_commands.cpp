@@ -30,7 +30,21 @@ Bitboard checking_pieces(const Position &pos) {
            (bishop_attacks(king, pos.occupied()) & (pos.of(them, BISHOP) | queens));
 }
 
-bool told_to_stop(void *context) { return is_told_to_stop(*static_cast<FrontEnd *>(context)); }
+// Long work that a later word can end. What a script has sent along with its command waits for the end of the work.
+struct InterruptibleWork {
+    FrontEnd &front;
+    double start = monotonic_seconds();
+    std::size_t sent_along = front.input.size();
+};
+
+bool told_to_stop(void *context) {
+    constexpr double SENT_ALONG = 0.1;  // seconds
+    InterruptibleWork &work = *static_cast<InterruptibleWork *>(context);
+    if (monotonic_seconds() - work.start >= SENT_ALONG) return is_told_to_stop(work.front, work.sent_along);
+    poll_input(work.front.input, 0);
+    work.sent_along = work.front.input.size();
+    return false;
+}
 
 }  // namespace
 
@@ -71,10 +85,10 @@ void count_paths_by_move(FrontEnd &front, int depth) {
     const auto counted = [](void *, Move move, std::uint64_t nodes) {
         print_format("%s: %" PRIu64, move_to_text(move, PromotionStyle::LOWER_CASE).c_str(), nodes);
     };
-    const double start = monotonic_seconds();
-    const bool finished = perft_by_move(thread, depth, {counted, told_to_stop, &front});
+    InterruptibleWork work{front};
+    const bool finished = perft_by_move(thread, depth, {counted, told_to_stop, &work});
     if (!finished) print_line("stopped early");
-    say_counted(thread.nodes, monotonic_seconds() - start);
+    say_counted(thread.nodes, monotonic_seconds() - work.start);
     finish_search(front.engine);
 }
 
@@ -95,7 +109,9 @@ void run_benchmark_between_searches(FrontEnd &front, int depth) {
     ToolRun run = tool_run(front);
     run.limits = front.start_limits;
     if (depth > 0) run.limits.max_depth = depth;
+    InterruptibleWork work{front};
     run.wants_to_end = told_to_stop;
+    run.context = &work;
     constexpr int POSITIONS = 20;
     run_benchmark(run, POSITIONS, false);
     game.position = position;

@@ -46,8 +46,8 @@ void read_command(FrontEnd &front, int timeout_ms);
 // For work outside the loop: reads input without waiting and obeys `quit` (and Ctrl-C where it is caught) and isready;
 // other commands wait in the queue. Whether the work is to end.
 bool wants_to_end(FrontEnd &front);
-// The same for work that `stop` ends as well.
-bool is_told_to_stop(FrontEnd &front);
+// The same for work that `stop` ends as well, when it comes behind the first `skipped` lines that wait.
+bool is_told_to_stop(FrontEnd &front, std::size_t skipped);
 
 // Asks for a search; one that runs makes way for it.
 void request_search(FrontEnd &front, SearchRequest request, bool endless);

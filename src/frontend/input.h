@@ -1,6 +1,7 @@
 // Command lines from standard input: bytes in, whole lines out.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <deque>
 #include <string>
@@ -20,11 +21,13 @@ public:
     bool empty() const { return lines_.empty(); }
     // Takes the oldest line, up to its first carriage return.
     std::string take();
-    // Takes the oldest line whose first word is one of `words`, leaving the others in order. False when there is none.
+    // Takes the oldest line, behind the first `skipped`, whose first word is one of `words`, leaving the others in order.
+    // False when there is none.
     template <std::size_t N>
-    bool take_first_of(const std::string_view (&words)[N], std::string &line);
+    bool take_first_of(const std::string_view (&words)[N], std::string &line, std::size_t skipped = 0);
 
     bool at_end() const { return at_end_; }
+    std::size_t size() const { return lines_.size(); }
     // Bytes waiting in whole lines.
     std::size_t queued_bytes() const { return queued_bytes_; }
 
@@ -42,8 +45,9 @@ private:
 void poll_input(InputQueue &queue, int timeout_ms);
 
 template <std::size_t N>
-bool InputQueue::take_first_of(const std::string_view (&words)[N], std::string &line) {
-    for (auto it = lines_.begin(); it != lines_.end(); ++it) {
+bool InputQueue::take_first_of(const std::string_view (&words)[N], std::string &line, std::size_t skipped) {
+    for (auto it = lines_.begin() + static_cast<std::ptrdiff_t>(std::min(skipped, lines_.size())); it != lines_.end();
+         ++it) {
         for (const std::string_view word : words) {
             if (it->substr(0, it->find_first_of(" \r")) != word) continue;
             line = it->substr(0, it->find('\r'));

@@ -66,13 +66,13 @@ void act_on_end_of_input(FrontEnd &front) {
     }
 }
 
-// Carries out those of the words that wait in the input. Whether one of them was `stop`.
+// Carries out those of the words that wait in the input behind the first `skipped` lines. Whether one was `stop`.
 template <std::size_t N>
-bool obeys_in_between(FrontEnd &front, const std::string_view (&words)[N]) {
+bool obeys_in_between(FrontEnd &front, const std::string_view (&words)[N], std::size_t skipped) {
     poll_input(front.input, 0);
     bool stopped = false;
     std::string line;
-    while (front.input.take_first_of(words, line)) {
+    while (front.input.take_first_of(words, line, skipped)) {
         if (line.starts_with("quit"))
             front.quit = true;
         else if (line.starts_with("stop"))
@@ -98,9 +98,11 @@ void read_command(FrontEnd &front, int timeout_ms) {
     }
 }
 
-bool wants_to_end(FrontEnd &front) { return obeys_in_between(front, URGENT_COMMANDS) || front.quit; }
+bool wants_to_end(FrontEnd &front) { return obeys_in_between(front, URGENT_COMMANDS, 0) || front.quit; }
 
-bool is_told_to_stop(FrontEnd &front) { return obeys_in_between(front, ENDING_COMMANDS) || front.quit; }
+bool is_told_to_stop(FrontEnd &front, std::size_t skipped) {
+    return obeys_in_between(front, ENDING_COMMANDS, skipped) || front.quit;
+}
 
 void request_search(FrontEnd &front, SearchRequest request, bool endless) {
     if (searching(front.engine)) stop_search(front.engine, STOP_ABANDON);

@@ -118,13 +118,13 @@ void read_time_strictly(SearchLimits &limits, Colour side, std::string_view rest
     limits.increment = seconds(side == WHITE ? "winc" : "binc").value_or(0.0);
     limits.moves_to_go =
         static_cast<int>(std::clamp<std::int64_t>(number_behind(rest, "movestogo").value_or(0), 0, MOST_MOVES_TO_GO));
-    if (has_word(rest, "infinite"))
-        limits.fix_time(UNLIMITED_TIME);
-    else if (const std::optional<double> time = seconds("movetime"); time.has_value())
+    const bool infinite = has_word(rest, "infinite");
+    const std::optional<double> time = seconds("movetime");
+    if (!infinite && time.has_value())
         limits.fix_time(*time);
-    else if (clocks[side].has_value())
+    else if (!infinite && clocks[side].has_value())
         limits.tc_mode = limits.moves_to_go > 0 ? MOVES_PER_PERIOD : 0;
-    else if (names_a_limit(rest))
+    else if (infinite || has_word(rest, "depth") || has_word(rest, "nodes"))
         limits.fix_time(UNLIMITED_TIME);
 }
 

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "base/output.h"
+#include "base/version.h"
 #include "engine/options.h"
 #include "engine/strength.h"
 #include "frontend/command_line.h"
+#include "frontend/manual.h"
 #include "frontend/reporters.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
@@ -72,20 +74,34 @@ void run(FrontEnd &front, const CommandLine &line) {
     case RunMode::BENCH:
     case RunMode::BENCH_2: run_benchmark(tool, BENCH_POSITIONS, false); break;
     case RunMode::BENCH_IN_THREAD: run_benchmark(tool, IN_THREAD_POSITIONS, true); break;
+    case RunMode::BENCH_FOR_TESTERS: run_tester_benchmark(tool, BENCH_POSITIONS); break;
     case RunMode::MAKE_BOOK: build_book(line.source_file.c_str()); break;
     case RunMode::MAKE_TUNING: make_training_file(tool, line.tool_file.c_str()); break;
     case RunMode::TUNE: run_gradient_tuning(tool, line.tool_file.c_str()); break;
     case RunMode::SELF_PLAY_TUNING: run_selfplay_tuning(tool); break;
     case RunMode::ENGINE:
     case RunMode::MATCH:
-    case RunMode::MAKE_CONFIG: break;
+    case RunMode::MAKE_CONFIG:
+    case RunMode::HELP:
+    case RunMode::VERSION:
+    case RunMode::TABLES: break;
     }
+}
+
+void print_information(RunMode mode) {
+    if (mode == RunMode::HELP) print_display(help_text());
+    if (mode == RunMode::VERSION) print_display(version_text());
+    if (mode == RunMode::TABLES) print_display(tables_text());
 }
 
 }  // namespace
 
 int main(int count, char **arguments) {
     const CommandLine line = parse_command_line(begin_process(count, arguments));
+    if (prints_only(line.mode)) {
+        print_information(line.mode);
+        return 0;
+    }
     const auto engine = std::make_unique<Engine>();
     FrontEnd front(*engine);
     const bool started = start_up(front, line);

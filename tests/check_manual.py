@@ -1,45 +1,60 @@
 #!/usr/bin/env python3
-"""Compares README.md's tables of switches, options and console commands with what the program knows.
+"""Whether what is written from the program's tables holds in use.
 
-    check_manual.py PROGRAM
+    check_manual.py PROGRAM [WORDS]
 
-Options and commands are those that the program lists. It does not list its switches: these are the words in the sources
-that begin with a dash and stand alone in quotes.
+The example of a configuration file sets every option, and to its default; the ranges are those that the protocol lists;
+the completion offers what fits; the manual page is well formed, where a program that tells is installed.
 """
-import pathlib, re, subprocess, sys
+import os, pathlib, re, shutil, subprocess, sys, tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+DOCS = ROOT / "docs"
+PROGRAM = [os.path.abspath(word) if os.path.exists(word) else word for word in sys.argv[1:]]
 
 
-def said(*words, line):
-    run = subprocess.run([sys.argv[1], *words], input=line, capture_output=True, text=True, check=True)
-    return run.stdout.split("\n")
+def said(words, given=""):
+    run = subprocess.run(words, input=given, capture_output=True, text=True, check=True)
+    return (run.stdout + run.stderr).splitlines()
 
 
-def table(heading):
-    """The rows of the table in a section: names in the first column, and the other columns."""
-    section = (ROOT / "README.md").read_text().split(f"\n## {heading}\n")[1].split("\n## ")[0]
-    rows = [line.strip("| ").split(" | ") for line in section.split("\n") if line.startswith("| `")]
-    return [(name, [c.strip(" |") for c in row[1:]]) for row in rows for name in re.findall(r"`([^`]+)`", row[0])]
+def expect(what, wanted, found):
+    if wanted != found:
+        sys.exit(f"{what}:\n  wanted {wanted}\n  found  {found}")
 
 
-def compare(what, listed, documented):
-    for name in sorted(set(listed) ^ set(documented)):
-        sys.exit(f"{what} {name}: only {'the program has it' if name in listed else 'in the manual'}")
+def listing(*words):
+    lines = said([*PROGRAM, *words], "uci\n")
+    lines = [re.sub(r"(UCI_Elo .* max) \d+", r"\1 full strength", line) for line in lines]  # of this machine
+    return [l for l in lines if " set to " in l], [l for l in lines if l.startswith("option ")]
 
 
-sources = "".join((ROOT / "src" / s).read_text() for s in ("frontend/command_line.cpp", "engine/options.cpp"))
-switches = [name for name, _ in table("Switches")] + ["-scan_pgn", "-scan_pgn2", "-scan_pgn3"]
-compare("switch", re.findall(r'"(-[a-z]\w*)"', sources), switches)
+folder = tempfile.TemporaryDirectory()
+os.chdir(folder.name)
+lines = (DOCS / "dral.cfg.example").read_text().splitlines()
+pathlib.Path("all.cfg").write_text("".join(re.sub(r"^#(?=\w)", "", line) + "\n" for line in lines))
+_, options = listing()
+replies, with_file = listing("-cfg", "all.cfg")
+expect("options that the example leaves as they are", [re.sub("ConfigFilePath.*", "", o) for o in options],
+       [re.sub("ConfigFilePath.*", "", o) for o in with_file])
+expect("options that the example sets", {o.split()[2] for o in options} - {"Clear_Hash"} | {"Strict"},
+       {r.split()[2] for r in replies})
 
-options = {m[1]: m[2] for line in said(line="uci\n") if (m := re.match(r"option name (\w+) type (.*)", line))}
-compare("option", options, [name for name, _ in table("Options")])
-for name, (kind, default, limits, *_) in table("Options"):
-    numbers = re.fullmatch(r"(-?\d+) to (-?\d+)", limits)
-    if kind == "check" or kind == "number" and numbers:
-        shown = f"{'check' if kind == 'check' else 'spin'} default {default}"
-        shown += " min %s max %s" % numbers.groups() if numbers else ""
-        compare(name, [options[name]], [shown])
+readme = (ROOT / "README.md").read_text()
+for name, low, high in re.findall(r"option name (\w+) type spin .* min (\S+) max (.*)", "\n".join(options)):
+    if not re.search(rf"\| `{name}` \| number \| \S+ \| {low if name != 'UCI_Elo' else 1500} to {high} \|", readme):
+        sys.exit(f"README.md has another range for {name}")
 
-commands = [line[2:].split(" ")[0] for line in said("-c", line="help\n") if re.match(r"  \S", line) and len(line) > 30]
-compare("command", commands, [name for name, _ in table("Console commands")])
+for name in "a.pgn", "b.epd", "c c.epd", "d.epdx":
+    pathlib.Path(name).touch()
+pathlib.Path("folder").mkdir()
+for typed, wanted in (("-anepd", ""), ["folder", "b.epd", "c c.epd"]), (("-tbpath", "f"), ["folder"]), (
+        ("-hash", ""), []), (("-d", "3", "-ben"), ["-bench", "-bench2"]), (("be",), ["bench"]), (("--he",), ["--help"]):
+    words = ["bash", "-c", 'source "$0"; COMP_WORDS=(dral "$@"); COMP_CWORD=$#; _dral; printf "%s\\n" "${COMPREPLY[@]}"']
+    expect(f"completion of {typed}", sorted(wanted), sorted(filter(None, said(words + [str(DOCS / "dral.bash"), *typed]))))
+
+if shutil.which("mandoc"):
+    expect("mandoc", [], said(["mandoc", "-T", "lint", str(DOCS / "dral.6")]))
+if shutil.which("man"):
+    warned = subprocess.run(["man", "--warnings", "-l", DOCS / "dral.6"], capture_output=True, text=True)
+    expect("man", "", warned.stderr)

@@ -22,11 +22,20 @@ enum class OptionKind {
 using OptionField = std::variant<std::monostate, std::int16_t Settings::*, std::int16_t SearchSettings::*,
                                  std::int16_t EvalWeights::*, WeightPair EvalWeights::*, OptionText Settings::*>;
 
+// What the manual says of an option.
+struct OptionManual {
+    std::string_view meaning;
+    std::string_view value = {};    // what its switch takes: "MB", "file"; empty: nothing
+    std::string_view example = {};  // a value
+    std::string_view files = {};    // ending of the files that the value names, or "/" for folders
+};
+
 struct Option {
     std::string_view name;  // in the protocol and in configuration files; empty: at the console only
     OptionKind kind;
     OptionField field;
     int low, high;
+    OptionManual manual;
     bool listed = true;
     std::string_view console = {};   // name that the console's `set` uses; empty: none
     std::string_view argument = {};  // switch that sets it at start; empty: none

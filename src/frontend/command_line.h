@@ -4,6 +4,8 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "engine/settings.h"
 #include "search/limits.h"
@@ -19,11 +21,15 @@ enum class RunMode {
     BENCH,
     BENCH_2,
     BENCH_IN_THREAD,
+    BENCH_FOR_TESTERS,
     MAKE_CONFIG,
     MAKE_BOOK,
     MAKE_TUNING,
     TUNE,
-    SELF_PLAY_TUNING
+    SELF_PLAY_TUNING,
+    HELP,
+    VERSION,
+    TABLES
 };
 
 // What the command line asks for.
@@ -37,6 +43,22 @@ struct CommandLine {
     std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
 };
 
-// Reads the arguments after the program's name. Unknown ones are ignored, as is a switch whose value is missing. A node
-// rate is answered with the strength that goes with it.
+// A switch as --help and the manual show it.
+struct SwitchHelp {
+    std::string_view group;  // its heading
+    std::string_view name;
+    std::string_view value;    // what it takes; empty: nothing; in brackets: may be missing
+    std::string_view meaning;  // one line; "the same": as the one before
+    std::string example;       // a command line
+    std::string_view files;    // ending of the files that the value names, "/" for folders
+};
+
+// Whether the mode prints something about the program and ends, without an engine.
+bool prints_only(RunMode mode);
+
+// Reads the arguments after the program's name, up to the first that prints only. Unknown ones are ignored, as is a
+// switch whose value is missing. A node rate is answered with the strength that goes with it.
 CommandLine parse_command_line(std::span<const std::string> arguments);
+
+// The switches, those that set an option among them, in groups.
+std::vector<SwitchHelp> switch_help();

@@ -77,16 +77,31 @@ void set_target_nps(FrontEnd &front, const Value &value) {
     print_format("target_nps set to %.0f", front.engine.shared.target_nps.load());
 }
 
+void set_lines(FrontEnd &front, const Value &value) {
+    store_number(front.engine.settings, *option_named("MultiPV"), value.number);
+}
+
 struct NamedSetting {
-    std::string_view name;
+    CommandHelp help;
     void (*set)(FrontEnd &front, const Value &value);
 };
+// clang-format off
 constexpr NamedSetting SETTINGS[] = {
-    {"hash", set_hash},   {"noise", set_noise},           {"level", set_level},           {"debug", set_debug},
-    {"depth", set_depth}, {"ss", set_selectivity_switch}, {"target_nps", set_target_nps},
+    {{"hash",       "number",  "0: no hash table; 1: emptied before every search; 2: kept"},              set_hash},
+    {{"noise",      "seconds", "search time before progress lines appear"},                               set_noise},
+    {{"multipv",    "lines",   "lines to show; any name with multipv in it does"},                        set_lines},
+    {{"level",      "moves time [increment]", "so many moves (0: all) in minutes:seconds, or seconds", "set level 40 5:00 2"}, set_level},
+    {{"debug",      "number",  "1: show evaluations instead of boards"},                                  set_debug},
+    {{"depth",      "plies",   "depth limit, at most 66"},                                                set_depth},
+    {{"target_nps", "rate",    "limit the nodes per second and thread"},                                  set_target_nps},
+    {{"ss",         "number",  "1: all settings as at the start; 0: no selectivity"},                     set_selectivity_switch},
 };
+// clang-format on
+constexpr auto HELP = help_of(SETTINGS);
 
 }  // namespace
+
+std::span<const CommandHelp> console_settings() { return HELP; }
 
 void set_value(FrontEnd &front, const Words &words) {
     const std::string_view name = word_at(words, 1);
@@ -96,10 +111,10 @@ void set_value(FrontEnd &front, const Words &words) {
         store_number(settings, *option, value.number);
         print_format("%s set to %d", std::string(name).c_str(), number_of(settings, *option));
     } else if (name.find("multipv") != std::string_view::npos) {
-        store_number(settings, *option_named("MultiPV"), value.number);
+        set_lines(front, value);
     } else {
         for (const NamedSetting &setting : SETTINGS)
-            if (name == setting.name) setting.set(front, value);
+            if (name == setting.help.word) setting.set(front, value);
     }
     front.engine.settings_changed = true;
 }

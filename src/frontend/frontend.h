@@ -75,6 +75,7 @@ struct CommandHelp {
     std::string_view word;       // with a word of its own behind it where one line is not enough: "go mate"
     std::string_view arguments;  // what follows it; empty: nothing
     std::string_view meaning;    // one line
+    std::string_view example = {};
 };
 
 // uci.cpp: interprets one line of the UCI protocol.
@@ -96,5 +97,6 @@ constexpr std::array<CommandHelp, N> help_of(const Command (&commands)[N]) {
 
 // A number typed at a console.
 inline int console_integer(std::string_view text) { return clamped_integer(text, -1'000'000, 1'000'000); }
-// console_settings.cpp: the console's `set`.
+// console_settings.cpp: the console's `set`, and what can be set without being an option of the protocol.
 void set_value(FrontEnd &front, const std::vector<std::string_view> &words);
+std::span<const CommandHelp> console_settings();

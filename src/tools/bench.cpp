@@ -45,26 +45,33 @@ SearchResult search_position_here(ToolRun &run) {
 
 }  // namespace
 
-void run_benchmark(ToolRun &run, int count, bool in_this_thread) {
+BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread) {
     SearchLimits &limits = run.limits;
     limits.time_per_move = SECONDS_PER_POSITION;
     limits.noise = NO_PROGRESS_LINES;
     if (limits.max_depth > DEEPEST) limits.max_depth = DEFAULT_DEPTH;
     say(format_line("%s running benchmark using %d threads\n", ENGINE_NAME, run.engine.shared.pool.size));
-    double total_nodes = 0.0;
-    double total_seconds = FIRST_SECONDS;
+    BenchResult total{0.0, FIRST_SECONDS};
     Progress progress("positions");
     for (int i = 0; i < count && !run.stopped; ++i) {
         set_fen(run.engine.game.position, POSITIONS[i]);
         clear_table_if_idle(run.engine.shared);
         const SearchResult result = in_this_thread ? search_position_here(run) : search_with_all_threads(run, 1);
-        total_nodes += static_cast<double>(result.stats.nodes);
-        total_seconds += result.elapsed;
+        total.nodes += static_cast<double>(result.stats.nodes);
+        total.seconds += result.elapsed;
         progress.finish();
         say(format_line("pos %2d: %6.2f seconds\n", i, result.elapsed));
         progress.update(i + 1, i + 1, count);
     }
     progress.finish();
-    say(format_line("total time= %0.2f seconds, nodes= %.0f, nps= %.0f\n", total_seconds, total_nodes,
-                    total_nodes / total_seconds));
+    say(format_line("total time= %0.2f seconds, nodes= %.0f, nps= %.0f\n", total.seconds, total.nodes,
+                    total.nodes / total.seconds));
+    return total;
+}
+
+void run_tester_benchmark(ToolRun &run, int count) {
+    constexpr int DEPTH = 16;  // takes seconds: long enough to tell a speed
+    if (run.limits.max_depth > DEEPEST) run.limits.max_depth = DEPTH;
+    const BenchResult total = run_benchmark(run, count, false);
+    say(format_line("%.0f nodes %.0f nps\n", total.nodes, total.nodes / total.seconds));
 }

@@ -25,9 +25,14 @@ struct ToolRun {
     bool stopped = false;  // the user has wanted it to end
 };
 
+struct BenchResult {
+    double nodes, seconds;
+};
 // Searches the first `count` built-in positions to a fixed depth (the depth limit, or 17 when that is above 40) and prints
 // the time of each and the total node rate. `in_this_thread`: the pool's first record searches here, always to depth 17.
-void run_benchmark(ToolRun &run, int count, bool in_this_thread);
+BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread);
+// The same to depth 16 when the limit is above 40, with a last line that test frameworks read: "N nodes M nps".
+void run_tester_benchmark(ToolRun &run, int count);
 
 // Searches every position of an EPD file within the limits and scores the answers against its best moves, avoid moves and
 // points. Positions without any go to "unsolved.epd". Silent when a file cannot be opened.

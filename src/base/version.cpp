@@ -2,13 +2,15 @@
 
 #include <string_view>
 
-// Written by the build when the commit has changed; a build without CMake defines DRAL_COMMIT for this file.
+// CMake's build writes a header when the commit has changed; others define DRAL_COMMIT for this file. No quotes around it.
 #if !defined(DRAL_COMMIT) && __has_include("dral_commit.h")
 #include "dral_commit.h"
 #endif
 #ifndef DRAL_COMMIT
-#define DRAL_COMMIT "unknown"
+#define DRAL_COMMIT unknown
 #endif
+#define DRAL_TEXT_OF(word) #word
+#define DRAL_TEXT(macro) DRAL_TEXT_OF(macro)
 
 namespace {
 
@@ -72,7 +74,11 @@ constexpr const char *EXTENSIONS[] = {
 }  // namespace
 
 std::string version_text() {
-    std::string text = std::string(ENGINE_NAME) + " (commit " + DRAL_COMMIT + ")\n";
+    constexpr std::size_t FULL = 40;
+    constexpr std::size_t SHORT = 12;
+    std::string commit = DRAL_TEXT(DRAL_COMMIT);
+    if (commit.size() == FULL) commit.resize(SHORT);
+    std::string text = std::string(ENGINE_NAME) + " (commit " + commit + ")\n";
     text += compiler() + ", " + SYSTEM + ", " + PROCESSOR;
     for (const std::string_view extension : EXTENSIONS)
         if (!extension.empty()) text.append(" ").append(extension);

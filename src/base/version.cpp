@@ -3,14 +3,14 @@
 #include <string_view>
 
 // CMake's build writes a header when the commit has changed; others define DRAL_COMMIT for this file. No quotes around it.
-#if !defined(DRAL_COMMIT) && __has_include("dral_commit.h")
-#include "dral_commit.h"
+#if !defined(DRAL_COMMIT) && __has_include(<dral_commit.h>)
+#include <dral_commit.h>
 #endif
 #ifndef DRAL_COMMIT
 #define DRAL_COMMIT unknown
 #endif
 #define DRAL_TEXT_OF(word) #word
-#define DRAL_TEXT(macro) DRAL_TEXT_OF(macro)
+#define DRAL_TEXT(macro)   DRAL_TEXT_OF(macro)
 
 namespace {
 

@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2154  # the names of ./package
 # The Debian package, for ./package, which reads this file. The program uses the distribution's libraries.
 
 maintainer='Brellmoor <brellmoor@users.noreply.invalid>'
@@ -6,9 +7,20 @@ maintainer='Brellmoor <brellmoor@users.noreply.invalid>'
 debian_changelog() {
     printf 'dral (%s) unstable; urgency=medium\n\n' "$version"
     awk '
-        /^## / { if (++sections == 2) exit; next }
-        !sections || /^### / || /^$/ { next }
-        { sub(/^- /, "* "); print "  " $0 }' CHANGELOG.md
+        /^## / && ++sections == 2 { exit }
+        !sections || /^#/ { next }
+        {
+            for (i = 1; i <= NF; ++i) {
+                start = i == 1 && $1 == "-"
+                word = start ? "*" : $i
+                if (start || length(line) + length(word) > 77) {
+                    if (line != "") print line
+                    line = start ? "  *" : "    " word
+                } else
+                    line = line " " word
+            }
+        }
+        END { print line }' CHANGELOG.md
     printf '\n -- %s  %s\n' "$maintainer" "$(date -R -d "@$SOURCE_DATE_EPOCH")"
 }
 
@@ -57,6 +69,7 @@ make_deb() {
         build release "$folder/usr/games" \
             -DCMAKE_CXX_FLAGS='-fPIE -fstack-protector-strong -D_FORTIFY_SOURCE=2' \
             -DCMAKE_EXE_LINKER_FLAGS='-pie -Wl,-z,relro,-z,now' &&
+        strip --remove-section=.comment --remove-section=.note "$folder/usr/games/dral" &&
         mkdir -p "$folder/DEBIAN" "$folder/debian" "$doc/examples" "$folder/usr/share/man/man6" \
             "$folder/usr/share/bash-completion/completions" || return 1
     debian_changelog >"$work/changelog" && compress "$work/changelog" "$doc/changelog.gz" &&
@@ -64,7 +77,7 @@ make_deb() {
         cp README.md "$doc/" || return 1
     [ ! -e docs/dral.6 ] || compress docs/dral.6 "$folder/usr/share/man/man6/dral.6.gz"
     [ ! -e docs/dral.bash ] || cp docs/dral.bash "$folder/usr/share/bash-completion/completions/dral"
-    [ ! -e docs/dral.cfg ] || cp docs/dral.cfg "$doc/examples/"
+    [ ! -e docs/dral.cfg.example ] || cp docs/dral.cfg.example "$doc/examples/dral.cfg"
     # dpkg-shlibdeps looks for a source package around it.
     printf 'Source: dral\n\nPackage: dral\nArchitecture: any\n' >"$folder/debian/control" &&
         libraries=$(cd "$folder" && dpkg-shlibdeps -O usr/games/dral) && rm -r "$folder/debian" || return 1

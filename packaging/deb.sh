@@ -61,13 +61,14 @@ compress() {
     gzip -9nc "$1" >"$2"
 }
 
+# Hardened by what costs no speed: that is without the stack protector, which costs 1 to 4 %.
 make_deb() {
     local folder=$work/deb doc libraries
     doc=$folder/usr/share/doc/dral
     [ "$(dpkg --print-architecture)" = amd64 ] || { echo "only on amd64"; return 1; }
     rm -rf "$folder" &&
         build release "$folder/usr/games" \
-            -DCMAKE_CXX_FLAGS='-fPIE -fstack-protector-strong -D_FORTIFY_SOURCE=2' \
+            -DCMAKE_CXX_FLAGS='-fPIE -D_FORTIFY_SOURCE=2' \
             -DCMAKE_EXE_LINKER_FLAGS='-pie -Wl,-z,relro,-z,now' &&
         strip --remove-section=.comment --remove-section=.note "$folder/usr/games/dral" &&
         mkdir -p "$folder/DEBIAN" "$folder/debian" "$doc/examples" "$folder/usr/share/man/man6" \

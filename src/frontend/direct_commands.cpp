@@ -1,6 +1,5 @@
 #include "frontend/direct_commands.h"
 
-#include <cinttypes>
 #include <memory>
 #include <string>
 
@@ -83,7 +82,7 @@ void count_paths_by_move(FrontEnd &front, int depth) {
     if (!begin_direct_search(front, present_limits(front))) return;
     SearchThread &thread = prepare_thread(front.engine);
     const auto counted = [](void *, Move move, std::uint64_t nodes) {
-        print_format("%s: %" PRIu64, move_to_text(move, PromotionStyle::LOWER_CASE).c_str(), nodes);
+        print_format("%s: %.0f", move_to_text(move, PromotionStyle::LOWER_CASE).c_str(), static_cast<double>(nodes));
     };
     InterruptibleWork work{front};
     const bool finished = perft_by_move(thread, depth, {counted, told_to_stop, &work});
@@ -97,8 +96,9 @@ void show_position_details(const Position &pos) {
     const Bitboard giving_check = checking_pieces(pos);
     for (const Square s : ALL_SQUARES)
         if ((giving_check & bit(s)) != 0) checkers += " " + std::string(square_name(s));
-    print_line(board_text(pos) + format_line("key %016" PRIx64 "\ncheckers", pos.key) +
-               (checkers.empty() ? " none" : checkers));
+    const std::string key = format_line("key %08x%08x\n", static_cast<unsigned>(pos.key >> 32),
+                                        static_cast<unsigned>(pos.key & 0xFFFFFFFF));
+    print_line(board_text(pos) + key + "checkers" + (checkers.empty() ? " none" : checkers));
 }
 
 void run_benchmark_between_searches(FrontEnd &front, int depth) {

@@ -39,11 +39,12 @@ else
 LTO_FLAG := -flto=thin
 endif
 
-# On Windows the compiler's libraries are part of the program, which is named as that system wants it.
+# On Windows the compiler's libraries are part of the program, which is named as that system wants it, and its threads
+# have the stacks that Linux gives.
 SYSTEM := linux
 ifneq (,$(findstring _WIN32,$(MACROS)))
 SYSTEM := windows
-LINK_FLAGS += -static
+LINK_FLAGS += -static -Wl,--stack,8388608
 LIBRARIES += -lwinmm
 override EXE := $(EXE:.exe=).exe
 endif

@@ -5,7 +5,7 @@
 #                                       same; by default all but linux-aarch64, which is made as linux-x86_64 is
 set -u
 cd "$(dirname "$(readlink -f "$0")")/.." || exit 1
-export LC_ALL=C
+export LC_ALL=C CCACHE_DISABLE=1
 again=("${@:-source}")
 [ $# -gt 0 ] || again+=(linux-x86_64 windows-x86_64 deb)
 version=$(sed -n 's/^project(dral VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
@@ -14,6 +14,7 @@ base=$PWD/build/debian.tar
 scratch=$(mktemp -d) || exit 1
 trap 'rm -rf "$scratch"' EXIT
 fresh=$scratch/fresh
+in_fresh=(chroot "$fresh" /usr/bin/env PATH=/usr/sbin:/usr/bin:/usr/games)
 failed=0
 
 # try HEADING COMMAND...: a failure is told and remembered.
@@ -41,7 +42,7 @@ same_bytes() {
 
 # contents EXPECTED COMMAND...: what COMMAND lists, without folders, is EXPECTED.
 contents() {
-    diff <(printf '%s\n' $1 | sort) <("${@:2}" | sed 's,^\./,,; /\/$/d' | sort)
+    diff <(printf '%s\n' $1 | sort) <("${@:2}" | sed 's,^\./,,; /\/$/d; /^$/d' | sort)
 }
 
 fresh_system() {
@@ -52,10 +53,6 @@ fresh_system() {
 
 files() {
     (cd "$fresh" && find . \( -path ./var/lib/dpkg -o -path ./var/log -o -path ./var/cache/man \) -prune -o -print | sort)
-}
-
-in_fresh() {
-    chroot "$fresh" /usr/bin/env PATH=/usr/sbin:/usr/bin:/usr/games "$@"
 }
 
 refuses_old_processor() {
@@ -87,10 +84,10 @@ try "contents, deb" contents "usr/games/dral $(printf "$doc/%s " README.md chang
 try "lintian" lintian --fail-on error,warning "dist/dral_${version}_amd64.deb"
 
 try "fresh system" fresh_system
-try "installed" in_fresh dpkg -i dral.deb
-try "installed: bench signature" "$bench" in_fresh dral
-try "installed: manual page" in_fresh man -w dral
-try "purged" eval 'in_fresh dpkg -P dral && files | diff "$scratch/before" -'
+try "installed" "${in_fresh[@]}" dpkg -i dral.deb
+try "installed: bench signature" "$bench" "${in_fresh[@]}" dral
+try "installed: manual page" "${in_fresh[@]}" man -w dral
+try "purged" eval '"${in_fresh[@]}" dpkg -P dral && files | diff "$scratch/before" -'
 static=dral-$version-linux-x86_64/dral
 cp "$scratch/$static" "$fresh/static"
 try "linux-x86_64 there: bench signature" "$bench" chroot "$fresh" /static

@@ -61,7 +61,7 @@ refuses_old_processor() {
     echo "status $?: $said" | grep '^status 1: dral: .* POPCNT.*' && [ ! -s "$scratch/out" ] && [ "$(wc -l <<<"$said")" = 1 ]
 }
 
-scripts/ensure_packages.sh debootstrap lintian qemu-user || exit 1
+scripts/ensure_packages.sh debootstrap lintian qemu-user unzip || exit 1
 text="LICENSE README.md CHANGELOG.md dral.6 dral.bash dral.cfg"
 doc=usr/share/doc/dral
 try "made" ./package

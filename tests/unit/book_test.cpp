@@ -142,7 +142,8 @@ TEST(MoveTable, Grows) {
         for (std::uint64_t i = 0; i < MANY; ++i) ++table.find_or_add(i / 2 * STEP, static_cast<Move>(1 + i % 2)).wins;
     EXPECT_EQ(table.size(), MANY);
     const std::vector<MoveRecord> records = table.take_sorted();
-    EXPECT_TRUE(std::ranges::is_sorted(records, {}, &MoveRecord::key));
+    EXPECT_TRUE(std::is_sorted(records.begin(), records.end(),
+                               [](const MoveRecord &a, const MoveRecord &b) { return a.key < b.key; }));
     for (std::size_t i = 0; i < records.size(); ++i) {
         ASSERT_EQ(records[i].wins, 2U);
         ASSERT_EQ(records[i].move, static_cast<Move>(1 + i % 2));  // in the order first seen

@@ -18,7 +18,7 @@ protected:
             const std::string value = list.substr(equals + 1, end - equals - 1);
             std::vector<TunableParam> params = eval_tunables(engine.settings.weights);
             select_tunable(params, name);
-            const auto weight = std::ranges::find_if(params, &TunableParam::selected);
+            const auto weight = std::find_if(params.begin(), params.end(), std::mem_fn(&TunableParam::selected));
             if (weight != params.end())
                 weight->weight.of(engine.settings.weights) = static_cast<std::int16_t>(std::stoi(value));
             ASSERT_TRUE(weight != params.end() || option_named(name) != nullptr) << name;
@@ -154,7 +154,9 @@ TEST(Tunables, NameTheWeights) {
         EXPECT_EQ(std::to_string(static_cast<int>(param.estimate)), row[1]) << param.name;
         EXPECT_FALSE(param.selected);
     }
-    const auto selected = [&params] { return std::ranges::count_if(params, &TunableParam::selected); };
+    const auto selected = [&params] {
+        return std::count_if(params.begin(), params.end(), std::mem_fn(&TunableParam::selected));
+    };
     for (const char *unknown : {"", "pawn_value", "p1 ", "P1", "p16"}) select_tunable(params, unknown);
     EXPECT_EQ(selected(), 0);
     select_tunable(params, "p1");

@@ -38,7 +38,7 @@ protected:
         set_fen(pos, fen);
         pos.fifty = static_cast<std::uint8_t>(number("fifty"));
         std::string game = state.contains("game") ? state["game"] : "";
-        std::ranges::replace(game, ',', ' ');
+        std::replace(game.begin(), game.end(), ',', ' ');
         play(game);
         ASSERT_EQ(unsearchable_reason(pos), "") << fen;
         engine.settings_changed = std::exchange(has_settings, false);

@@ -33,11 +33,12 @@ protected:
         if (random.below(4) == 0) path[random.below(2)].move = NO_MOVE;
         OrderingTables &ordering = thread.ordering;
         for (auto &slot : ordering.countermove)
-            for (auto &piece : slot) std::ranges::generate(piece, any_move);
-        for (auto &piece : ordering.followup) std::ranges::generate(piece, any_move);
+            for (auto &piece : slot) std::generate(std::begin(piece), std::end(piece), any_move);
+        for (auto &piece : ordering.followup) std::generate(std::begin(piece), std::end(piece), any_move);
         for (auto &slice : ordering.history)
             for (auto &piece : slice)
-                std::ranges::generate(piece, [&] { return static_cast<std::uint16_t>(random.below(HISTORY_MAX + 1)); });
+                std::generate(std::begin(piece), std::end(piece),
+                              [&] { return static_cast<std::uint16_t>(random.below(HISTORY_MAX + 1)); });
     }
 
     SearchThread &enter(const std::string &fen) {

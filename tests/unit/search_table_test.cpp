@@ -182,7 +182,7 @@ TEST_F(TableTest, EmptyTableIsHarmless) {
 TEST_F(TableTest, SlicesCoverTheTable) {
     const std::span entries(table.entries, table.count + 16);
     const auto cleared = [&entries] {
-        return std::ranges::count_if(entries, [](auto &e) { return e.data_word == 0; });
+        return std::count_if(entries.begin(), entries.end(), [](auto &e) { return e.data_word == 0; });
     };
     for (const std::size_t slices : {1, 3, 8}) {
         apply_option(engine, "Threads", std::to_string(slices));

@@ -171,7 +171,7 @@ TEST_F(EndgameFiles, FilesThatCannotBeUsedAreReportedOnce) {
         EXPECT_EQ(ask(tb_wdl, board->pos), first);
         const int root = tb_probe_root(tables, board->pos).result;
         EXPECT_EQ(tb_probe_root(tables, board->pos).result, root);
-        std::ranges::replace(told, '\n', '/');
+        std::replace(told.begin(), told.end(), '\n', '/');
         return fields(first, root, told);
     });
 }

@@ -39,6 +39,10 @@ else
 LTO_FLAG := -flto=thin
 endif
 
+ifeq (,$(findstring __SIZEOF_POINTER__ 8,$(MACROS)))
+$(error dral is for 64-bit Linux and Windows, or $(CXX) is no compiler for C++)
+endif
+
 # On Windows the compiler's libraries are part of the program, which is named as that system wants it, and its threads
 # have the stacks that Linux gives.
 SYSTEM := linux

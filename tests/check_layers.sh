@@ -1,6 +1,7 @@
 #!/bin/bash
 # Includes point down: fails when a file below src/ includes one of a higher floor, one of another folder on its own
-# floor, one that does not exist, or when includes run in a circle.
+# floor, one that does not exist, or when includes run in a circle. Only the folders of the systems below platform/ know
+# that there are systems.
 #
 #   tests/check_layers.sh [SOURCE_DIR]    checks a source tree, by default src/ of this checkout
 #   tests/check_layers.sh --self-test     proves on small trees that each fault is found
@@ -9,6 +10,8 @@ export LC_ALL=C
 
 # Floor of each folder. main.cpp, alone in the top folder (.), stands above all.
 floors="platform=1 base=2 board=3 games=4 eval=5 tablebase=5 book=5 search=6 engine=7 tools=8 frontend=9 .=10"
+
+system_names='_WIN32|__linux__|__MINGW|<(windows|unistd|sched|poll|fcntl|io|sys/[a-z]+)\.h>|"platform/(linux|windows)/'
 
 # Prints one line "FILE:LINE:INCLUDED" per project include of the tree in the current directory. `<...>` counts too
 # when it names a file of the tree.
@@ -28,7 +31,7 @@ list_includes() {
 }
 
 check_tree() {
-    local includes faults circle
+    local includes faults circle systems
     cd "$1" || return 2
     includes=$(list_includes)
     [ -n "$includes" ] || { echo "no includes in $1"; return 2; }
@@ -50,6 +53,8 @@ check_tree() {
             else if ($1 == $3)
                 print where "includes itself"
         }' <<<"$includes")
+    systems=$(grep -rnE --include='*.h' --include='*.cpp' "$system_names" . | grep -vE '^\./platform/(linux|windows)/')
+    [ -z "$systems" ] || faults+=${faults:+$'\n'}"knows a system:"$'\n'"$systems"
     circle=$(awk -F: '{ print $1, $3 }' <<<"$includes" | tsort 2>&1 >/dev/null)
     [ -z "$circle" ] || faults+=${faults:+$'\n'}"includes run in a circle:"$'\n'"${circle//tsort:/   }"
     [ -z "$faults" ] || { echo "$faults"; return 1; }
@@ -86,6 +91,8 @@ self_test() {
     expect board/types.h    '#include "position.h"'          'includes run in a circle'
     expect board/types.h    '#include "board/types.h"'       'includes itself'
     expect board/types.h    '#include "board/none.h"'        'no such file: board/none.h'
+    expect board/types.h    '#include <sys/mman.h>'          'board/types.h:2:#include'
+    expect platform/clock.h '#ifdef _WIN32'                  'platform/clock.h:2:#ifdef'
     expect attic/old.h      '#include "board/types.h"'       'folder without a floor: attic'
     [ $failed -eq 0 ] && echo "every fault was found"
 }

@@ -4,13 +4,11 @@
 #include <string>
 #include <string_view>
 
-#if defined(_WIN32) && !defined(__clang__)
+#if defined(__clang__)
+#define DRAL_PRINTF_FORMAT(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
+#else  // the formats of the C standard on every system
 #define DRAL_PRINTF_FORMAT(format_index, first_argument) \
     __attribute__((format(gnu_printf, format_index, first_argument)))
-#elif defined(__GNUC__)
-#define DRAL_PRINTF_FORMAT(format_index, first_argument) __attribute__((format(printf, format_index, first_argument)))
-#else
-#define DRAL_PRINTF_FORMAT(format_index, first_argument)
 #endif
 
 // Writes the text and a line feed to standard output, flushed, and to the log when logging is on. Any thread; lines

@@ -1,6 +1,7 @@
 #include "base/version.h"
 
-#include <string_view>
+#include "platform/process.h"
+#include "platform/processor.h"
 
 // CMake's build writes a header when the commit has changed; others define DRAL_COMMIT for this file. No quotes around it.
 #if !defined(DRAL_COMMIT) && __has_include(<dral_commit.h>)
@@ -30,47 +31,6 @@ std::string compiler() {
 #endif
 }
 
-constexpr const char *SYSTEM =
-#if defined(_WIN32)
-    "Windows";
-#elif defined(__APPLE__)
-    "macOS";
-#elif defined(__linux__)
-    "Linux";
-#elif defined(__FreeBSD__)
-    "FreeBSD";
-#else
-    "another system";
-#endif
-
-constexpr const char *PROCESSOR =
-#if defined(__x86_64__) || defined(_M_X64)
-    "x86-64";
-#elif defined(__aarch64__) || defined(_M_ARM64)
-    "ARM64";
-#else
-    "another processor";
-#endif
-
-// Extensions that the code was compiled for, as far as they matter here.
-constexpr const char *EXTENSIONS[] = {
-#if defined(__POPCNT__)
-    "POPCNT",
-#endif
-#if defined(DRAL_BIT_EXTRACTION)
-    "BMI2",
-#endif
-#if defined(__AVX2__)
-    "AVX2",
-#endif
-#if defined(__AVX512F__)
-    "AVX-512",
-#endif
-#if defined(__ARM_NEON)
-    "NEON",
-#endif
-    ""};
-
 }  // namespace
 
 std::string version_text() {
@@ -79,8 +39,5 @@ std::string version_text() {
     std::string commit = DRAL_TEXT(DRAL_COMMIT);
     if (commit.size() == FULL) commit.resize(SHORT);
     std::string text = std::string(ENGINE_NAME) + " (commit " + commit + ")\n";
-    text += compiler() + ", " + SYSTEM + ", " + PROCESSOR;
-    for (const std::string_view extension : EXTENSIONS)
-        if (!extension.empty()) text.append(" ").append(extension);
-    return text + "\n";
+    return text + compiler() + ", " + system_name() + ", " + instruction_set() + "\n";
 }

@@ -1,4 +1,4 @@
-// What the program gets from the system when it starts.
+// What the system is, and what the program gets from it when it starts.
 #pragma once
 
 #include <string>
@@ -7,3 +7,5 @@
 // The arguments after the program's name, in UTF-8, given those of main. Has standard input and output pass every byte as it
 // is. To be called once, before anything is read or written.
 std::vector<std::string> begin_process(int count, char **arguments);
+
+const char *system_name();

@@ -3,3 +3,5 @@
 std::vector<std::string> begin_process(int count, char **arguments) {
     return count > 1 ? std::vector<std::string>(arguments + 1, arguments + count) : std::vector<std::string>{};
 }
+
+const char *system_name() { return "Linux"; }

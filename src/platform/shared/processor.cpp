@@ -27,3 +27,30 @@ const char *missing_instructions() {
 #endif
     return nullptr;
 }
+
+std::string instruction_set() {
+    return
+#if defined(__x86_64__)
+        "x86-64"
+#elif defined(__aarch64__)
+        "ARM64"
+#else
+        "another processor"
+#endif
+#ifdef __POPCNT__
+        " POPCNT"
+#endif
+#ifdef __BMI2__
+        " BMI2"
+#endif
+#ifdef __AVX2__
+        " AVX2"
+#endif
+#ifdef __AVX512F__
+        " AVX-512"
+#endif
+#ifdef __ARM_NEON
+        " NEON"
+#endif
+        ;
+}

@@ -31,3 +31,5 @@ std::vector<std::string> begin_process(int, char **) {
     LocalFree(words);
     return arguments;
 }
+
+const char *system_name() { return "Windows"; }

@@ -60,7 +60,12 @@ private:
     // Both give the number of bytes, 0 at the end or after an error.
     std::size_t read_bytes() {
         DWORD count = 0;
-        return ReadFile(input_, piece_.data(), static_cast<DWORD>(piece_.size()), &count, nullptr) != 0 ? count : 0;
+        bool more = false;
+        do {  // a pipe's end is an error; no bytes are a sender's write of none, and of a long message more follows
+            more = ReadFile(input_, piece_.data(), static_cast<DWORD>(piece_.size()), &count, nullptr) != 0 ||
+                   GetLastError() == ERROR_MORE_DATA;
+        } while (more && count == 0 && is_pipe_);
+        return more ? count : 0;
     }
 
     std::size_t read_console() {
@@ -77,6 +82,7 @@ private:
     }
 
     HANDLE input_ = GetStdHandle(STD_INPUT_HANDLE);
+    const bool is_pipe_ = GetFileType(input_) == FILE_TYPE_PIPE;
     bool is_console_ = false;
     // Handed to and fro by the two events, each of which lets one wait end.
     HANDLE filled_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);

@@ -10,27 +10,26 @@ namespace {
 
 constexpr LONGLONG TICKS_PER_MS = 10'000;  // of 100 nanoseconds
 
-// A timer of the thread's own.
-class WaitTimer {
-public:
-    WaitTimer()
-        : timer_(CreateWaitableTimerExW(nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, TIMER_ALL_ACCESS)) {}
-    ~WaitTimer() {
-        if (timer_ != nullptr) CloseHandle(timer_);
-    }
-    WaitTimer(const WaitTimer &) = delete;
-    WaitTimer &operator=(const WaitTimer &) = delete;
+void WINAPI close_timer(void *timer) { CloseHandle(timer); }
 
-    // nullptr where the system has no such timers.
-    HANDLE start(int ms) {
-        LARGE_INTEGER due;
-        due.QuadPart = -ms * TICKS_PER_MS;  // from now on
-        return timer_ != nullptr && SetWaitableTimer(timer_, &due, 0, nullptr, nullptr, FALSE) ? timer_ : nullptr;
-    }
+// The calling thread's own timer; nullptr where the system has no such timers. The system closes it when the thread ends: a
+// thread_local object's destructor is called by gcc's library for Windows after the object's memory was given back.
+HANDLE thread_timer() {
+    static const DWORD slot = FlsAlloc(close_timer);
+    HANDLE timer = FlsGetValue(slot);
+    if (timer != nullptr || slot == FLS_OUT_OF_INDEXES) return timer;
+    timer = CreateWaitableTimerExW(nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, TIMER_ALL_ACCESS);
+    FlsSetValue(slot, timer);
+    return timer;
+}
 
-private:
-    HANDLE timer_;
-};
+// The thread's timer, due `ms` milliseconds from now; nullptr without one.
+HANDLE start_timer(int ms) {
+    const HANDLE timer = thread_timer();
+    LARGE_INTEGER due;
+    due.QuadPart = -ms * TICKS_PER_MS;  // from now on
+    return timer != nullptr && SetWaitableTimer(timer, &due, 0, nullptr, nullptr, FALSE) ? timer : nullptr;
+}
 
 }  // namespace
 
@@ -50,8 +49,7 @@ std::string to_utf8(std::wstring_view text) {
 }
 
 bool wait_for(HANDLE object, int ms) {
-    static thread_local WaitTimer timer;
-    const HANDLE due = ms > 0 ? timer.start(ms) : nullptr;
+    const HANDLE due = ms > 0 ? start_timer(ms) : nullptr;
     if (due == nullptr) {
         if (object != nullptr) return WaitForSingleObject(object, static_cast<DWORD>(ms)) == WAIT_OBJECT_0;
         Sleep(static_cast<DWORD>(ms));

@@ -35,9 +35,13 @@ HANDLE start_timer(int ms) {
 
 std::wstring to_utf16(std::string_view text) {
     const int size = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');  // never more units than bytes
-    wide.resize(static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wide.data(), size)));
-    return wide;
+    const auto converted = [&](UINT code_page, DWORD flags) {
+        std::wstring wide(text.size(), L'\0');  // never more units than bytes
+        const int units = MultiByteToWideChar(code_page, flags, text.data(), size, wide.data(), size);
+        return wide.substr(0, static_cast<std::size_t>(units));
+    };
+    const std::wstring wide = converted(CP_UTF8, MB_ERR_INVALID_CHARS);
+    return wide.empty() ? converted(CP_ACP, 0) : wide;
 }
 
 std::string to_utf8(std::wstring_view text) {

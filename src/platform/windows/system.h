@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+// What is no UTF-8 is taken for the system's code page: older programs send file names in it.
 std::wstring to_utf16(std::string_view text);
 std::string to_utf8(std::wstring_view text);
 

@@ -19,7 +19,10 @@ void restore_code_page() { SetConsoleOutputCP(usual_code_page); }
 
 std::vector<std::string> begin_process(int, char **) {
     _fmode = _O_BINARY;
-    for (std::FILE *stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+    for (std::FILE *stream : {stdin, stdout, stderr})
+        if (_fileno(stream) >= 0) _setmode(_fileno(stream), _O_BINARY);  // none where it was not given one
+    // Every text is flushed. Without a buffer, as on a console, its bytes would be written one by one, letters of several too.
+    std::setvbuf(stdout, nullptr, _IOFBF, 65536);
     std::setvbuf(stderr, nullptr, _IONBF, 0);
     usual_code_page = GetConsoleOutputCP();
     if (usual_code_page != 0 && SetConsoleOutputCP(CP_UTF8) != 0) std::atexit(restore_code_page);

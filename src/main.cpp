@@ -30,7 +30,9 @@ bool start_up(FrontEnd &front, const CommandLine &line) {
     Engine &engine = front.engine;
     front.uci = line.uci;
     front.limits = front.start_limits = line.limits;
-    choose_line_form(line.uci, line.settings);
+    const bool converses = line.mode == RunMode::ENGINE;  // what tools print is no line of a protocol
+    if (converses) choose_dialect(front, line.settings);
+    if (!line.answers.empty()) print_display(line.answers);
     if (start_engine(engine, line.settings, make_reporter(front)) != 0) return false;
     if (line.target_nps.has_value()) engine.shared.target_nps = *line.target_nps;
     if (engine.settings.Log != 0) engine.settings.Log = set_logging(true) ? 1 : 0;
@@ -41,7 +43,7 @@ bool start_up(FrontEnd &front, const CommandLine &line) {
     }
     engine.default_settings = engine.settings;
     if (!engine.settings.ConfigFilePath.empty()) load_config_file(engine);
-    choose_line_form(line.uci, engine.settings);
+    if (converses) choose_dialect(front, engine.settings);
     derive_tables(engine);
     engine.settings_changed = false;
     return true;

@@ -70,7 +70,7 @@ void set_rate(CommandLine &line, std::string_view value) {
     line.target_nps = usable_rate(leading_number(value));
     line.settings.UCI_LimitStrength = 1;
     line.settings.UCI_Elo = static_cast<std::int16_t>(std::clamp(elo_model(*line.target_nps), -32768.0, 32767.0));
-    print_display(format_line("%sElo= %d\n", line.settings.Strict != 0 ? "info string " : "", line.settings.UCI_Elo));
+    line.answers += format_line("Elo= %d\n", line.settings.UCI_Elo);
 }
 
 void set_example_tablebases(CommandLine &line, std::string_view) {

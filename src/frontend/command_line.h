@@ -41,6 +41,7 @@ struct CommandLine {
     std::optional<double> target_nps;  // nodes per second and thread
     std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters
     std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
+    std::string answers;               // lines to print at the start: the strength that goes with a node rate
 };
 
 // A switch as --help and the manual show it.
@@ -57,7 +58,7 @@ struct SwitchHelp {
 bool prints_only(RunMode mode);
 
 // Reads the arguments after the program's name, up to the first that prints only. Unknown ones are ignored, as is a
-// switch whose value is missing. A node rate is answered with the strength that goes with it.
+// switch whose value is missing.
 CommandLine parse_command_line(std::span<const std::string> arguments);
 
 // The switches, those that set an option among them, in groups.

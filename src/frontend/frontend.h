@@ -23,9 +23,10 @@ struct FrontEnd {
 
     Engine &engine;
     InputQueue input;
-    SharedValue<bool> uci{true};  // the protocol: UCI, or that of the console; reporters read it on search threads
-    SearchLimits limits;          // of the next search; commands change them, and what they do not name stays
-    SearchLimits start_limits;    // those with which the program was started
+    SharedValue<bool> uci{true};      // the protocol: UCI, or that of the console; reporters read it on search threads
+    SharedValue<bool> strict{false};  // UCI to the letter; likewise
+    SearchLimits limits;              // of the next search; commands change them, and what they do not name stays
+    SearchLimits start_limits;        // those with which the program was started
     SearchRequest search_request = REQUEST_NONE;  // a search that has been asked for
     bool clear_table_first = false;               // before the requested search
     bool endless_search = false;                  // only a command can end the requested or running search

@@ -124,7 +124,7 @@ void end_search(FrontEnd &front) {
 void report_result(FrontEnd &front, const SearchResult &result) {
     if (result.interrupted) front.self_play = false;
     if (front.uci)
-        print_uci_result(result, front.engine.settings.Strict != 0 ? "0000" : "null");
+        print_uci_result(front, result);
     else
         print_console_result(front.engine, result);
     if (front.self_play && !front.uci) continue_self_play(front, result);

@@ -192,14 +192,16 @@ Reporter make_reporter(FrontEnd &front) {
     return reporter;
 }
 
-void choose_line_form(bool uci, const Settings &settings) {
-    set_line_form(uci && settings.Strict != 0 ? uci_form : nullptr);
+void choose_dialect(FrontEnd &front, const Settings &settings) {
+    front.strict = front.uci && settings.Strict != 0;
+    set_line_form(front.strict ? uci_form : nullptr);
 }
 
-void print_uci_result(const SearchResult &result, std::string_view no_move) {
+void print_uci_result(const FrontEnd &front, const SearchResult &result) {
     if (result.line.has_value()) print_uci_line(*result.line);
+    const std::string no_move = front.strict ? "0000" : "null";
     const std::string ponder = result.ponder != NO_MOVE ? " ponder " + uci_move(result.ponder) : "";
-    print_line("bestmove " + (result.best != NO_MOVE ? uci_move(result.best) : std::string(no_move)) + ponder);
+    print_line("bestmove " + (result.best != NO_MOVE ? uci_move(result.best) : no_move) + ponder);
 }
 
 void print_console_result(const Engine &engine, const SearchResult &result) {

@@ -32,7 +32,7 @@ void list_option(const Engine &engine, const Option &option) {
 
 void uci(FrontEnd &front, std::string_view) {
     front.uci = true;
-    choose_line_form(true, front.engine.settings);
+    choose_dialect(front, front.engine.settings);
     front.engine.shared.trace.style = move_style(front);
     print_format("id name %s", ENGINE_NAME);
     print_format("id author %s", ENGINE_AUTHOR);
@@ -68,7 +68,7 @@ void setoption(FrontEnd &front, std::string_view rest) {
     }
     apply_option(front.engine, name, value);
     settings_were_changed(front.engine);
-    choose_line_form(front.uci, front.engine.settings);
+    choose_dialect(front, front.engine.settings);
 }
 
 void ucinewgame(FrontEnd &front, std::string_view) {
@@ -85,7 +85,7 @@ void ucinewgame(FrontEnd &front, std::string_view) {
 }
 
 void position(FrontEnd &front, std::string_view rest) {
-    if (front.engine.settings.Strict != 0)
+    if (front.strict)
         set_uci_position_strictly(front, rest);
     else
         set_uci_position(front, rest);

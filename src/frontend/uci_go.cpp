@@ -166,7 +166,7 @@ std::vector<Move> read_search_moves(const FrontEnd &front, std::string_view rest
                 refused += " " + std::string(word);
         }
     }
-    if (!refused.empty() && (!moves.empty() || front.engine.settings.Strict != 0))
+    if (!refused.empty() && (!moves.empty() || front.strict))
         print_line("info string searchmoves: not legal here:" + refused +
                    (moves.empty() ? "; all moves are searched" : ""));
     return moves;
@@ -189,7 +189,7 @@ void read_additions(FrontEnd &front, std::string_view rest) {
 }  // namespace
 
 GoRequest read_go(FrontEnd &front, std::string_view rest) {
-    const bool strict = front.engine.settings.Strict != 0;
+    const bool strict = front.strict;
     std::string_view value;
     if (strict)
         read_limits_strictly(front, rest);

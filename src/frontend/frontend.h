@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/shared_value.h"
 #include "base/text.h"
@@ -32,6 +33,7 @@ struct FrontEnd {
     bool endless_search = false;                  // only a command can end the requested or running search
     bool requested_waits = false;                 // the requested search is answered after `stop` only,
     bool answer_waits = false;                    // and so is the running one
+    std::vector<std::string> held_options;        // of `setoption` lines that wait for the end of a search
     bool self_play = false;                       // the engine plays both sides of the console's game
     bool editing = false;                         // the console's board editor takes the lines
     bool quit = false;                            // ends the loop and the tools
@@ -81,6 +83,8 @@ struct CommandHelp {
 
 // uci.cpp: interprets one line of the UCI protocol.
 void interpret_uci(FrontEnd &front, std::string_view line);
+// Sets the options that have waited. Idle.
+void set_held_options(FrontEnd &front);
 std::span<const CommandHelp> uci_commands();
 // console.cpp: interprets one line typed at a console.
 void interpret_console(FrontEnd &front, std::string_view line);

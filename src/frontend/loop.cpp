@@ -155,6 +155,7 @@ void run_loop(FrontEnd &front) {
         if (front.search_request != REQUEST_NONE && !searching(engine)) start_requested_search(front);
         if (searching(engine) && !pondering(engine) && !front.answer_waits && !threads_busy(engine)) {
             report_result(front, finish_search(engine));
+            set_held_options(front);
             continue;
         }
         if (searching(engine)) poll_search(engine);

@@ -1,6 +1,7 @@
 // The UCI protocol.
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "base/output.h"
 #include "base/text.h"
@@ -51,7 +52,13 @@ void show_parameters(FrontEnd &front, std::string_view) {
     print_display(search_params_text(shared.params) + eval_params_text(shared.eval_tables));
 }
 
+// To the letter options are set between searches: nothing but a word for it ends a search.
 void setoption(FrontEnd &front, std::string_view rest) {
+    if (front.strict && searching(front.engine)) {
+        front.held_options.emplace_back(rest);
+        print_line("info string setoption waits for the end of the search");
+        return;
+    }
     constexpr std::string_view NAME = "name";
     constexpr std::string_view VALUE = "value";
     const std::size_t name_at = rest.find(NAME);
@@ -193,6 +200,10 @@ void help(FrontEnd &front, std::string_view) {
 }  // namespace
 
 std::span<const CommandHelp> uci_commands() { return HELP; }
+
+void set_held_options(FrontEnd &front) {
+    for (const std::string &rest : std::exchange(front.held_options, {})) setoption(front, rest);
+}
 
 void interpret_uci(FrontEnd &front, std::string_view line) {
     if (line.empty()) return;

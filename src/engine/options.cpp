@@ -198,9 +198,17 @@ void reply(Engine &engine, const Option &option) {
     engine.shared.reporter.say("info string " + std::string(option.name) + " set to " + value);
 }
 
-const Option *find_option(std::string_view Option::*column, std::string_view text) {
+bool same_text(std::string_view a, std::string_view b) { return a == b; }
+
+bool same_letters(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
+}
+
+const Option *find_option(std::string_view Option::*column, std::string_view text,
+                          bool (*same)(std::string_view, std::string_view) = same_text) {
     const auto found = std::find_if(std::begin(OPTIONS), std::end(OPTIONS),
-                                    [&](const Option &option) { return option.*column == text; });
+                                    [&](const Option &option) { return same(option.*column, text); });
     return found != std::end(OPTIONS) && !text.empty() ? found : nullptr;
 }
 
@@ -209,6 +217,7 @@ const Option *find_option(std::string_view Option::*column, std::string_view tex
 std::span<const Option> option_table() { return OPTIONS; }
 
 const Option *option_named(std::string_view name) { return find_option(&Option::name, name); }
+const Option *option_named_in_any_case(std::string_view name) { return find_option(&Option::name, name, same_letters); }
 const Option *option_of_console(std::string_view name) { return find_option(&Option::console, name); }
 const Option *option_of_argument(std::string_view argument) { return find_option(&Option::argument, argument); }
 

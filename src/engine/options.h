@@ -50,6 +50,7 @@ std::span<const Option> option_table();
 
 // The option whose name, console name or switch this is; null when there is none.
 const Option *option_named(std::string_view name);
+const Option *option_named_in_any_case(std::string_view name);
 const Option *option_of_console(std::string_view name);
 const Option *option_of_argument(std::string_view argument);
 

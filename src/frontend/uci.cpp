@@ -16,9 +16,13 @@
 
 namespace {
 
-void list_option(const Engine &engine, const Option &option) {
+constexpr std::string_view EMPTY = "<empty>";  // what stands for an empty text to the letter
+
+void list_option(const FrontEnd &front, const Option &option) {
+    const Engine &engine = front.engine;
     const std::string name(option.name);
-    const std::string value = value_text(engine.default_settings, option);
+    std::string value = value_text(engine.default_settings, option);
+    if (value.empty() && front.strict) value = EMPTY;
     switch (option.kind) {
     case OptionKind::SPIN:
         print_format("option name %s type spin default %s min %d max %d", name.c_str(), value.c_str(), option.low,
@@ -38,7 +42,7 @@ void uci(FrontEnd &front, std::string_view) {
     print_format("id name %s", ENGINE_NAME);
     print_format("id author %s", ENGINE_AUTHOR);
     for (const Option &option : option_table())
-        if (option.listed) list_option(front.engine, option);
+        if (option.listed) list_option(front, option);
     print_line("uciok");
 }
 
@@ -50,6 +54,15 @@ void debug(FrontEnd &, std::string_view) {}
 void show_parameters(FrontEnd &front, std::string_view) {
     const SearchShared &shared = front.engine.shared;
     print_display(search_params_text(shared.params) + eval_params_text(shared.eval_tables));
+}
+
+// To the letter capitals do not matter in names, and a name that is none gets a line.
+void apply_option_strictly(Engine &engine, std::string_view name, std::string_view value) {
+    const Option *option = option_named_in_any_case(name);
+    if (option == nullptr)
+        print_line("info string no such option: " + std::string(name));
+    else
+        apply_option(engine, option->name, value == EMPTY ? std::string_view{} : value);
 }
 
 // To the letter options are set between searches: nothing but a word for it ends a search.
@@ -73,7 +86,10 @@ void setoption(FrontEnd &front, std::string_view rest) {
         if (value_at != std::string_view::npos)
             value = skip_blanks(rest.substr(std::min(value_at + VALUE.size() + 1, rest.size())));
     }
-    apply_option(front.engine, name, value);
+    if (front.strict)
+        apply_option_strictly(front.engine, name, value);
+    else
+        apply_option(front.engine, name, value);
     settings_were_changed(front.engine);
     choose_dialect(front, front.engine.settings);
 }
@@ -197,6 +213,14 @@ void help(FrontEnd &front, std::string_view) {
     if (!refused_during_search(front, "help")) print_commands(HELP);
 }
 
+// Takes the first word; the command that it names, or null.
+const Command *take_command(std::string_view &text) {
+    const std::string_view word = next_word(text);
+    const auto *found = std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
+                                     [word](const Command &command) { return command.help.word == word; });
+    return found != std::end(COMMANDS) ? found : nullptr;
+}
+
 }  // namespace
 
 std::span<const CommandHelp> uci_commands() { return HELP; }
@@ -209,8 +233,10 @@ void interpret_uci(FrontEnd &front, std::string_view line) {
     if (line.empty()) return;
     if (logging()) log_line("CMD: " + std::string(line));
     std::string_view rest = line;
-    const std::string_view word = next_word(rest);
+    const Command *command = take_command(rest);
+    // To the letter unknown words are passed over.
+    while (command == nullptr && front.strict && !skip_blanks(rest).empty()) command = take_command(rest);
+    if (command == nullptr) return;
     rest.remove_prefix(std::min<std::size_t>(1, rest.size()));
-    for (const Command &command : COMMANDS)
-        if (word == command.help.word) command.run(front, rest);
+    command->run(front, rest);
 }

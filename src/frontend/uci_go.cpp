@@ -124,7 +124,7 @@ void read_time_strictly(SearchLimits &limits, Colour side, std::string_view rest
         limits.fix_time(*time);
     else if (!infinite && clocks[side].has_value())
         limits.tc_mode = limits.moves_to_go > 0 ? MOVES_PER_PERIOD : 0;
-    else if (infinite || has_word(rest, "depth") || has_word(rest, "nodes"))
+    else if (infinite || number_behind(rest, "depth").has_value() || number_behind(rest, "nodes").has_value())
         limits.fix_time(UNLIMITED_TIME);
 }
 

@@ -52,23 +52,28 @@ PositionText read_position(std::string_view rest) {
     return text;
 }
 
-// Sets up a FEN whose every field is understood; otherwise says what is wrong with it. Castling rights that the
-// placement contradicts are dropped with a line.
+// Sets up a FEN whose every field is understood; otherwise says what is wrong with it. Placement and side have to be
+// there. Castling rights that the placement contradicts are dropped with a line.
 std::string set_up_exactly(Position &pos, std::string_view fen) {
-    constexpr std::size_t PLACEMENT_AND_SIDE = 2;  // the fields that have to be there
-    constexpr std::size_t CLOCK_FIELD = 4;
-    constexpr std::size_t MOST_FIELDS = 16;
+    enum Field { PLACEMENT, SIDE, CASTLING, EN_PASSANT, CLOCK, MOST_FIELDS = 16 };
     const std::vector<std::string_view> fields = split_words(fen, MOST_FIELDS, fen.size());
     const FenReading reading = set_fen(pos, fen);
     const std::string understood = get_fen(pos);
     const std::vector<std::string_view> known = split_words(understood, MOST_FIELDS, understood.size());
-    for (std::size_t i = 0; i < PLACEMENT_AND_SIDE; ++i)
-        if (word_at(fields, i) != known[i]) return i == 0 ? "no such placement of pieces" : "no side to move";
+    const std::string_view castling = word_at(fields, CASTLING);
+    const std::string_view en_passant = word_at(fields, EN_PASSANT);
+    if (word_at(fields, PLACEMENT) != known[PLACEMENT]) return "no such placement of pieces";
+    if (word_at(fields, SIDE) != known[SIDE]) return "no side to move";
+    if (castling != "-" && castling.find_first_not_of("KQkq") != std::string_view::npos)
+        return "no such castling rights";
+    const char passed_rank = pos.side == WHITE ? '6' : '3';
+    const bool has_passed = pos.ep_square != NO_SQUARE && en_passant.back() == passed_rank;
+    if (!en_passant.empty() && en_passant != "-" && !has_passed) return "no such en-passant square";
     if (const std::string_view reason = unsearchable_reason(pos); !reason.empty()) return std::string(reason);
     if (reading.rights_dropped)
-        print_line("info string castling rights without king or rook at home: " + std::string(word_at(fields, 2)));
+        print_line("info string castling rights without king or rook at home: " + std::string(castling));
     constexpr int LONGEST_CLOCK = 255;
-    pos.fifty = static_cast<std::uint8_t>(clamped_integer(word_at(fields, CLOCK_FIELD), 0, LONGEST_CLOCK));
+    pos.fifty = static_cast<std::uint8_t>(clamped_integer(word_at(fields, CLOCK), 0, LONGEST_CLOCK));
     return {};
 }
 

@@ -61,10 +61,10 @@ private:
     std::size_t read_bytes() {
         DWORD count = 0;
         bool more = false;
-        do {  // a pipe's end is an error; no bytes are a sender's write of none, and of a long message more follows
+        do {  // a write of no bytes gives a read of none, as the end does, but leaves the pipe open
             more = ReadFile(input_, piece_.data(), static_cast<DWORD>(piece_.size()), &count, nullptr) != 0 ||
                    GetLastError() == ERROR_MORE_DATA;
-        } while (more && count == 0 && is_pipe_);
+        } while (more && count == 0 && PeekNamedPipe(input_, nullptr, 0, nullptr, nullptr, nullptr) != 0);
         return more ? count : 0;
     }
 
@@ -82,7 +82,6 @@ private:
     }
 
     HANDLE input_ = GetStdHandle(STD_INPUT_HANDLE);
-    const bool is_pipe_ = GetFileType(input_) == FILE_TYPE_PIPE;
     bool is_console_ = false;
     // Handed to and fro by the two events, each of which lets one wait end.
     HANDLE filled_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);

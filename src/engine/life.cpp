@@ -37,6 +37,7 @@ void fit_table(Engine &engine) {
 
 void reset_result(RootResult &result) {
     result.score = -MATE;
+    result.bound = BOUND_EXACT;
     result.depth = 0;
     result.change_depth = 0;
     for (int i = 0; i < PV_SIZE; ++i) {

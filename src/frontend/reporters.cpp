@@ -32,6 +32,10 @@ FrontEnd &front_of(void *context) { return *static_cast<FrontEnd *>(context); }
 std::string uci_move(Move m) { return move_to_text(m, PromotionStyle::LOWER_CASE); }
 std::string console_move(Move m) { return move_to_text(m, PromotionStyle::EQUALS_SIGN); }
 
+std::string bound_text(Bound bound) {
+    return bound == BOUND_LOWER ? " lowerbound" : bound == BOUND_UPPER ? " upperbound" : "";
+}
+
 std::string score_text(int score) {
     if (score >= MATE_TEXT_SCORE) return format_line("mate %d", (MATE - score) / 2);
     if (score < -MATE_TEXT_SCORE) return format_line("mate -%d", (score + MATE + 1) / 2);
@@ -49,21 +53,22 @@ std::string uci_pv(const Line &pv) {
     return text;
 }
 
-void print_uci_line(const SearchLine &line) {
+// To the letter bounds are told from scores, and promoted pieces are named.
+void print_uci_line(const FrontEnd &front, const SearchLine &line) {
+    const std::string score = score_text(line.score) + (front.strict ? bound_text(line.bound) : "");
     const std::string multipv = line.lines > 1 ? format_line("multipv %d ", line.number) : "";
     print_format("info %sdepth %d seldepth %d score %s time %.0f nodes %.0f nps %.0f tbhits %.0f hashfull %.0f pv %s",
-                 multipv.c_str(), line.depth, line.selective_depth, score_text(line.score).c_str(),
-                 line.elapsed * MILLISECONDS, line.nodes, line.nodes_per_second, line.tb_hits,
-                 line.hash_fill * PER_MILLE, uci_pv(line.pv).c_str());
+                 multipv.c_str(), line.depth, line.selective_depth, score.c_str(), line.elapsed * MILLISECONDS,
+                 line.nodes, line.nodes_per_second, line.tb_hits, line.hash_fill * PER_MILLE, uci_pv(line.pv).c_str());
 }
 
-void print_uci_current_move(const CurrentMove &current) {
+void print_uci_current_move(const FrontEnd &front, const CurrentMove &current) {
+    const std::string move = front.strict ? uci_move(current.move) : squares_of(current.move);
     if (current.number == 1)
         print_format("info depth %d time %.0f nodes %.0f nps %.0f hashfull %.0f", current.depth,
                      current.elapsed * MILLISECONDS, current.nodes, current.nodes_per_second,
                      current.hash_fill * PER_MILLE);
-    if (current.lines == 1)
-        print_format("info currmove %s currmovenumber %d", squares_of(current.move).c_str(), current.number);
+    if (current.lines == 1) print_format("info currmove %s currmovenumber %d", move.c_str(), current.number);
 }
 
 std::string uci_form(std::string_view line) {
@@ -111,13 +116,13 @@ void print_plan(const Position &pos, const SearchPlan &plan) {
 
 void search_line(void *context, const SearchLine &line) {
     if (front_of(context).uci)
-        print_uci_line(line);
+        print_uci_line(front_of(context), line);
     else
         print_console_line(line);
 }
 
 void current_move(void *context, const CurrentMove &current) {
-    if (front_of(context).uci) print_uci_current_move(current);
+    if (front_of(context).uci) print_uci_current_move(front_of(context), current);
 }
 
 void planned(void *context, const Position &pos, const SearchPlan &plan) {
@@ -198,7 +203,7 @@ void choose_dialect(FrontEnd &front, const Settings &settings) {
 }
 
 void print_uci_result(const FrontEnd &front, const SearchResult &result) {
-    if (result.line.has_value()) print_uci_line(*result.line);
+    if (result.line.has_value()) print_uci_line(front, *result.line);
     const std::string no_move = front.strict ? "0000" : "null";
     const std::string ponder = result.ponder != NO_MOVE ? " ponder " + uci_move(result.ponder) : "";
     print_line("bestmove " + (result.best != NO_MOVE ? uci_move(result.best) : no_move) + ponder);

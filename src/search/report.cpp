@@ -21,16 +21,18 @@ int shown_score(int root_tb_result, int score) {
 }
 
 // Under output_lock.
-SearchLine make_line(SearchShared &shared, int number, int depth, int score, const Line &pv) {
+SearchLine make_line(SearchShared &shared, int number, int depth, int score, Bound bound, const Line &pv) {
     const ThreadStats stats = sum_thread_stats(shared.pool);
     const double elapsed = shared.elapsed;
     const auto nodes = static_cast<double>(stats.nodes);
+    const int shown = shown_score(shared.root_tb_result, score);
     const int longest = shared.pool.size > 0 ? search_thread_at(shared.pool, 0).selective_depth.load() : 0;
     return {number,
             shared.multi_pv,
             depth,
             std::max(longest - 1, 0),
-            shown_score(shared.root_tb_result, score),
+            shown,
+            shown == score ? bound : BOUND_EXACT,
             pv,
             elapsed,
             nodes,
@@ -53,20 +55,21 @@ bool progress_due(const SearchShared &shared) {
     return shared.noise != NO_PROGRESS_LINES && shared.elapsed >= shared.noise;
 }
 
-void report_line(SearchThread &thread, int number, int depth, int score) {
+void report_line(SearchThread &thread, int number, int depth, int score, Bound bound) {
     SearchShared &shared = *thread.shared;
     if (shared.reporter.search_line == nullptr) return;
     const std::lock_guard<std::mutex> guard(shared.output_lock);
     shared.reporter.search_line(shared.reporter.context,
-                                make_line(shared, number, depth, score, plain_line(thread.line)));
+                                make_line(shared, number, depth, score, bound, plain_line(thread.line)));
 }
 
-void publish_best(SearchThread &thread) {
+void publish_best(SearchThread &thread, Bound bound) {
     SearchShared &shared = *thread.shared;
     RootResult &result = shared.result;
     const Move best = thread.line[1];
     const int score = thread.score;
     const int depth = thread.best_depth;
+    result.bound = bound;
     if (best == result.pv[1] && score == result.score && depth == result.depth) return;
     if (best != result.pv[1]) result.change_depth = static_cast<std::int8_t>(depth);
     result.score = static_cast<std::int16_t>(score);
@@ -76,7 +79,7 @@ void publish_best(SearchThread &thread) {
     if (depth > 1 && shared.pv_lines == 1) {
         update_elapsed(shared);
         const bool due = thread.stopped() || shared.elapsed >= shared.noise;
-        if (due && shared.noise != NO_PROGRESS_LINES && best != NO_MOVE) report_line(thread, 1, depth, score);
+        if (due && shared.noise != NO_PROGRESS_LINES && best != NO_MOVE) report_line(thread, 1, depth, score, bound);
     }
 }
 
@@ -85,7 +88,7 @@ std::optional<SearchLine> final_line(SearchShared &shared) {
     const bool due = shared.stop_flag != STOP_NONE || shared.elapsed >= shared.noise;
     if (!due || shared.noise == NO_PROGRESS_LINES || result.depth == 0 || result.pv[1] == NO_MOVE) return {};
     const std::lock_guard<std::mutex> guard(shared.output_lock);
-    return make_line(shared, 1, result.depth, result.score, plain_line(result.pv));
+    return make_line(shared, 1, result.depth, result.score, result.bound, plain_line(result.pv));
 }
 
 void report_current_move(SearchThread &thread, Move move, int number) {

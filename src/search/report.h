@@ -6,10 +6,10 @@
 #include "search/search.h"
 
 // Publishes thread 0's line, and reports it when one principal variation is searched.
-void publish_best(SearchThread &thread);
+void publish_best(SearchThread &thread, Bound bound = BOUND_EXACT);
 
 // Reports a line of thread 0. `number` counts from 1.
-void report_line(SearchThread &thread, int number, int depth, int score);
+void report_line(SearchThread &thread, int number, int depth, int score, Bound bound = BOUND_EXACT);
 
 // The last line of a search; nothing when there is no line to show. The caller of the search.
 std::optional<SearchLine> final_line(SearchShared &shared);

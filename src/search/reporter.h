@@ -10,6 +10,7 @@
 
 #include "board/position.h"
 #include "eval/display.h"
+#include "search/bound.h"
 
 struct BookDraw;  // book/probe.h
 
@@ -31,6 +32,7 @@ struct SearchLine {
     int depth;            // iteration that found it, plies
     int selective_depth;  // plies of the longest line searched
     int score;            // centipawns from the side to move's view; a tablebase result at the root has been put in
+    Bound bound;          // of the score
     Line pv;
     double elapsed;  // seconds
     double nodes;

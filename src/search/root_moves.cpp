@@ -91,7 +91,8 @@ void note_failure(RootPass &pass, const MoveEntry &entry, int score, AspirationS
     set_line(pass.thread, entry.move, Line{}, score);
     if (!pass.thread.is_main() || !pass.single_line || pass.depth <= FAILURES_SHOWN_FROM || !show) return;
     update_elapsed(pass.shared);
-    if (progress_due(pass.shared)) report_line(pass.thread, 1, pass.depth, score);
+    const Bound bound = state == FAILING_LOW ? BOUND_UPPER : BOUND_LOWER;
+    if (progress_due(pass.shared)) report_line(pass.thread, 1, pass.depth, score, bound);
 }
 
 struct RootScore {
@@ -165,17 +166,18 @@ void publish_interrupted(RootPass &pass) {
         result.score >= MATE_THRESHOLD)
         return;
     thread.best_depth = static_cast<std::int8_t>(pass.depth);
-    publish_best(thread);
+    publish_best(thread, BOUND_LOWER);  // exact scores were published when they were found
 }
 
 // The new best move goes to the front of the remaining list.
-void accept(RootPass &pass, int index, int score) {
+void accept(RootPass &pass, int index, const RootScore &result) {
     SearchThread &thread = pass.thread;
     MoveEntry *list = pass.root.list;
-    pass.best = score;
+    pass.best = result.score;
     thread.best_depth = static_cast<std::int8_t>(pass.depth);
-    set_line(thread, list[index].move, pass.child, score);
-    if (thread.is_main() && pass.first == 0) publish_best(thread);
+    set_line(thread, list[index].move, pass.child, result.score);
+    const Bound bound = result.score > result.lower ? BOUND_EXACT : BOUND_UPPER;
+    if (thread.is_main() && pass.first == 0) publish_best(thread, bound);
     std::rotate(list + pass.first, list + index, list + index + 1);
 }
 
@@ -208,7 +210,7 @@ void search_root_moves(SearchThread &thread, int depth, int first) {
         thread.score = saved_score;
         ++root.moves_searched;
         if (result.score > result.lower) entry.score = static_cast<std::int16_t>(result.score);
-        if (result.score > pass.best) accept(pass, i, result.score);
+        if (result.score > pass.best) accept(pass, i, result);
     }
     report_first_iteration(pass);
 }

@@ -46,6 +46,7 @@ struct ThreadPool {
 // The published result. Written by thread 0 (and at a search start), read by the caller.
 struct RootResult {
     SharedValue<std::int16_t> score;
+    SharedValue<Bound> bound;
     SharedValue<std::int8_t> depth;  // iteration that found it
     std::array<SharedValue<Move>, PV_SIZE> pv;
     std::array<SharedValue<std::int16_t>, PV_SIZE> score_by_depth;

@@ -7,8 +7,7 @@
 
 #include "base/shared_value.h"
 #include "board/position.h"
-
-enum Bound : std::uint8_t { BOUND_UPPER = 1, BOUND_LOWER = 2, BOUND_EXACT = 3 };
+#include "search/bound.h"
 
 // An entry of 16 bytes as two words.
 struct TtEntry {

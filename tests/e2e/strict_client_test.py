@@ -17,11 +17,12 @@ MOVE = r"[a-h][1-8][a-h][1-8][qrbn]?"
 NUMBER = r"\d+"
 INFO = {"depth": NUMBER, "seldepth": NUMBER, "time": NUMBER, "nodes": NUMBER, "nps": NUMBER, "hashfull": r"1000|\d{1,3}",
         "tbhits": NUMBER, "multipv": r"[1-9]\d*", "currmove": MOVE, "currmovenumber": r"[1-9]\d*",
-        "score": r"cp -?\d{1,4}|mate -?[1-9]\d*", "pv": rf"{MOVE}( {MOVE})*"}
+        "score": r"(cp -?\d{1,4}|mate -?[1-9]\d*)( (low|upp)erbound)?", "pv": rf"{MOVE}( {MOVE})*"}
 LINES = [r"id (name|author) \S.*", "uciok", "readyok", rf"bestmove (0000|{MOVE}( ponder {MOVE})?)", r"info string \S.*",
          r"option name \S+ type (button|check default (true|false)|string default.*|spin default -?\d+ min -?\d+ max -?\d+)"]
 MATED, STALEMATED = "R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"
 MATE_IN_2, FORCED = "7k/8/5K2/8/8/8/8/R7 w - - 0 1", "7k/6pp/8/8/8/8/r7/1r4K1 w - - 0 1"
+PROMOTIONS = "r1bq1rk1/pP3ppp/2n2n2/2bpp3/4P3/2NP1N2/PP3PPP/R1BQKB1R w KQ - 0 1"
 FIFTY = "8/8/8/3k4/8/8/7R/K7 b - - 120 90"
 
 
@@ -105,6 +106,11 @@ async def limits(engine):
     move, said = await engine.ask("position startpos", "go depth 8 searchmoves a2a3 h2h3")
     assert move in ("a2a3", "h2h3") and all(l.split(" pv ")[1][:4] in ("a2a3", "h2h3") for l in said if " pv " in l)
     assert " depth 8 " in said[-1]
+    engine.send(f"position fen {PROMOTIONS}", "go infinite")
+    while not (line := await engine.line()).startswith("info currmove b7"):
+        pass
+    assert re.fullmatch(MOVE[:-1], line.split()[2]), f"without its piece: {line}"
+    await engine.ask("stop")
     move, said = await engine.ask(f"position fen {MATE_IN_2}", "go mate 2")
     assert move == "f6g6" and " score mate 2 " in said[-1]
     for threads in (1, 3):

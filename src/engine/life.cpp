@@ -112,11 +112,12 @@ bool book_move_accepted(Game &game, Move move) {
     return !refused;
 }
 
-// Takes the answer from the opening book when there is one for the position.
+// Takes the answer from the opening book when there is one for the position. Who asks for a mate wants no book move.
 bool play_from_book(Engine &engine) {
     const Settings &settings = engine.settings;
     const Reporter &reporter = engine.shared.reporter;
-    if (settings.OwnBook == 0 || engine.game.plies() >= settings.OwnBook_Depth) return false;
+    if (settings.OwnBook == 0 || engine.shared.mate_in > 0 || engine.game.plies() >= settings.OwnBook_Depth)
+        return false;
     const BookDraw draw =
         probe_book(engine.game.position, {settings.OwnBook_File.view(), settings.OwnBook_Variety}, engine.random);
     if (reporter.book_drawn != nullptr) reporter.book_drawn(reporter.context, draw);
@@ -148,12 +149,12 @@ void begin_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
     engine.fallback_move = NO_MOVE;
     // A rate of 0 comes from a strength that was asked for before the machine's speed was known.
     if (engine.settings.UCI_LimitStrength == 0 || shared.target_nps <= 0.0) shared.target_nps = UNLIMITED_NPS;
-    change_depth_limit(engine, limits.max_depth);
+    change_depth_limit(engine, limits.mate_alone ? MAX_DEPTH : limits.max_depth);
     change_noise(engine, limits.noise);
-    shared.node_limit = limits.node_limit;
+    shared.node_limit = limits.mate_alone ? 0 : limits.node_limit;
     shared.show_evaluation = limits.show_evaluation;
     shared.mate_in = limits.mate_in;
-    shared.clock_rests = limits.clock_rests;
+    shared.clock_rests = limits.mate_alone;
     shared.root_moves = playable(engine.game.position, limits.root_moves);
     shared.hurries_single_reply = shared.root_moves.empty() && !(limits.literal && limits.tc_mode == 1);
     reset_shared_state(engine);
@@ -192,7 +193,7 @@ void start_search(Engine &engine, const SearchLimits &limits, SearchRequest requ
         return;
     }
     if (play_from_book(engine) || (engine.game.position.fifty > FIFTY_MOVES && !limits.literal)) return;
-    if (limits.max_depth >= 1 || limits.literal) engine.fallback_move = first_root_move(engine);
+    if (engine.shared.max_depth >= 1 || limits.literal) engine.fallback_move = first_root_move(engine);
     release_threads(engine);
 }
 

@@ -176,14 +176,11 @@ void read_additions(FrontEnd &front, std::string_view rest) {
     SearchLimits &limits = front.limits;
     limits.root_moves = read_search_moves(front, rest);
     limits.mate_in = 0;
-    limits.clock_rests = false;
+    limits.mate_alone = false;
     const std::optional<std::int64_t> mate = number_behind(rest, "mate");
     if (!mate.has_value()) return;
     limits.mate_in = static_cast<int>(std::clamp<std::int64_t>(*mate, 1, LONGEST_MATE));
-    if (names_a_limit(rest)) return;
-    limits.clock_rests = true;
-    limits.max_depth = MAX_DEPTH;
-    limits.node_limit = 0;
+    limits.mate_alone = !names_a_limit(rest);
 }
 
 }  // namespace

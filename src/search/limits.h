@@ -34,7 +34,7 @@ struct SearchLimits {
     bool until_stopped = false;                // with fixed limits: the time is long enough for anything
     std::vector<Move> root_moves;              // the only ones to search, as far as they are legal; none: all
     int mate_in = 0;               // ends with a mate in at most so many moves, not with a longer one; 0: any
-    bool clock_rests = false;      // whatever the time is, it does not end the search
+    bool mate_alone = false;       // nothing else ends the search: time, depth and nodes do not count
     bool show_evaluation = false;  // the root's evaluation is broken down for display
     // Fixed limits hold for a single reply as for any other position, and there is a move even where the fifty-move
     // clock has run down.

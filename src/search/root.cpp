@@ -158,8 +158,8 @@ bool is_root_move(const SearchThread &thread, Move m) {
     return std::any_of(list, list + thread.root_count, [m](const MoveEntry &entry) { return entry.move == m; });
 }
 
-// Asks the tablebases. When the fifty-move clock runs already, their move is the result: true. Otherwise the search goes
-// on, and keeps to lines that hold the tablebase result.
+// Asks the tablebases. When the fifty-move clock runs already, and no mate is asked for, their move is the result: true.
+// Otherwise the search goes on, and keeps to lines that hold the tablebase result.
 bool play_from_tablebases(SearchThread &thread) {
     constexpr int LATE_CLOCK = 10;
     constexpr int DEEP_PROBE = 70;
@@ -172,7 +172,8 @@ bool play_from_tablebases(SearchThread &thread) {
         root.result = tb_probe_search(shared.tablebases, pos, DEEP_PROBE, shared.tb_depths);
     shared.root_tb_result = root.result;
     thread.plies[ROOT_PLY].tb_result = root.result;
-    if (root.move == NO_MOVE || pos.fifty < LATE_CLOCK || !is_root_move(thread, root.move)) return false;
+    if (root.move == NO_MOVE || pos.fifty < LATE_CLOCK || shared.mate_in > 0 || !is_root_move(thread, root.move))
+        return false;
     ++thread.tb_hits;
     const int score = root.result == TB_WIN ? TB_WIN_SCORE - ROOT_PLY : root.result == TB_LOSS ? -TB_WIN_SCORE : 0;
     set_line(thread, root.move, Line{}, score);

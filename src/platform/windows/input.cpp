@@ -8,7 +8,8 @@
 
 // A thread of its own waits for bytes, be it at a pipe, a file or a console: not every pipe says whether bytes are waiting,
 // and a person who has begun to type a line must not keep the clock of a search from being looked at. It hands over one
-// piece at a time and reads on when that has been taken, so that the sender waits while nobody takes it.
+// piece at a time and reads on when the next is asked for: the sender waits while nobody takes it, and the thread rests when
+// the program ends upon what it has read.
 namespace {
 
 constexpr wchar_t END_OF_CONSOLE_INPUT = 0x1A;  // Ctrl-Z at the start of a line
@@ -26,6 +27,8 @@ public:
 
     InputState take(char *buffer, std::size_t size, int timeout_ms, std::size_t &count) {
         count = 0;
+        if (resting_) SetEvent(emptied_);
+        resting_ = false;
         if (!wait_for(filled_, timeout_ms)) return InputState::NOTHING;
         if (size_ == 0) {  // nothing will follow
             SetEvent(filled_);
@@ -34,7 +37,8 @@ public:
         count = size_ - taken_ < size ? size_ - taken_ : size;
         std::memcpy(buffer, piece_.data() + taken_, count);
         taken_ += count;
-        SetEvent(taken_ < size_ ? filled_ : emptied_);
+        resting_ = taken_ == size_;
+        if (!resting_) SetEvent(filled_);
         return InputState::BYTES;
     }
 
@@ -89,6 +93,7 @@ private:
     std::array<char, 65536> piece_;
     std::size_t size_ = 0;
     std::size_t taken_ = 0;
+    bool resting_ = false;  // the thread waits to be told to read on
 };
 
 }  // namespace

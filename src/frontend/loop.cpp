@@ -34,6 +34,7 @@ void start_requested_search(FrontEnd &front) {
     front.search_request = REQUEST_NONE;
     front.answer_waits = front.requested_waits;
     start_search(front.engine, present_limits(front), request);
+    front.limits.forget_wishes();
 }
 
 // Self-play: the mover's clock runs, the move is made, and the other side searches. Ends without a move. A command that

@@ -175,8 +175,6 @@ std::vector<Move> read_search_moves(const FrontEnd &front, std::string_view rest
 void read_additions(FrontEnd &front, std::string_view rest) {
     SearchLimits &limits = front.limits;
     limits.root_moves = read_search_moves(front, rest);
-    limits.mate_in = 0;
-    limits.mate_alone = false;
     const std::optional<std::int64_t> mate = number_behind(rest, "mate");
     if (!mate.has_value()) return;
     limits.mate_in = static_cast<int>(std::clamp<std::int64_t>(*mate, 1, LONGEST_MATE));

@@ -32,13 +32,15 @@ struct SearchLimits {
     int max_depth = MAX_DEPTH;                 // deepest iteration, 0 .. MAX_DEPTH
     std::int64_t node_limit = 0;               // nodes per thread, 0 = none
     bool until_stopped = false;                // with fixed limits: the time is long enough for anything
-    std::vector<Move> root_moves;              // the only ones to search, as far as they are legal; none: all
-    int mate_in = 0;               // ends with a mate in at most so many moves, not with a longer one; 0: any
-    bool mate_alone = false;       // nothing else ends the search: time, depth and nodes do not count
-    bool show_evaluation = false;  // the root's evaluation is broken down for display
+    bool show_evaluation = false;              // the root's evaluation is broken down for display
     // Fixed limits hold for a single reply as for any other position, and there is a move even where the fifty-move
     // clock has run down.
     bool literal = false;
+
+    // Wishes for one search.
+    std::vector<Move> root_moves;  // the only ones to search, as far as they are legal; none: all
+    int mate_in = 0;               // ends with a mate in at most so many moves, not with a longer one; 0: any
+    bool mate_alone = false;       // nothing else ends the search: time, depth and nodes do not count
 
     // Fixed limits.
     void fix_time(double seconds) {
@@ -54,6 +56,11 @@ struct SearchLimits {
     // Whether only a word from outside ends a search.
     bool is_endless() const {
         return tc_mode == 1 && until_stopped && max_depth >= MAX_DEPTH && node_limit <= 0 && mate_in == 0;
+    }
+    void forget_wishes() {
+        root_moves.clear();
+        mate_in = 0;
+        mate_alone = false;
     }
     // Both clocks show the time per move.
     void reset_clocks() { clock = {time_per_move, time_per_move}; }

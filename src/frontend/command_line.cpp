@@ -187,7 +187,7 @@ std::vector<SwitchHelp> switch_help() {
             if (option.argument.empty()) continue;
             const OptionManual &manual = option.manual;
             std::string example(manual.example);
-            if (!example.empty()) example = "dral " + std::string(option.argument) + " " + example;
+            if (!example.empty()) example.insert(0, "dral " + std::string(option.argument) + " ");
             entries.push_back({OPTIONS, option.argument, manual.value, manual.meaning, example, manual.files});
         }
     };

@@ -86,7 +86,7 @@ async def handshake(engine):
 async def waits_for(word, engine, position, go):
     """No answer before the word, though the search may have ended long ago."""
     engine.send(f"position {position}", go)
-    await asyncio.sleep(0.15 * SCALE)
+    await asyncio.sleep(min(0.15 * SCALE, 0.3))
     await engine.quiet()
     return (await engine.ask(word))[0]
 

@@ -15,19 +15,15 @@
 
 namespace {
 
-#if defined(__clang__) || defined(__GNUC__)
 std::string number(int major, int minor, int patch) {
     return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
 }
-#endif
 
 std::string compiler() {
-#if defined(__clang__)
+#ifdef __clang__
     return "clang " + number(__clang_major__, __clang_minor__, __clang_patchlevel__);
-#elif defined(__GNUC__)
-    return "g++ " + number(__GNUC__, __GNUC_MINOR__, __GNUC_PATCHLEVEL__);
 #else
-    return "unknown compiler";
+    return "g++ " + number(__GNUC__, __GNUC_MINOR__, __GNUC_PATCHLEVEL__);
 #endif
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t LONGEST_FILE_NAME = 139;
 constexpr double DEPTH_SECONDS = 10000.0;  // time for searches to a depth,
+constexpr double NODES_SECONDS = 1000.0;   // and for those to a number of nodes
 constexpr int DEEPEST_BENCH = 40;
-constexpr double NODES_SECONDS = 1000.0;  // and for those to a number of nodes
 
 std::string file_name(std::string_view value) { return std::string(value.substr(0, LONGEST_FILE_NAME)); }
 

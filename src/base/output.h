@@ -15,7 +15,7 @@
 // never mix, and both copies keep the same order.
 void print_line(std::string_view text);
 
-// Writes a display of several lines, as it stands, to standard output only. Any thread; no line comes between its own.
+// Writes a display of several lines to standard output only. Any thread; no line comes between its own.
 void print_display(std::string_view text);
 
 // From now on `form` gives what is written for each line, without its line feed; nothing is written for an empty text.

@@ -57,11 +57,6 @@ std::vector<Move> playable(const Position &pos, const std::vector<Move> &wanted)
     return found;
 }
 
-bool may_be_searched(const SearchShared &shared, Move move) {
-    const std::vector<Move> &only = shared.root_moves;
-    return only.empty() || std::find(only.begin(), only.end(), move) != only.end();
-}
-
 void reset_shared_state(Engine &engine) {
     SearchShared &shared = engine.shared;
     const Settings &settings = engine.settings;

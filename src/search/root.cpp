@@ -63,10 +63,8 @@ void generate_root_moves(SearchThread &thread) {
     const Position &pos = thread.position;
     PlyRecord &root = thread.plies[ROOT_PLY];
     MoveEntry *end = gen_moves(pos, pos.side, root.list, root.checker);
-    const std::vector<Move> &only = thread.shared->root_moves;
     end = std::remove_if(root.list, end, [&](const MoveEntry &entry) {
-        return !is_legal(pos, pos.side, entry.move) ||
-               (!only.empty() && std::find(only.begin(), only.end(), entry.move) == only.end());
+        return !is_legal(pos, pos.side, entry.move) || !may_be_searched(*thread.shared, entry.move);
     });
     terminate_list(end);
     close_list(thread, ROOT_PLY, end);

@@ -1,6 +1,7 @@
 // What the threads of a search share: tables, limits, control bytes, and the published result.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -101,3 +102,9 @@ struct SearchShared {
     std::mutex stats_lock;
     std::array<std::uint64_t, PV_SIZE> nodes_by_depth{};  // by all threads, up to the end of that iteration
 };
+
+// Whether a legal move of the root is one of those to search.
+inline bool may_be_searched(const SearchShared &shared, Move move) {
+    const std::vector<Move> &only = shared.root_moves;
+    return only.empty() || std::find(only.begin(), only.end(), move) != only.end();
+}

@@ -108,41 +108,30 @@ void init_attacks() {
     }
 }
 
-namespace {
-
-// First slider of `sliders` (lowest square first) with a clear path to `s`.
-Square first_with_clear_path(Square s, Bitboard sliders, Bitboard occupied) {
-    while (sliders != 0) {
-        const Square from = pop_lsb(sliders);
-        if ((between(from, s) & occupied) == 0) return from;
-    }
-    return NO_SQUARE;
-}
-
-}  // namespace
-
 bool square_attacked(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
     if ((pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among) != 0) return true;
     if ((knight_attacks(s) & pos.of(by, KNIGHT) & among) != 0) return true;
     if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return true;
-    const Bitboard diagonals = bishop_span(s) & among;
-    const Bitboard straights = rook_span(s) & among;
     const Bitboard queens = pos.of(by, QUEEN);
-    return first_with_clear_path(s, diagonals & (pos.of(by, BISHOP) | queens), occupied) != NO_SQUARE ||
-           first_with_clear_path(s, straights & (pos.of(by, ROOK) | queens), occupied) != NO_SQUARE;
+    const Bitboard diagonal = bishop_span(s) & (pos.of(by, BISHOP) | queens) & among;
+    const Bitboard straight = rook_span(s) & (pos.of(by, ROOK) | queens) & among;
+    return (diagonal != 0 && (bishop_attacks(s, occupied) & diagonal) != 0) ||
+           (straight != 0 && (rook_attacks(s, occupied) & straight) != 0);
 }
 
 Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupied, Bitboard among) {
     if (const Bitboard pawns = pawn_attacks(opponent(by), s) & pos.of(by, PAWN) & among; pawns != 0) return lsb(pawns);
     if (const Bitboard knights = knight_attacks(s) & pos.of(by, KNIGHT) & among; knights != 0) return lsb(knights);
-    const Bitboard diagonals = bishop_span(s) & among;
-    const Bitboard straights = rook_span(s) & among;
-    if (const Square from = first_with_clear_path(s, diagonals & pos.of(by, BISHOP), occupied); from != NO_SQUARE)
-        return from;
-    if (const Square from = first_with_clear_path(s, straights & pos.of(by, ROOK), occupied); from != NO_SQUARE)
-        return from;
-    const Bitboard queens = (diagonals | straights) & pos.of(by, QUEEN);
-    if (const Square from = first_with_clear_path(s, queens, occupied); from != NO_SQUARE) return from;
+    const Bitboard queens = pos.of(by, QUEEN) & among;
+    const Bitboard bishops = pos.of(by, BISHOP) & among;
+    const Bitboard rooks = pos.of(by, ROOK) & among;
+    if (((bishop_span(s) & (bishops | queens)) | (rook_span(s) & (rooks | queens))) != 0) {
+        const Bitboard diagonals = bishop_attacks(s, occupied);
+        const Bitboard straights = rook_attacks(s, occupied);
+        if ((diagonals & bishops) != 0) return lsb(diagonals & bishops);
+        if ((straights & rooks) != 0) return lsb(straights & rooks);
+        if (((diagonals | straights) & queens) != 0) return lsb((diagonals | straights) & queens);
+    }
     if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return pos.king_square[by];
     return NO_SQUARE;
 }

@@ -16,9 +16,8 @@ constexpr int SEE_KING_TAKEN = 9999;
 constexpr int SEE_TOLERANCE = 69;
 
 // Exchange value, in centipawns, of `side` capturing on `to`, starting with the piece on `from` (NO_SQUARE: the least
-// valuable attacker; 0 when there is none). `occupied` blocks sliders. `may_stop`: the side may decline, so the result
-// is never negative.
-int see_value(const Position &pos, Colour side, Square from, Square to, Bitboard occupied, bool may_stop);
+// valuable attacker; 0 when there is none). `may_stop`: the side may decline, so the result is never negative.
+int see_value(const Position &pos, Colour side, Square from, Square to, bool may_stop);
 
 // What the opponent of the piece on `from` gains, in centipawns and never less than 0, by capturing it on `to` once it
 // stands there: with a pawn on d5 and a black bishop on f8 as the only other piece near, 100 for d6.

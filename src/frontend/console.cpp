@@ -141,7 +141,7 @@ void exchanges(FrontEnd &front, const Words &, std::string_view) {
         if (pos.board[s] == 0) continue;
         const Colour attacker = opponent(colour_of(pos.board[s]));
         if (!square_attacked(pos, s, attacker)) continue;
-        const int value = see_value(pos, attacker, NO_SQUARE, s, pos.occupied(), false);
+        const int value = see_value(pos, attacker, NO_SQUARE, s, false);
         text += format_line("sq= %s, swap= %4d\n", std::string(square_name(s)).c_str(), value);
     }
     print_display(text);

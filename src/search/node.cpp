@@ -96,7 +96,7 @@ int check_extension(const Node &node) {
     if (node.ply >= LAST_EXTENSION_PLY || !node.record.in_check()) return 0;
     const Position &pos = node.pos;
     const bool answered = node.parent.node_type != PV_NODE && (node.parent.move_flags & MOVE_DISCOVERS) == 0 &&
-                          see_value(pos, pos.side, NO_SQUARE, node.record.checker, pos.occupied(), true) >= 1;
+                          see_value(pos, pos.side, NO_SQUARE, node.record.checker, true) >= 1;
     return answered ? 0 : 1;
 }
 
@@ -175,7 +175,7 @@ bool threats_safe(const Position &pos, Colour side, int eval, int beta) {
         if (SEE_VALUES[type] >= harmless) pieces |= pos.of(side, type);
     while (pieces != 0) {
         const Square s = pop_lsb(pieces);
-        const int loss = see_value(pos, opponent(side), NO_SQUARE, s, pos.occupied(), true);
+        const int loss = see_value(pos, opponent(side), NO_SQUARE, s, true);
         if (loss > 0 && loss >= harmless) return false;
     }
     return true;

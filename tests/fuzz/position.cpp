@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const MoveEntry *end = gen_legal(pos, list.data());
     for (const MoveEntry *entry = list.data(); entry != end; ++entry) {
         move_to_san(pos, entry->move);
-        see_value(pos, pos.side, from_square(entry->move), to_square(entry->move), pos.occupied(), true);
+        see_value(pos, pos.side, from_square(entry->move), to_square(entry->move), true);
         make_move(pos, entry->move);
         unmake_move(pos);
         expect_unchanged();

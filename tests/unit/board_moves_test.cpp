@@ -25,11 +25,11 @@ TEST(Moves, InEveryRespect) {
         const MoveEntry entry{m, 0, pos.board[from], pos.board[to]};
         const int check = gives_check(pos, side, entry);
         EXPECT_EQ(gives_check(pos, side, entry, CheckSquares(pos, side)), check);
-        const int value = see_value(pos, side, from, to, pos.occupied(), false);
-        EXPECT_EQ(see_value(pos, side, from, to, pos.occupied(), true), std::max(value, 0));
+        const int value = see_value(pos, side, from, to, false);
+        EXPECT_EQ(see_value(pos, side, from, to, true), std::max(value, 0));
         EXPECT_TRUE(see_at_least(pos, from, to, value));
         EXPECT_FALSE(see_at_least(pos, from, to, value + 1));
-        const int least = see_value(pos, side, NO_SQUARE, to, pos.occupied(), true);
+        const int least = see_value(pos, side, NO_SQUARE, to, true);
         const std::string exchange = fields(value, see_ok(pos, m), see_reply(pos, from, to), least);
         const MoveTexts texts = move_to_san(pos, m);
         EXPECT_EQ(parse_move(pos, texts[0]).move, m);

@@ -20,7 +20,7 @@ MoveEntry *gen_promotions(const Position &pos, Colour side, bool under, MoveEntr
 // between it and the own king, king moves and castling.
 MoveEntry *gen_quiets(const Position &pos, Colour side, MoveEntry *list, Square target);
 
-inline void terminate_list(MoveEntry *end) { *end = {END_OF_LIST, 0, NO_PIECE, NO_PIECE}; }
+inline void terminate_list(MoveEntry *end) { *end = {END_OF_LIST, NO_PIECE, NO_PIECE}; }
 
 // A list with room for all moves of any position.
 using MoveList = std::array<MoveEntry, MAX_MOVES + 1>;

@@ -129,7 +129,7 @@ MoveTexts move_to_san(const Position &pos, Move m) {
     else
         piece_texts(pos, m, texts);
     const Colour side = colour_of(pos.board[from_square(m)]);
-    const MoveEntry entry{m, 0, pos.board[from_square(m)], pos.board[to_square(m)]};
+    const MoveEntry entry{m, pos.board[from_square(m)], pos.board[to_square(m)]};
     if (gives_check(pos, side, entry) != 0)
         for (std::string &text : texts) text += '+';
     return texts;

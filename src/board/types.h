@@ -143,14 +143,13 @@ constexpr Move make_move_word(Square from, Square to, Move promotion = 0) {
     return static_cast<Move>((from << 8) | to | promotion);
 }
 
-// One entry of a move list. The generators write everything but the score.
+// One entry of a move list.
 struct MoveEntry {
     Move move;
-    std::int16_t score;
     Piece piece;     // that moves
     Piece captured;  // on the to-square; NO_PIECE for en passant
 };
-static_assert(sizeof(MoveEntry) == 6);
+static_assert(sizeof(MoveEntry) == 4);
 
 // Most entries a full move list can need, whatever is on the board: each target square is reached by at most one slider,
 // king or pawn from each of 8 directions and by 8 knights (64 x 16 = 1024), and promotions add at most three entries for

@@ -45,9 +45,9 @@ bool is_quiet(std::uint16_t flags) { return (flags & QUIET_MASK) == 0; }
 
 // Late-move pruning: whether the move is worth searching at all.
 bool survives_late_move_pruning(const SearchThread &thread, int depth, const PlyRecord &record, const MoveEntry &entry,
-                                Safety &safety) {
+                                int score, Safety &safety) {
     if (is_quiet(record.move_flags)) {
-        const int count = thread.shared->params.LMP_count[depth] + entry.score / LMP_SCORE_SHARE;
+        const int count = thread.shared->params.LMP_count[depth] + score / LMP_SCORE_SHARE;
         return (record.moves_searched < count || is_threat(thread.position, entry)) && safety.safe();
     }
     return depth != 1 || (record.move_flags & MOVE_DISCOVERS) != 0 || safety.safe();
@@ -55,14 +55,14 @@ bool survives_late_move_pruning(const SearchThread &thread, int depth, const Ply
 
 // Late-move reduction in plies.
 int late_move_reduction(const SearchParams &params, const PlyRecord &record, const PlyRecord &parent, int depth,
-                        NodeType type, const MoveEntry &entry, Safety &safety) {
+                        NodeType type, int score, Safety &safety) {
     const int n = std::min<int>(record.moves_searched, LMR_LAST);
     const int d = std::min(depth, LMR_LAST);
     int reduction = type == PV_NODE ? params.LMR_pv[d][n] : params.LMR_nonpv[d][n];
     if (reduction == 0) {
         reduction = safety.safe() ? 0 : 1;
     } else {
-        if (entry.score > LMR_GOOD_SCORE || reduction <= parent.reduction) --reduction;
+        if (score > LMR_GOOD_SCORE || reduction <= parent.reduction) --reduction;
         reduction += safety.safe() ? 0 : 1;
         if (reduction > LMR_FORCING_LIMIT && !is_quiet(record.move_flags))
             reduction = (record.move_flags & MOVE_CAPTURES) != 0 ? LMR_FORCING_LIMIT : LMR_LOUD_LIMIT;
@@ -181,8 +181,9 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
         int reduction = 0;
         if (best >= -MATE_THRESHOLD) {
             Safety safety(pos, entry.move);
-            if (lmp && !survives_late_move_pruning(thread, depth, record, entry, safety)) continue;
-            if (lmr) reduction = late_move_reduction(params, record, parent, depth, type, entry, safety);
+            const int order = *thread.score_of(picked);
+            if (lmp && !survives_late_move_pruning(thread, depth, record, entry, order, safety)) continue;
+            if (lmr) reduction = late_move_reduction(params, record, parent, depth, type, order, safety);
             record.reduction = static_cast<std::uint8_t>(reduction);
         }
 

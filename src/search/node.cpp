@@ -192,15 +192,14 @@ bool probcut(const Node &node, int depth, int beta) {
     const int reduced_depth = std::max(1, depth - node.shared.params.ProbCut_reduction);
     MoveEntry *end = gen_captures(pos, side, record.list, NO_SQUARE);
     end = gen_promotions(pos, side, true, end);
-    terminate_list(end);
     close_list(thread, node.ply, end);
-    for (MoveEntry *entry = record.list; entry != end; ++entry) entry->score = capture_score(*entry);
+    for (const MoveEntry *entry = record.list; entry != end; ++entry) *thread.score_of(entry) = capture_score(*entry);
     record.moves_searched = 0;
 
     const Pins pins(pos, side, false);
     Line child;
     for (record.current = record.list; record.current != end; ++record.current) {
-        select_best(record.current);
+        select_best(thread, record.current, end);
         const MoveEntry &entry = *record.current;
         if (!is_legal(pos, side, entry.move, pins) ||
             !see_at_least(pos, from_square(entry.move), to_square(entry.move), PROBCUT_EXCHANGE))
@@ -230,8 +229,7 @@ int search_null_move(const Node &node, int depth, int alpha, int beta, Line &pv)
     record.moves_searched = 0;
     // The child sees a null entry as the move that led to it.
     record.current = record.list;
-    *record.current = {NO_MOVE, 0, NO_PIECE, NO_PIECE};
-    terminate_list(record.list + 1);
+    *record.current = {NO_MOVE, NO_PIECE, NO_PIECE};
     close_list(thread, node.ply, record.list + 1);
     make_null_move(node.pos);
     if (depth >= 0) tt_prefetch(node.shared.table, node.pos.key);

@@ -1,7 +1,13 @@
 #include "search/picker.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
 #include <utility>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "board/attacks.h"
 #include "board/exchange.h"
@@ -12,7 +18,6 @@ namespace {
 // Scores above this are good captures; the others wait for the quiet moves.
 constexpr int GOOD_CAPTURE = 150;
 constexpr int HASH_MOVE_SCORE = 255;
-constexpr int CHECK_SCORE = 100;
 constexpr int UNDERPROMOTION_SCORE = 15;
 // At or below this score the rest is not worth sorting.
 constexpr int SORT_LIMIT = 2;
@@ -59,45 +64,61 @@ PreviousMoves previous_moves(const SearchThread &thread, int ply) {
     return previous;
 }
 
-int history_base(const OrderingTables &tables, PieceType previous_type, const MoveEntry &entry) {
+// What history says of a move, after a piece of the type has moved and in itself.
+using HistorySlice = decltype(OrderingTables::history[0]);
+int history_base(const HistorySlice &after, const HistorySlice &plain, const MoveEntry &entry) {
     const Square to = to_square(entry.move);
-    return (tables.history[previous_type][entry.piece][to] / HISTORY_SHARE +
-            tables.history[0][entry.piece][to] / HISTORY_SHARE) /
-           2;
+    return (after[entry.piece][to] / HISTORY_SHARE + plain[entry.piece][to] / HISTORY_SHARE) / 2;
 }
 
-void score_quiets(const SearchThread &thread, int ply, MoveEntry *first) {
+// The moves that get a bonus over their history, the first of equals.
+struct Favourites {
+    struct Favourite {
+        Move move;
+        int bonus;
+    };
+    std::array<Favourite, 5> moves;
+    Bitboard targets = 0;
+
+    explicit Favourites(const std::array<Favourite, 5> &favourites) : moves(favourites) {
+        for (const Favourite &favourite : moves) targets |= bit(to_square(favourite.move));
+    }
+    int bonus(Move m) const {
+        if ((targets & bit(to_square(m))) == 0) return 0;
+        for (const Favourite &favourite : moves)
+            if (favourite.move == m) return favourite.bonus;
+        return 0;
+    }
+};
+
+Favourites favourites_of(const SearchThread &thread, int ply, const PreviousMoves &previous) {
     const PlyRecord &record = thread.plies[ply];
     const OrderingTables &tables = thread.ordering;
-    const PreviousMoves previous = previous_moves(thread, ply);
     const Move counter1 = tables.countermove[0][previous.piece][previous.to];
     const Move counter2 = tables.countermove[1][previous.piece][previous.to];
+    if (record.in_check())
+        return Favourites({{{record.check_killer, CHECK_KILLER_BONUS},
+                            {counter1, CHECK_COUNTER_BONUS[0]},
+                            {counter2, CHECK_COUNTER_BONUS[1]},
+                            {NO_MOVE, 0},
+                            {NO_MOVE, 0}}});
     const Move followup =
         previous.has_grandparent ? tables.followup[previous.grandparent_piece][previous.grandparent_to] : NO_MOVE;
-    const bool in_check = record.in_check();
-    for (MoveEntry *entry = first; entry->move != END_OF_LIST; ++entry) {
-        const Move m = entry->move;
-        int bonus = 0;
-        if (in_check) {
-            if (m == record.check_killer)
-                bonus = CHECK_KILLER_BONUS;
-            else if (m == counter1)
-                bonus = CHECK_COUNTER_BONUS[0];
-            else if (m == counter2)
-                bonus = CHECK_COUNTER_BONUS[1];
-        } else if (m == record.killer1) {
-            bonus = KILLER_BONUS[0];
-        } else if (m == record.killer2) {
-            bonus = KILLER_BONUS[1];
-        } else if (m == counter1) {
-            bonus = COUNTER_BONUS[0];
-        } else if (m == counter2) {
-            bonus = COUNTER_BONUS[1];
-        } else if (m == followup) {
-            bonus = FOLLOWUP_BONUS;
-        }
-        entry->score = static_cast<std::int16_t>(history_base(tables, previous.type, *entry) + bonus);
-    }
+    return Favourites({{{record.killer1, KILLER_BONUS[0]},
+                        {record.killer2, KILLER_BONUS[1]},
+                        {counter1, COUNTER_BONUS[0]},
+                        {counter2, COUNTER_BONUS[1]},
+                        {followup, FOLLOWUP_BONUS}}});
+}
+
+void score_quiets(SearchThread &thread, int ply, const MoveEntry *first, const MoveEntry *end) {
+    const PreviousMoves previous = previous_moves(thread, ply);
+    const Favourites favourites = favourites_of(thread, ply, previous);
+    const HistorySlice &after = thread.ordering.history[previous.type];
+    const HistorySlice &plain = thread.ordering.history[0];
+    std::int16_t *score = thread.score_of(first);
+    for (const MoveEntry *entry = first; entry != end; ++entry)
+        *score++ = static_cast<std::int16_t>(history_base(after, plain, *entry) + favourites.bonus(entry->move));
 }
 
 // Captures and promotions of a full search by exchange class: losing ones fall far behind the quiet moves.
@@ -121,7 +142,7 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
     const auto add = [&](Square from, Bitboard targets) {
         while (targets != 0) {
             const Square to = pop_lsb(targets);
-            *list++ = {make_move_word(from, to), CHECK_SCORE, pos.board[from], NO_PIECE};
+            *list++ = {make_move_word(from, to), pos.board[from], NO_PIECE};
         }
     };
     const auto pushes = [&](Square from) {
@@ -159,21 +180,16 @@ MoveEntry *gen_checks(const Position &pos, MoveEntry *list) {
     return list;
 }
 
-void finish_list(SearchThread &thread, int ply, MoveEntry *end) {
-    terminate_list(end);
-    close_list(thread, ply, end);
-}
+bool at_end(const PlyRecord &record) { return record.current == record.end; }
 
-bool at_end(const PlyRecord &record) { return record.current->move == END_OF_LIST; }
-
-MoveEntry *list_end(MoveEntry *entry) {
-    while (entry->move != END_OF_LIST) ++entry;
-    return entry;
+MoveEntry *pick_best(SearchThread &thread, PlyRecord &record) {
+    select_best(thread, record.current, record.end);
+    return record.current;
 }
 
 MoveEntry *pick_checks(SearchThread &thread, PlyRecord &record, int ply) {
     if (record.pick_kind != PickKind::CAPTURES_AND_CHECKS) return nullptr;
-    finish_list(thread, ply, gen_checks(thread.position, record.current));
+    close_list(thread, ply, gen_checks(thread.position, record.current));
     record.pick_stage = PickStage::UNSORTED;
     return at_end(record) ? nullptr : record.current;
 }
@@ -184,26 +200,28 @@ void generate_captures(SearchThread &thread, PlyRecord &record, int ply) {
     const bool all = record.pick_kind == PickKind::ALL;
     MoveEntry *end = gen_captures(pos, pos.side, record.current, record.checker);
     end = gen_promotions(pos, pos.side, all, end);
-    finish_list(thread, ply, end);
-    for (MoveEntry *entry = record.current; entry != end; ++entry)
-        entry->score = all ? exchange_class(pos, *entry) : capture_score(*entry);
+    close_list(thread, ply, end);
+    std::int16_t *score = thread.score_of(record.current);
+    for (const MoveEntry *entry = record.current; entry != end; ++entry)
+        *score++ = all ? exchange_class(pos, *entry) : capture_score(*entry);
     record.pick_stage = all ? PickStage::GOOD_CAPTURES : PickStage::QUIESCENCE_CAPTURES;
 }
 
 // The quiet moves join the captures that are left.
 void generate_quiets(SearchThread &thread, PlyRecord &record, int ply) {
     const Position &pos = thread.position;
-    MoveEntry *quiets = list_end(record.current);
-    finish_list(thread, ply, gen_quiets(pos, pos.side, quiets, record.checker));
-    score_quiets(thread, ply, quiets);
+    const MoveEntry *quiets = record.end;
+    close_list(thread, ply, gen_quiets(pos, pos.side, record.end, record.checker));
+    score_quiets(thread, ply, quiets, record.end);
     record.pick_stage = PickStage::SORTED;
 }
 
 MoveEntry *pick_hash_move(SearchThread &thread, PlyRecord &record, int ply) {
     const Position &pos = thread.position;
     const Move m = record.hash_move;
-    *record.current = {m, HASH_MOVE_SCORE, pos.board[from_square(m)], pos.board[to_square(m)]};
-    finish_list(thread, ply, record.current + 1);
+    *record.current = {m, pos.board[from_square(m)], pos.board[to_square(m)]};
+    *thread.score_of(record.current) = HASH_MOVE_SCORE;
+    close_list(thread, ply, record.current + 1);
     return record.current;
 }
 
@@ -221,46 +239,84 @@ MoveEntry *pick_entry(SearchThread &thread, PlyRecord &record, int ply) {
         generate_captures(thread, record, ply);
         if (record.pick_stage == PickStage::QUIESCENCE_CAPTURES) {
             if (at_end(record)) return pick_checks(thread, record, ply);
-            select_best(record.current);
-            return record.current;
+            return pick_best(thread, record);
         }
         [[fallthrough]];
     case PickStage::GOOD_CAPTURES:
         if (!at_end(record)) {
-            select_best(record.current);
-            if (record.current->score > GOOD_CAPTURE) return record.current;
+            pick_best(thread, record);
+            if (*thread.score_of(record.current) > GOOD_CAPTURE) return record.current;
         }
         generate_quiets(thread, record, ply);
         [[fallthrough]];
     case PickStage::SORTED:
         if (at_end(record)) return nullptr;
-        select_best(record.current);
-        if (record.current->score <= SORT_LIMIT) record.pick_stage = PickStage::UNSORTED;
+        pick_best(thread, record);
+        if (*thread.score_of(record.current) <= SORT_LIMIT) record.pick_stage = PickStage::UNSORTED;
         return record.current;
     case PickStage::UNSORTED: return at_end(record) ? nullptr : record.current;
     case PickStage::QUIESCENCE_CAPTURES:
         if (at_end(record)) return pick_checks(thread, record, ply);
-        select_best(record.current);
-        return record.current;
+        return pick_best(thread, record);
     }
     return nullptr;
 }
 
-}  // namespace
+// Several scores in one register.
+using Scores [[gnu::vector_size(SCORE_LANES * sizeof(std::int16_t))]] = std::int16_t;
 
-void close_list(SearchThread &thread, int ply, MoveEntry *terminator) {
-    thread.plies[ply + 1].list = terminator + 1;
-    thread.plies[ply + 2].list = terminator + 3;
+Scores load_scores(const std::int16_t *first) {
+    Scores scores;
+    std::memcpy(&scores, first, sizeof scores);
+    return scores;
 }
 
-void select_best(MoveEntry *first) {
-    // Score and place of the first of the best in one number, so that the loop has no branch to guess.
-    constexpr int LAST_PLACE = 0xFFFF;
-    int place = LAST_PLACE;
-    int best = first->score * (LAST_PLACE + 1) + place;
-    for (const MoveEntry *entry = first + 1; entry->move != END_OF_LIST; ++entry)
-        best = std::max(best, entry->score * (LAST_PLACE + 1) + --place);
-    std::swap(*first, first[LAST_PLACE - (best & LAST_PLACE)]);
+Scores larger(Scores a, Scores b) { return a > b ? a : b; }
+
+template <int... LANES>
+Scores lanes(Scores scores) {
+#ifdef __clang__
+    return __builtin_shufflevector(scores, scores, LANES...);
+#else
+    return __builtin_shuffle(scores, Scores{LANES...});
+#endif
+}
+
+// The first of the highest of `count` scores.
+std::ptrdiff_t place_of_best(const std::int16_t *scores, std::ptrdiff_t count) {
+    Scores best = load_scores(scores);
+    for (std::ptrdiff_t i = SCORE_LANES; i < count; i += SCORE_LANES) best = larger(best, load_scores(scores + i));
+    best = larger(best, lanes<4, 5, 6, 7, 0, 1, 2, 3>(best));
+    best = larger(best, lanes<2, 3, 0, 1, 6, 7, 4, 5>(best));
+    best = larger(best, lanes<1, 0, 3, 2, 5, 4, 7, 6>(best));
+    for (std::ptrdiff_t i = 0;; i += SCORE_LANES) {
+        const auto found = load_scores(scores + i) == best;
+#ifdef __SSE2__
+        const auto bits = static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
+        if (bits != 0) return i + std::countr_zero(bits) / 2;
+#else
+        const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(found);
+        if (words[0] != 0) return i + std::countr_zero(words[0]) / 16;
+        if (words[1] != 0) return i + SCORE_LANES / 2 + std::countr_zero(words[1]) / 16;
+#endif
+    }
+}
+
+}  // namespace
+
+void close_list(SearchThread &thread, int ply, MoveEntry *end) {
+    constexpr int GAP = SCORE_LANES + 1;  // an end, and room for scores that no move has
+    std::fill_n(thread.score_of(end), SCORE_LANES, std::numeric_limits<std::int16_t>::min());
+    thread.plies[ply].end = end;
+    thread.plies[ply + 1].list = end + GAP;
+    thread.plies[ply + 2].list = end + 2 * GAP + 1;
+}
+
+void select_best(SearchThread &thread, MoveEntry *first, const MoveEntry *end) {
+    std::int16_t *scores = thread.score_of(first);
+    const std::ptrdiff_t place = place_of_best(scores, end - first);
+    std::swap(*first, first[place]);
+    std::swap(*scores, scores[place]);
 }
 
 void start_picking(PlyRecord &record, PickKind kind) {
@@ -278,15 +334,17 @@ MoveEntry *pick_next(SearchThread &thread, int ply) {
     return entry;
 }
 
-void score_root_moves(SearchThread &thread, MoveEntry *list) {
-    for (MoveEntry *entry = list; entry->move != END_OF_LIST; ++entry) {
+void score_root_moves(SearchThread &thread) {
+    const MoveEntry *list = thread.plies[ROOT_PLY].list;
+    const HistorySlice &plain = thread.ordering.history[0];
+    for (const MoveEntry *entry = list; entry != list + thread.root_count; ++entry) {
         int score = 0;
         if (entry->captured == 0 && (entry->move & PROMOTE_QUEEN) == 0)
-            score = history_base(thread.ordering, NO_TYPE, *entry);
+            score = history_base(plain, plain, *entry);
         else if (see_at_least(thread.position, from_square(entry->move), to_square(entry->move), ROOT_EQUAL_EXCHANGE))
             score = capture_score(*entry);
         else
             score = type_of(entry->captured) + LOSING_BASE;
-        entry->score = static_cast<std::int16_t>(score);
+        *thread.score_of(entry) = static_cast<std::int16_t>(score);
     }
 }

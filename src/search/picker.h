@@ -19,11 +19,12 @@ inline std::int16_t capture_score(const MoveEntry &entry) {
 // Next entry of a ply's moves, or nullptr when they are exhausted. Advances the ply's current entry.
 MoveEntry *pick_next(SearchThread &thread, int ply);
 
-// Sets the list starts of the next two plies behind a terminated list.
-void close_list(SearchThread &thread, int ply, MoveEntry *terminator);
+// Ends a ply's list and sets the list starts of the next two plies behind it.
+void close_list(SearchThread &thread, int ply, MoveEntry *end);
 
-// Swaps the entry with the highest score (the earliest of equals) to `first`; the list must not be empty.
-void select_best(MoveEntry *first);
+// Swaps the entry with the highest score (the earliest of equals) to `first`. The list goes on to `end`, where it has been
+// closed, and is not empty.
+void select_best(SearchThread &thread, MoveEntry *first, const MoveEntry *end);
 
 // Ordering scores of the root moves before the first iteration.
-void score_root_moves(SearchThread &thread, MoveEntry *list);
+void score_root_moves(SearchThread &thread);

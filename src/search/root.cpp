@@ -81,8 +81,8 @@ bool most_threads_reached(const ThreadPool &pool, int depth) {
 void perturb_root_order(SearchThread &thread) {
     for (int i = 1; i < thread.root_count; ++i) {
         thread.random_state = next_random(thread.random_state);
-        MoveEntry &entry = thread.plies[ROOT_PLY].list[i];
-        entry.score = static_cast<std::int16_t>(entry.score - static_cast<int>(thread.random_state % ORDER_NOISE));
+        std::int16_t &score = *thread.score_of(thread.plies[ROOT_PLY].list + i);
+        score = static_cast<std::int16_t>(score - static_cast<int>(thread.random_state % ORDER_NOISE));
     }
 }
 
@@ -196,7 +196,7 @@ void search_position(SearchThread &thread) {
         search_quiescence_only(thread);
         return;
     }
-    score_root_moves(thread, thread.plies[ROOT_PLY].list);
+    score_root_moves(thread);
     if (thread.is_main() && thread.root_count == 1 && shared.hurries_single_reply) shared.single_reply = 1;
     if (thread.is_main() ? play_from_tablebases(thread) : shared.root_tb_result != NO_TB_RESULT) return;
     deepen(thread);

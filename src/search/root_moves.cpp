@@ -68,11 +68,11 @@ RootPass open_pass(SearchThread &thread, int depth, int first) {
     return {thread, shared, root, depth, first, shared.pv_lines == 1, window, alpha, beta, late_threshold};
 }
 
-void start_move(RootPass &pass, MoveEntry &entry) {
+void start_move(RootPass &pass, const MoveEntry &entry) {
     const Position &pos = pass.thread.position;
     PlyRecord &root = pass.root;
     root.move_flags = classify_move(pos, pos.side, entry, CheckSquares(pos, pos.side));
-    entry.score = static_cast<std::int16_t>(UNSEARCHED_SCORE - root.moves_searched);
+    *pass.thread.score_of(&entry) = static_cast<std::int16_t>(UNSEARCHED_SCORE - root.moves_searched);
     root.search_mode = SEARCH_PLAIN;
     const bool late = pass.depth > REDUCED_DEPTH && root.moves_searched > REDUCED_MOVES && !root.in_check() &&
                       pass.best > pass.late_threshold && (root.move_flags & QUIET_MASK) == 0 &&
@@ -127,7 +127,7 @@ RootScore aspiration_search(RootPass &pass, const MoveEntry &entry) {
 }
 
 // Later moves: prove that they are no better than the best, or find out how much better.
-int null_window_search(RootPass &pass, MoveEntry &entry) {
+int null_window_search(RootPass &pass, const MoveEntry &entry) {
     SearchThread &thread = pass.thread;
     const int best = pass.best;
     int upper = best + 1 > OPEN_BOUND ? INFINITE : best + 1;
@@ -136,7 +136,7 @@ int null_window_search(RootPass &pass, MoveEntry &entry) {
     int step = 1;
     while (score >= upper && !thread.stopped()) {
         if (thread.is_main()) pass.shared.result.change_depth = static_cast<std::int8_t>(pass.depth);
-        entry.score = static_cast<std::int16_t>(best - 1);
+        *thread.score_of(&entry) = static_cast<std::int16_t>(best - 1);
         note_failure(pass, entry, score, FAILING_HIGH, step > FIRST_STEP_SHOWN);
         step = std::max(LEAST_WIDENING, 2 * step);
         upper = upper + step > OPEN_BOUND ? INFINITE : upper + step;
@@ -147,7 +147,7 @@ int null_window_search(RootPass &pass, MoveEntry &entry) {
     return score;
 }
 
-RootScore search_move(RootPass &pass, MoveEntry &entry) {
+RootScore search_move(RootPass &pass, const MoveEntry &entry) {
     Position &pos = pass.thread.position;
     make_move(pos, entry.move);
     const bool widely = pass.root.moves_searched == 0 || (pass.depth == 1 && pass.shared.target_nps > SLOW_RATE);
@@ -178,7 +178,9 @@ void accept(RootPass &pass, int index, const RootScore &result) {
     set_line(thread, list[index].move, pass.child, result.score);
     const Bound bound = result.score > result.lower ? BOUND_EXACT : BOUND_UPPER;
     if (thread.is_main() && pass.first == 0) publish_best(thread, bound);
+    std::int16_t *scores = thread.score_of(list);
     std::rotate(list + pass.first, list + index, list + index + 1);
+    std::rotate(scores + pass.first, scores + index, scores + index + 1);
 }
 
 void report_first_iteration(RootPass &pass) {
@@ -195,8 +197,8 @@ void search_root_moves(SearchThread &thread, int depth, int first) {
     PlyRecord &root = pass.root;
     for (int i = first; i < thread.root_count; ++i) {
         root.current = root.list + i;
-        select_best(root.current);
-        MoveEntry &entry = *root.current;
+        select_best(thread, root.current, root.list + thread.root_count);
+        const MoveEntry &entry = *root.current;
         const std::array<SharedValue<Move>, PV_SIZE> saved_line = thread.line;
         const std::int16_t saved_score = thread.score;
         if (thread.is_main() && first == 0) report_current_move(thread, entry.move, root.moves_searched + 1);
@@ -209,7 +211,7 @@ void search_root_moves(SearchThread &thread, int depth, int first) {
         thread.line = saved_line;
         thread.score = saved_score;
         ++root.moves_searched;
-        if (result.score > result.lower) entry.score = static_cast<std::int16_t>(result.score);
+        if (result.score > result.lower) *thread.score_of(&entry) = static_cast<std::int16_t>(result.score);
         if (result.score > pass.best) accept(pass, i, result);
     }
     report_first_iteration(pass);

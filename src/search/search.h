@@ -55,12 +55,15 @@ struct PlyRecord {
     Move hash_move;
     Move killer1, killer2, check_killer;
     MoveEntry *list;     // start of this ply's move list
+    MoveEntry *end;      // and its end, while moves are picked from it
     MoveEntry *current;  // entry of the move being searched
 
     bool in_check() const { return checker != NO_SQUARE; }
 };
 
 constexpr int PLY_RECORDS = 70;
+// Scores are compared so many at a time; behind the last score of a list stand as many that no move has.
+constexpr int SCORE_LANES = 8;
 // Room for the lists of all plies: a searched position has at most 16 pieces a side, so a list holds at most 15 x 28
 // moves and the king's, and quiescence may list a quiet check twice.
 constexpr int MOVE_STACK_SIZE = PLY_RECORDS * 896;
@@ -93,6 +96,7 @@ struct alignas(CACHE_LINE) SearchThread {
     MoveHistory history;
     std::array<PlyRecord, PLY_RECORDS> plies;
     std::array<MoveEntry, MOVE_STACK_SIZE> move_stack;
+    std::array<std::int16_t, MOVE_STACK_SIZE + SCORE_LANES> move_scores;  // ordering scores of the entries there
     OrderingTables ordering;
     EvalThread eval;
     Position position;
@@ -119,6 +123,7 @@ struct alignas(CACHE_LINE) SearchThread {
 
     bool is_main() const { return index == 0; }
     bool stopped() const { return shared->stop_flag != STOP_NONE; }
+    std::int16_t *score_of(const MoveEntry *entry) { return move_scores.data() + (entry - move_stack.data()); }
 };
 
 // Runs one whole search in the calling thread, which is thread `thread.index`.

@@ -22,7 +22,7 @@ TEST(Moves, InEveryRespect) {
         const Move m = parse_coordinates(pos, row[2]);
         const Square from = from_square(m);
         const Square to = to_square(m);
-        const MoveEntry entry{m, 0, pos.board[from], pos.board[to]};
+        const MoveEntry entry{m, pos.board[from], pos.board[to]};
         const int check = gives_check(pos, side, entry);
         EXPECT_EQ(gives_check(pos, side, entry, CheckSquares(pos, side)), check);
         const int value = see_value(pos, side, from, to, false);

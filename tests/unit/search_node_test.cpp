@@ -58,7 +58,7 @@ protected:
 
     MoveEntry led_here(const char *name) const {
         const Move m = move(name);
-        return {m, 0, m == NO_MOVE ? Piece{NO_PIECE} : pos.board[to_square(m)], NO_PIECE};
+        return {m, m == NO_MOVE ? Piece{NO_PIECE} : pos.board[to_square(m)], NO_PIECE};
     }
 
     // The game position as the node that two moves of a search have led to.

@@ -29,7 +29,7 @@ protected:
         };
         for (Move *m : {&record.killer1, &record.killer2, &record.check_killer}) *m = any_move();
         for (MoveEntry &entry : path)
-            entry = {any_move(), 0, static_cast<Piece>(random.below(16)), static_cast<Piece>(random.below(16))};
+            entry = {any_move(), static_cast<Piece>(random.below(16)), static_cast<Piece>(random.below(16))};
         if (random.below(4) == 0) path[random.below(2)].move = NO_MOVE;
         OrderingTables &ordering = thread.ordering;
         for (auto &slot : ordering.countermove)

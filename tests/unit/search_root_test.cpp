@@ -76,7 +76,7 @@ protected:
             shared.result.score = static_cast<std::int16_t>(whole("published"));
             search_root_moves(searched, depth, whole("first"));
             for (int i = 0; i < searched.root_count; ++i)
-                told += format_line("%d ", searched.plies[ROOT_PLY].list[i].score);
+                told += format_line("%d ", *searched.score_of(searched.plies[ROOT_PLY].list + i));
             told += format_line("aspiration %d, re-run %d; ", searched.aspiration.load(), searched.rerun);
         }
         const int stopped = shared.stop_flag;

@@ -78,10 +78,12 @@ TEST_F(ThreadsTest, SecondaryThreadsPerturbTheRootOrder) {
     SearchThread &secondary = prepare_secondary(0);
     search_thread(secondary);  // generates the moves
     PlyRecord &root = secondary.plies[ROOT_PLY];
-    score_root_moves(secondary, root.list);
+    score_root_moves(secondary);
     const int count = secondary.root_count;
     ASSERT_EQ(count, 20);
-    const std::vector<MoveEntry> scored(root.list, root.list + count + 1);
+    std::vector<std::pair<Move, int>> scored;
+    for (const MoveEntry *entry = root.list; entry != root.list + count; ++entry)
+        scored.emplace_back(entry->move, *secondary.score_of(entry));
 
     const std::int64_t before = wall_clock_seconds();
     prepare_secondary(1);
@@ -92,19 +94,21 @@ TEST_F(ThreadsTest, SecondaryThreadsPerturbTheRootOrder) {
     bool seed_found = false;
     for (std::int64_t second = before; second <= wall_clock_seconds(); ++second) {
         std::uint32_t random = next_random(static_cast<std::uint32_t>(second));
-        std::vector<MoveEntry> order = scored;
+        std::vector<std::pair<Move, int>> order = scored;
         for (int i = 1; i < count; ++i) {
             random = next_random(random);
-            order[i].score = static_cast<std::int16_t>(order[i].score - static_cast<int>(random % 24));
+            order[i].second -= static_cast<int>(random % 24);
         }
         if (random != secondary.random_state) continue;
         seed_found = true;
         int in_order = 0;
         for (int i = 0; i < count; ++i) {
-            select_best(&order[i]);
+            std::iter_swap(order.begin() + i, std::max_element(order.begin() + i, order.end(),
+                                                               [](auto &a, auto &b) { return a.second < b.second; }));
             for (const MoveEntry *entry = root.list; entry != root.list + count; ++entry) {
-                if (entry->score != -11000 - i) continue;  // a move that was better has a score of its own
-                EXPECT_EQ(entry->move, order[i].move) << i;
+                if (*secondary.score_of(entry) != -11000 - i)
+                    continue;  // a move that was better has a score of its own
+                EXPECT_EQ(entry->move, order[i].first) << i;
                 ++in_order;
             }
         }

@@ -6,6 +6,7 @@
 #include "board/exchange.h"
 #include "board/legality.h"
 #include "board/makemove.h"
+#include "search/late_moves.h"
 #include "search/picker.h"
 #include "search/search.h"
 #include "search/threat.h"
@@ -44,11 +45,13 @@ private:
 bool is_quiet(std::uint16_t flags) { return (flags & QUIET_MASK) == 0; }
 
 // Late-move pruning: whether the move is worth searching at all.
+// Once a quiet move has come late, so do all that follow, since their scores are no higher.
 bool survives_late_move_pruning(const SearchThread &thread, int depth, const PlyRecord &record, const MoveEntry &entry,
-                                int score, Safety &safety) {
+                                int score, Safety &safety, bool &late) {
     if (is_quiet(record.move_flags)) {
         const int count = thread.shared->params.LMP_count[depth] + score / LMP_SCORE_SHARE;
-        return (record.moves_searched < count || is_threat(thread.position, entry)) && safety.safe();
+        late = record.moves_searched >= count;
+        return (!late || is_threat(thread.position, entry)) && safety.safe();
     }
     return depth != 1 || (record.move_flags & MOVE_DISCOVERS) != 0 || safety.safe();
 }
@@ -170,10 +173,13 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
     const CheckSquares checks(pos, side);
     Line child;
 
-    while (const MoveEntry *picked = pick_next(thread, ply)) {
+    bool late = false;          // quiet moves come too late
+    bool last_dropped = false;  // and late ones would have been the last
+    const MoveEntry *picked = nullptr;
+    while ((picked = pick_next(thread, ply)) != nullptr) {
         const MoveEntry &entry = *picked;
-        prefetch_child(thread, entry.move, depth - 1);
         if (is_null(&entry) || !is_legal(pos, side, entry.move, pins)) continue;
+        prefetch_child(thread, entry.move, depth - 1);
         record.move_flags = classify_move(pos, side, entry, checks);
         record.reduction = 0;
 
@@ -182,7 +188,12 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
         if (best >= -MATE_THRESHOLD) {
             Safety safety(pos, entry.move);
             const int order = *thread.score_of(picked);
-            if (lmp && !survives_late_move_pruning(thread, depth, record, entry, order, safety)) continue;
+            if (lmp) {
+                const bool was_late = late;
+                const bool survives = survives_late_move_pruning(thread, depth, record, entry, order, safety, late);
+                if (late && !was_late) last_dropped = drop_late_moves(thread, ply, depth, checks, pins);
+                if (!survives) continue;
+            }
             if (lmr) reduction = late_move_reduction(params, record, parent, depth, type, order, safety);
             record.reduction = static_cast<std::uint8_t>(reduction);
         }
@@ -208,6 +219,9 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
         append_line(pv, ply, child);
         alpha = score;
     }
+
+    // The flags of the last move that was looked at outlive the loop: the check extension of other nodes reads them.
+    if (picked == nullptr && last_dropped) record.move_flags = 0;
 
     // 6. Mate, stalemate, table
     if (best_move == NO_MOVE) {

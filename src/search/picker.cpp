@@ -19,6 +19,7 @@ namespace {
 constexpr int GOOD_CAPTURE = 150;
 constexpr int HASH_MOVE_SCORE = 255;
 constexpr int UNDERPROMOTION_SCORE = 15;
+
 // At or below this score the rest is not worth sorting.
 constexpr int SORT_LIMIT = 2;
 
@@ -251,8 +252,7 @@ MoveEntry *pick_entry(SearchThread &thread, PlyRecord &record, int ply) {
         [[fallthrough]];
     case PickStage::SORTED:
         if (at_end(record)) return nullptr;
-        pick_best(thread, record);
-        if (*thread.score_of(record.current) <= SORT_LIMIT) record.pick_stage = PickStage::UNSORTED;
+        pick_sorted(thread, record, record.current);
         return record.current;
     case PickStage::UNSORTED: return at_end(record) ? nullptr : record.current;
     case PickStage::QUIESCENCE_CAPTURES:
@@ -317,6 +317,11 @@ void select_best(SearchThread &thread, MoveEntry *first, const MoveEntry *end) {
     const std::ptrdiff_t place = place_of_best(scores, end - first);
     std::swap(*first, first[place]);
     std::swap(*scores, scores[place]);
+}
+
+void pick_sorted(SearchThread &thread, PlyRecord &record, MoveEntry *first) {
+    select_best(thread, first, record.end);
+    if (*thread.score_of(first) <= SORT_LIMIT) record.pick_stage = PickStage::UNSORTED;
 }
 
 void start_picking(PlyRecord &record, PickKind kind) {

@@ -26,5 +26,8 @@ void close_list(SearchThread &thread, int ply, MoveEntry *end);
 // closed, and is not empty.
 void select_best(SearchThread &thread, MoveEntry *first, const MoveEntry *end);
 
+// The same while a list is sorted, until a score comes that is not worth it.
+void pick_sorted(SearchThread &thread, PlyRecord &record, MoveEntry *first);
+
 // Ordering scores of the root moves before the first iteration.
 void score_root_moves(SearchThread &thread);

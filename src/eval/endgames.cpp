@@ -112,7 +112,7 @@ int even_scale(const Position &pos, const EvalScratch &scratch, const Balance &b
         else if (pos.of(balance.weak, KNIGHT) != 0)
             cut = OPPOSITE_WITH_KNIGHT_CUT;
         if (edge == OPPOSITE_MOST_EDGE) cut /= 2;
-        if (popcount(scratch.side[balance.strong].passed_pawns) >= 2) cut /= 2;
+        if (popcount(scratch.shape->side[balance.strong].passed_pawns) >= 2) cut /= 2;
         scale = std::min(scale, FULL_SCALE - cut);
     }
     return std::max(LEAST_SCALE, scale);

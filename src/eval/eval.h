@@ -2,7 +2,8 @@
 //
 // Weights (weights.h) are derived into tables (parameters.h); an evaluation reads the tables that its caller's record of a
 // thread points to and fills that record's caches. The folder keeps nothing itself but the pawn ending bitbase (kpk.h),
-// which is constant after start. evaluate.cpp is the pass, scratch.h what its steps share, pieces.cpp, pawns.cpp and
+// which is constant after start. evaluate.cpp is the pass, scratch.h what its steps share, pawn_shape.h what is kept for all positions
+// with the same pawns, pieces.cpp, pawns.cpp and
 // their neighbours the terms; display.h shows the breakdown and tunables.h names the weights for tuners.
 #pragma once
 
@@ -13,6 +14,7 @@
 #include "board/position.h"
 #include "eval/display.h"
 #include "eval/parameters.h"
+#include "eval/pawn_shape.h"
 #include "eval/score.h"
 
 // What the search keeps of an evaluation at each ply.
@@ -45,6 +47,7 @@ constexpr std::size_t PAWN_HASH_SIZE = 16384;
 struct EvalThread {
     std::array<EvalCacheEntry, EVAL_CACHE_SIZE> cache;
     std::array<PawnHashEntry, PAWN_HASH_SIZE> pawn_hash;
+    PawnShapes shapes;
     const EvalTables *tables;  // set before the first evaluation; the owner outlives the thread
     std::uint32_t generation;  // of the tables that the caches were filled with
     // Depth of the thread's current iteration, 0 outside a search; the caches rest in the first ones.

@@ -22,28 +22,20 @@ constexpr int FULL_PHASE = LAST_STAGE / 2;
 
 constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
 
-void set_king_zones(const Position &pos, EvalScratch &scratch) {
-    scratch.flank_files = 0;
-    for (const Colour c : {WHITE, BLACK}) {
-        const Square king = pos.king_square[c];
-        const int file = CLAMPED_COORDINATE[file_of(king)];
-        const Square centre = make_square(file, CLAMPED_COORDINATE[rank_of(king)]);
-        scratch.side[c].king_zone = king_attacks(centre) | bit(centre);
-        scratch.flank_files |= file_mask(file - 1) | file_mask(file) | file_mask(file + 1);
-    }
-}
-
 void set_attack_maps(const Position &pos, EvalScratch &scratch) {
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        own.attacks[KING] = king_attacks(pos.king_square[c]);
-        own.attacks[0] = own.attacks[PAWN] | own.attacks[KING];
-        own.double_attacks |= own.attacks[PAWN] & own.attacks[KING];
+        const SideShape &shape = scratch.shape->side[c];
+        const Bitboard king = king_attacks(pos.king_square[c]);
+        own.attacks[PAWN] = shape.attacks;
+        own.attacks[KING] = king;
+        own.attacks[0] = shape.attacks | king;
+        own.double_attacks = shape.double_attacks | (shape.attacks & king);
     }
     for (const Colour c : {WHITE, BLACK}) {
         SideScratch &own = scratch.side[c];
-        const SideScratch &enemy = scratch.side[opponent(c)];
-        own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks[PAWN]);
+        const SideShape &enemy = scratch.shape->side[opponent(c)];
+        own.mobility_area = ~(pos.of(c, KING) | pos.of(c, PAWN) | enemy.attacks);
         const Bitboard outpost_ranks = relative_rank_mask(c, FIFTH_RANK) | relative_rank_mask(c, SIXTH_RANK);
         own.outposts = FILES_B_TO_G & outpost_ranks & ~enemy.attack_span;
     }
@@ -160,8 +152,7 @@ int evaluate(const Position &pos, EvalThread &thread, int ply, bool in_check, Ev
     EvalScratch scratch;
     scratch.occupied = pos.occupied();
     scratch.display = display;
-    set_pawn_bitboards(pos, scratch);
-    set_king_zones(pos, scratch);
+    scratch.shape = &pawn_shape(pos, thread.shapes);
     set_attack_maps(pos, scratch);
     set_pinned(pos, scratch);
 

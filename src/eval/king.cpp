@@ -15,10 +15,6 @@ constexpr int LAST_SHELTER_RANK = FOURTH_RANK;
 constexpr int NO_SHELTER = -64;
 constexpr std::array<int, 8> FILE_WEIGHT = {4, 4, 3, 2, 2, 3, 4, 4};
 constexpr int SHELTER_DIVISOR = 16;
-constexpr int SHIELD_SECOND_RANK = 3;  // points of a pawn
-constexpr int SHIELD_THIRD_RANK = 2;
-constexpr int SHIELD_FOURTH_RANK = 1;
-constexpr int SAME_WING = 2;  // files between the kings up to which pawns do not storm
 
 constexpr std::array<int, 10> DEFENDERS_BONUS = {-24, -18, -12, -6, 0, 0, 0, 0, 0, 0};  // by number in the king zone
 
@@ -34,8 +30,6 @@ constexpr int TO_MOVE = 1;      // taken off
 // Passivity
 constexpr Bitboard INNER_BLOCK = 0x007E7E7E7E7E7E00;  // b2-g7
 constexpr int NO_WAY_INSIDE = 10;
-constexpr int FIRST_FILE_STEP = 8;  // no pawn on the king's file and beside it ...
-constexpr int NEXT_FILE_STEP = 2;   // ... and this much more for each file further
 
 // A king and what its terms look at.
 struct KingView {
@@ -45,39 +39,8 @@ struct KingView {
     Square king;
     SideScratch &own;
     const SideScratch &enemy;
-    int file;  // of the king, moved off the edge
+    Bitboard zone;
 };
-
-// The three files around the king, in the lowest bits, of one rank of a set.
-inline unsigned around_king(const KingView &view, Bitboard set, int rank) {
-    return static_cast<unsigned>(set >> (8 * rank + view.file - 1)) & 7;
-}
-
-// Points for own pawns on the three files around the king; one pawn counts a file.
-template <Colour C>
-int shield_index(const KingView &view, int rank) {
-    if (rank > LAST_SHELTER_RANK) return 0;
-    const Bitboard pawns = view.pos.of(C, PAWN) & ~view.enemy.attacks[PAWN];
-    const auto files_on = [&view, pawns](int relative) {
-        return around_king(view, pawns, C == WHITE ? relative : 7 - relative);
-    };
-    const unsigned second = files_on(SECOND_RANK);
-    const unsigned third = files_on(THIRD_RANK) & ~second;
-    const unsigned fourth = files_on(FOURTH_RANK) & ~(second | third);
-    return SHIELD_SECOND_RANK * std::popcount(second) + SHIELD_THIRD_RANK * std::popcount(third) +
-           SHIELD_FOURTH_RANK * std::popcount(fourth);
-}
-
-// Files around the king that the enemy has cleared of pawns on its own half, with the kings on different wings.
-template <Colour C>
-int storm_files(const KingView &view) {
-    if (std::abs(view.file - file_of(view.pos.king_square[opponent(C)])) <= SAME_WING) return 0;
-    Bitboard files = view.pos.of(opponent(C), PAWN) & own_half(opponent(C));
-    files |= files >> 32;
-    files |= files >> 16;
-    files |= files >> 8;
-    return 3 - std::popcount(around_king(view, files, 0));
-}
 
 inline int count_safe_checks(const KingView &view, Bitboard safe) {
     const SideScratch &enemy = view.enemy;
@@ -91,7 +54,7 @@ inline int count_safe_checks(const KingView &view, Bitboard safe) {
 inline int count_zone_attacks(const KingView &view) {
     const SideScratch &own = view.own;
     const SideScratch &enemy = view.enemy;
-    const Bitboard zone = own.king_zone;
+    const Bitboard zone = view.zone;
     const Bitboard by_minors = own.attacks[PAWN] | own.attacks[KNIGHT] | own.attacks[BISHOP];
     const Bitboard by_rooks = by_minors | own.attacks[ROOK];
     const Bitboard by_queens = by_rooks | own.attacks[QUEEN];
@@ -118,15 +81,15 @@ int king_safety(const KingView &view, int &safe_checks) {
     const SideScratch &own = view.own;
     const SideScratch &enemy = view.enemy;
     const int rank = relative_rank(C, view.king);
-    const int shield_points = shield_index<C>(view, rank);
+    const int shield_points = rank > LAST_SHELTER_RANK ? 0 : view.scratch.shape->shield[C];
     const int shield = rank > LAST_SHELTER_RANK
                            ? 0
                            : FILE_WEIGHT[file_of(view.king)] * view.tables.pawn_shield[shield_points] *
                                      (LAST_SHELTER_RANK + 1 - rank) / SHELTER_DIVISOR +
                                  NO_SHELTER;
-    const int storm = storm_files<C>(view) * view.tables.pawn_storm.op();
+    const int storm = view.scratch.shape->open_files[C] * view.tables.pawn_storm.op();
     const Bitboard defenders = view.pos.of(C, PAWN) | view.pos.of(C, KNIGHT) | view.pos.of(C, BISHOP);
-    const int defence = DEFENDERS_BONUS[popcount(defenders & own.king_zone)];
+    const int defence = DEFENDERS_BONUS[popcount(defenders & view.zone)];
 
     // Squares from which an enemy piece may check without being taken.
     const Bitboard covered =
@@ -141,20 +104,11 @@ int king_safety(const KingView &view, int &safe_checks) {
     return value;
 }
 
-// A king that cannot move towards the middle or is far from all pawns: on the a-file with all pawns on the g-file
-// 8 + 10 + 12 + 14 + 16.
+// A king that cannot move towards the middle or is far from all pawns.
 template <Colour C>
 int king_passivity(const KingView &view) {
     const Bitboard moves = king_attacks(view.king) & ~view.pos.all(C) & ~view.enemy.attacks[0];
-    int loss = (moves & INNER_BLOCK) == 0 ? NO_WAY_INSIDE : 0;
-    const Bitboard pawns = view.pos.of(WHITE, PAWN) | view.pos.of(BLACK, PAWN);
-    Bitboard region = file_mask(file_of(view.king));
-    region |= shift_sideways(region);
-    for (int step = FIRST_FILE_STEP; ~region != 0 && (pawns & region) == 0; step += NEXT_FILE_STEP) {
-        loss += step;
-        region |= shift_sideways(region);
-    }
-    return loss;
+    return ((moves & INNER_BLOCK) == 0 ? NO_WAY_INSIDE : 0) + view.scratch.shape->pawn_distance[C];
 }
 
 template <Colour C>
@@ -162,7 +116,7 @@ void evaluate_king(const Position &pos, const EvalTables &tables, EvalScratch &s
     const Square king = pos.king_square[C];
     SideScratch &own = scratch.side[C];
     const SideScratch &enemy = scratch.side[opponent(C)];
-    const KingView view{pos, tables, scratch, king, own, enemy, CLAMPED_COORDINATE[file_of(king)]};
+    const KingView view{pos, tables, scratch, king, own, enemy, scratch.shape->side[C].king_zone};
 
     const ScorePair table = tables.king_squares[from_white_side(C, king)];
     int opening = table.op();

@@ -97,13 +97,13 @@ void evaluate_candidate(const Position &pos, const EvalTables &tables, EvalScrat
 }  // namespace
 
 void evaluate_passers(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
-    Bitboard passed = scratch.side[WHITE].passed_pawns | scratch.side[BLACK].passed_pawns;
+    Bitboard passed = scratch.shape->side[WHITE].passed_pawns | scratch.shape->side[BLACK].passed_pawns;
     while (passed != 0) {
         const Square s = pop_lsb(passed);
         evaluate_passer(pos, tables, scratch, colour_of(pos.board[s]), s);
     }
     if (scratch.stage <= CANDIDATE_STAGE) return;
-    Bitboard candidates = scratch.side[WHITE].candidate_pawns | scratch.side[BLACK].candidate_pawns;
+    Bitboard candidates = scratch.shape->side[WHITE].candidate_pawns | scratch.shape->side[BLACK].candidate_pawns;
     while (candidates != 0) {
         const Square s = pop_lsb(candidates);
         evaluate_candidate(pos, tables, scratch, colour_of(pos.board[s]), s);

@@ -32,6 +32,8 @@ struct PiecePass {
     EvalScratch &scratch;
     SideScratch &own;
     const Bitboard enemy_zone;
+    const Bitboard flank_files;        // files around both kings
+    const Bitboard blocked_pawns;      // own pawns on files b-g behind an enemy pawn
     Bitboard attacks, double_attacks;  // so far
     Bitboard type_attacks = 0;         // of the kind at hand
     unsigned attack_units = 0;
@@ -62,7 +64,7 @@ ScorePair knight_score(PiecePass &pass, Square s, bool pinned) {
     const int count = pinned ? 0 : popcount(attacks & own.mobility_area);
     ScorePair score = t.knight_squares[from_white_side(C, s)];
     score += t.knight_mobility[count];
-    if ((attacks & pass.scratch.flank_files) == 0) score += KNIGHT_OFF_THE_WINGS;
+    if ((attacks & pass.flank_files) == 0) score += KNIGHT_OFF_THE_WINGS;
     if ((own.outposts & bit(s)) != 0) {
         score += t.knight_outpost;
         if ((own.attacks[PAWN] & bit(s)) != 0) score += t.knight_half_outpost;
@@ -89,7 +91,7 @@ ScorePair bishop_score(PiecePass &pass, Square s, bool pinned) {
         score += t.bishop_outpost;
     else if ((attacks & own.outposts) != 0)
         score += t.bishop_half_outpost;
-    score += popcount(own.blocked_pawns & same_coloured(s)) * t.bad_bishop;
+    score += popcount(pass.blocked_pawns & same_coloured(s)) * t.bad_bishop;
     note_cornered<C>(pass, s, area_count);
     return score;
 }
@@ -130,7 +132,7 @@ ScorePair queen_score(PiecePass &pass, Square s, bool pinned) {
     const int count = pinned ? 0 : popcount(attacks & pass.own.mobility_area);
     ScorePair score = pass.tables.queen_squares[from_white_side(C, s)];
     score += pass.tables.queen_mobility[count];
-    if ((attacks & pass.scratch.flank_files) == 0) score += QUEEN_OFF_THE_WINGS;
+    if ((attacks & pass.flank_files) == 0) score += QUEEN_OFF_THE_WINGS;
     return score;
 }
 
@@ -149,7 +151,18 @@ void evaluate_kind(PiecePass &pass) {
 template <Colour C>
 void evaluate_side(const Position &pos, const EvalTables &tables, EvalScratch &scratch) {
     SideScratch &own = scratch.side[C];
-    PiecePass pass{pos, tables, scratch, own, scratch.side[opponent(C)].king_zone, own.attacks[0], own.double_attacks};
+    const PawnShape &shape = *scratch.shape;
+    const Bitboard blocked_pawns =
+        pos.of(C, PAWN) & shift_forward(opponent(C), pos.of(opponent(C), PAWN)) & ~(FILE_A | FILE_H | RANK_1 | RANK_8);
+    PiecePass pass{pos,
+                   tables,
+                   scratch,
+                   own,
+                   shape.side[opponent(C)].king_zone,
+                   FILE_A * shape.flank_files,
+                   blocked_pawns,
+                   own.attacks[0],
+                   own.double_attacks};
     evaluate_kind<C, KNIGHT, knight_score<C>>(pass);
     evaluate_kind<C, BISHOP, bishop_score<C>>(pass);
     evaluate_kind<C, ROOK, rook_score<C>>(pass);

@@ -7,25 +7,16 @@
 #include "board/position.h"
 #include "eval/display.h"
 #include "eval/parameters.h"
+#include "eval/pawn_shape.h"
 #include "eval/score.h"
 
 // What is collected over several steps starts with a value; every other field is written, by the step that its heading
 // names, before a later step reads it. Nothing is cleared in advance: this happens at every node.
 struct SideScratch {
-    // set_pawn_bitboards: attacks[PAWN] and double_attacks by pawns; set_attack_maps: attacks[KING] and the sums so far;
-    // evaluate_pieces: the other types and the complete sums.
+    // set_attack_maps: attacks[PAWN], attacks[KING] and the sums so far; evaluate_pieces: the other types and the complete
+    // sums.
     std::array<Bitboard, 8> attacks;  // by piece type; slot 0: all attacks
     Bitboard double_attacks;          // squares attacked twice
-
-    // set_pawn_bitboards
-    Bitboard front_fill;   // squares strictly ahead of an own pawn on its file
-    Bitboard attack_span;  // squares an own pawn could ever attack while advancing
-    Bitboard passed_pawns;
-    Bitboard candidate_pawns;
-    Bitboard blocked_pawns;  // own pawns on files b-g behind an enemy pawn
-
-    // set_king_zones
-    Bitboard king_zone;
 
     // set_attack_maps
     Bitboard mobility_area;
@@ -48,9 +39,7 @@ struct EvalScratch {
     // evaluate, before the first step
     Bitboard occupied;
     EvalDisplay *display;  // nullptr: nobody looks
-
-    // set_king_zones
-    Bitboard flank_files;  // files around both kings
+    const PawnShape *shape;
 
     // set_pinned
     Bitboard pinned;
@@ -76,9 +65,7 @@ struct EvalThread;
 
 // The terms. Each stays a function of its own: one body of them all would run out of registers.
 
-// pawns.cpp: pawn attacks, spans, passed, candidate and blocked pawns of both sides; then their structure, from the pawn
-// hash where it is known, which starts the positional scores.
-void set_pawn_bitboards(const Position &pos, EvalScratch &scratch);
+// pawns.cpp: their structure, from the pawn hash where it is known, which starts the positional scores.
 [[gnu::noinline]] void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &thread,
                                       EvalScratch &scratch);
 

@@ -33,7 +33,7 @@ ifneq (,$(findstring __BMI2__,$(if $(ARCH),$(MACROS))))
 FLAGS += -DDRAL_BIT_EXTRACTION
 endif
 ifeq (,$(findstring __clang__,$(MACROS)))
-FLAGS += -fno-tree-loop-vectorize -fno-tree-slp-vectorize
+FLAGS += -fno-tree-loop-vectorize -fno-tree-slp-vectorize -fno-ipa-cp-clone
 LTO_FLAG := -flto=auto
 else
 LTO_FLAG := -flto=thin

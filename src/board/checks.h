@@ -17,6 +17,13 @@ inline Square checker_of(const Position &pos, Colour side) {
 // so does a pawn taken en passant.
 int gives_check(const Position &pos, Colour side, const MoveEntry &entry);
 
+// Whether the move is of a kind whose checks gives_check may not see.
+inline bool may_check_unseen(const Position &pos, const MoveEntry &entry) {
+    const PieceType type = type_of(entry.piece);
+    if (type == KING) return true;
+    return type == PAWN && ((entry.move & PROMOTE_ANY) != 0 || to_square(entry.move) == pos.ep_square);
+}
+
 // gives_check for many moves of one position that can be searched.
 struct CheckSquares {
     CheckSquares(const Position &pos, Colour side);

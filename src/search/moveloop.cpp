@@ -181,6 +181,7 @@ int search_moves(SearchThread &thread, int ply, int depth, int alpha, int beta, 
         if (is_null(&entry) || !is_legal(pos, side, entry.move, pins)) continue;
         prefetch_child(thread, entry.move, depth - 1);
         record.move_flags = classify_move(pos, side, entry, checks);
+        record.gives_no_check = (record.move_flags & MOVE_CHECKS) == 0 && !may_check_unseen(pos, entry);
         record.reduction = 0;
 
         // 2. Late-move pruning and reduction; the first legal move is spared

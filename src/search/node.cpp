@@ -205,6 +205,7 @@ bool probcut(const Node &node, int depth, int beta) {
             !see_at_least(pos, from_square(entry.move), to_square(entry.move), PROBCUT_EXCHANGE))
             continue;
         prefetch_child(thread, entry.move, reduced_depth - 1);
+        record.gives_no_check = false;
         make_move(pos, entry.move);
         const int score =
             -search_node(thread, node.ply + 1, reduced_depth - 1, -raised_beta, -raised_beta + 1, ALL_NODE, child);
@@ -230,6 +231,7 @@ int search_null_move(const Node &node, int depth, int alpha, int beta, Line &pv)
     // The child sees a null entry as the move that led to it.
     record.current = record.list;
     *record.current = {NO_MOVE, NO_PIECE, NO_PIECE};
+    record.gives_no_check = true;
     close_list(thread, node.ply, record.list + 1);
     make_null_move(node.pos);
     if (depth >= 0) tt_prefetch(node.shared.table, node.pos.key);
@@ -317,7 +319,8 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
 
     // 3. Record and check detection
     initialise_record(thread, ply, type, pv);
-    record.checker = checker_of(pos, pos.side);
+    record.checker = node.parent.gives_no_check ? Square{NO_SQUARE} : checker_of(pos, pos.side);
+    assert(record.checker == checker_of(pos, pos.side));
     const bool in_check = record.in_check();
 
     // 4. Draws

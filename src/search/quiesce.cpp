@@ -73,6 +73,7 @@ int quiesce(SearchThread &thread, int ply, int depth, int alpha, int beta, NodeT
         if (is_null(entry) || !is_legal(pos, side, entry->move, pins)) continue;
 
         prefetch_child(thread, entry->move, depth - 1);
+        record.gives_no_check = false;
         make_move(pos, entry->move);
         const int score = -search_node(thread, ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);
         unmake_move(pos);

@@ -73,6 +73,7 @@ void start_move(RootPass &pass, const MoveEntry &entry) {
     PlyRecord &root = pass.root;
     root.move_flags = classify_move(pos, pos.side, entry, CheckSquares(pos, pos.side));
     *pass.thread.score_of(&entry) = static_cast<std::int16_t>(UNSEARCHED_SCORE - root.moves_searched);
+    root.gives_no_check = false;
     root.search_mode = SEARCH_PLAIN;
     const bool late = pass.depth > REDUCED_DEPTH && root.moves_searched > REDUCED_MOVES && !root.in_check() &&
                       pass.best > pass.late_threshold && (root.move_flags & QUIET_MASK) == 0 &&

@@ -45,6 +45,7 @@ struct PlyRecord {
     std::uint8_t reduction;    // late-move reduction of the move being searched
     std::uint8_t iid_active;   // internal iterative deepening runs here
     std::uint8_t search_mode;  // SearchMode
+    bool gives_no_check;       // the move being searched does not, for certain
     PackedSquare checker;      // square of a checking piece, 64 when not in check
     std::uint16_t move_flags;  // MoveFlag bits of the move being searched
     std::uint16_t moves_searched;

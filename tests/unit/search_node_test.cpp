@@ -91,6 +91,7 @@ protected:
         record.killer1 = move("killer1");
         record.killer2 = move("killer2");
         record.check_killer = move("check_killer");
+        parent.gives_no_check = false;
         parent.static_eval = 0;
         parent.current = &path[1];
         parent.node_type = static_cast<std::int16_t>(number("parent_type", -number("type")));

@@ -29,8 +29,13 @@ constexpr int CANDIDATE_DIVISOR = 256;
 
 // Whether the pawn would stand on `target` without loss: what the opponent gains by capturing there equals the value of
 // what the pawn has taken.
-bool advance_is_safe(const Position &pos, Square from, Square target) {
+bool advance_is_safe(const Position &pos, const SideScratch &enemy, Colour c, Square from, Square target) {
     const PieceType victim = pos.type_on(target);
+    // Nobody attacks the square, and no line to it opens behind the pawn.
+    const Bitboard behind = squares_ahead(opponent(c), from);
+    if (victim == NO_TYPE && (enemy.attacks[0] & bit(target)) == 0 &&
+        (behind & (pos.of(opponent(c), ROOK) | pos.of(opponent(c), QUEEN))) == 0)
+        return true;
     if (victim == KING) return false;
     return see_reply(pos, from, target) == SEE_VALUES[victim];
 }
@@ -49,7 +54,7 @@ void evaluate_passer(const Position &pos, const EvalTables &tables, EvalScratch 
 
     int reach = rank;  // relative rank that the pawn is counted on
     int base = tables.passed_unsafe[rank];
-    if (!blocked && advance_is_safe(pos, s, target)) {
+    if (!blocked && advance_is_safe(pos, enemy, c, s, target)) {
         reach = relative_rank(c, target);
         base = tables.passed_safe[rank];
         enemy.threat_level += SAFE_ADVANCE_THREAT << reach;

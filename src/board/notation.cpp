@@ -80,34 +80,173 @@ void piece_texts(const Position &pos, Move m, MoveTexts &texts) {
     }
 }
 
-// Brings a typed move into the spelling of the texts: no check mark, "=Q" for a promotion, small o for castling.
-std::string normalise(std::string_view typed) {
-    std::string text(typed.substr(0, typed.find('+')));
-    if (text.empty()) return text;
-    const char last = static_cast<char>(std::toupper(static_cast<unsigned char>(text.back())));
-    if (std::string_view("NBRQ").find(last) != std::string_view::npos) {
-        text.pop_back();
-        if (text.empty() || text.back() != '=') text += '=';
-        text += last;
+// How a text says whether a move captures: a pawn's by its form, a piece's by an 'x'.
+enum class Capturing { NO, YES, UNSAID };
+
+// What a text says of a move, whatever the position: from where to where, with what.
+struct MovePattern {
+    PieceType type = NO_TYPE;  // NO_TYPE: whatever stands on the one square of `origins`
+    Bitboard origins = ~Bitboard{0};
+    Bitboard targets = 0;
+    Move promotion = 0;
+    Capturing capturing = Capturing::UNSAID;
+    bool sole = false;  // only one piece of the type may reach the square, pinned or not
+    int castling = 0;   // steps of the king to the right
+};
+
+bool is_file(char c) { return c >= 'a' && c <= 'h'; }
+bool is_rank(char c) { return c >= '1' && c <= '8'; }
+bool is_square(std::string_view text) { return text.size() == 2 && is_file(text[0]) && is_rank(text[1]); }
+Bitboard file_named(char c) { return file_mask(c - 'a'); }
+Bitboard square_named(std::string_view text) { return bit(make_square(text[0] - 'a', text[1] - '1')); }
+
+// Takes a promotion letter of either case off the end, and the '=' before it. 0 when there is none.
+Move take_promotion(std::string_view &text) {
+    Move promotion = 0;
+    switch (text.back()) {
+    case 'N':
+    case 'n': promotion = PROMOTE_KNIGHT; break;
+    case 'B':
+    case 'b': promotion = PROMOTE_BISHOP; break;
+    case 'R':
+    case 'r': promotion = PROMOTE_ROOK; break;
+    case 'Q':
+    case 'q': promotion = PROMOTE_QUEEN; break;
+    default: return 0;
     }
-    for (char &c : text)
-        if (c == 'O' || c == '0') c = 'o';
-    return text;
+    text.remove_suffix(1);
+    if (text.ends_with('=')) text.remove_suffix(1);
+    return promotion;
 }
 
-// Whether a move can have a text that equals `text`, told from the first letter and, for a piece, the square at the end.
-bool can_match(const Position &pos, Move m, std::string_view text) {
-    const Square from = from_square(m);
-    const PieceType type = pos.type_on(from);
-    switch (text[0]) {
-    case 'N':
-    case 'B':
-    case 'R':
-    case 'Q':
-    case 'K': return " PNBRQK"[type] == text[0] && type != PAWN && text.ends_with(square_name(to_square(m)));
-    case 'o': return type == KING;
-    case '=': return type == PAWN;
-    default: return file_letter(from) == text[0];
+// "Nf3", "Ngf3", "N1f3", "Nxf3", "Ngxf3", "N1xf3".
+bool read_piece_move(std::string_view text, MovePattern &pattern) {
+    if (text.size() < 3 || !is_square(text.substr(text.size() - 2))) return false;
+    pattern.type = type_of_letter(text[0]);
+    pattern.targets = square_named(text.substr(text.size() - 2));
+    text = text.substr(1, text.size() - 3);
+    const bool captures = text.ends_with('x');
+    pattern.capturing = captures ? Capturing::YES : Capturing::NO;
+    if (captures) text.remove_suffix(1);
+    pattern.sole = text.empty();
+    if (pattern.sole) return true;
+    if (text.size() > 1 || (!is_file(text[0]) && !is_rank(text[0]))) return false;
+    pattern.origins = is_file(text[0]) ? file_named(text[0]) : rank_mask(text[0] - '1');
+    return true;
+}
+
+// "e4", "ed", "exd5", of a pawn, and "g1f3" of anything.
+bool read_pawn_or_coordinates(std::string_view text, MovePattern &pattern) {
+    if (!is_file(text[0]) || (text.size() != 2 && text.size() != 4)) return false;
+    pattern.type = PAWN;
+    pattern.origins = file_named(text[0]);
+    pattern.capturing = Capturing::YES;
+    if (text.size() == 2) {
+        const bool push = is_rank(text[1]);
+        if (!push && !is_file(text[1])) return false;
+        pattern.targets = push ? square_named(text) : file_named(text[1]);
+        if (push) pattern.capturing = Capturing::NO;
+        return true;
+    }
+    if (!is_square(text.substr(2))) return false;
+    pattern.targets = square_named(text.substr(2));
+    if (text[1] == 'x') return true;
+    if (!is_rank(text[1])) return false;
+    pattern.origins = square_named(text.substr(0, 2));
+    pattern.type = pattern.promotion != 0 ? PAWN : NO_TYPE;
+    pattern.capturing = Capturing::UNSAID;
+    return true;
+}
+
+// "O-O" and "O-O-O", with letters of either case or zeros. False when it is neither.
+bool read_castling(std::string_view text, MovePattern &pattern) {
+    if (text.size() != 3 && text.size() != 5) return false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool letter = text[i] == 'o' || text[i] == 'O' || text[i] == '0';
+        if (i % 2 == 0 ? !letter : text[i] != '-') return false;
+    }
+    pattern.castling = text.size() == 3 ? 2 : -2;
+    return true;
+}
+
+// False when the text is that of no move in any position. A check mark ends it.
+bool read_pattern(std::string_view typed, MovePattern &pattern) {
+    constexpr std::size_t LONGEST = 6;  // "e7e8=Q"
+    std::string_view text = typed.substr(0, typed.find('+'));
+    if (text.empty() || text.size() > LONGEST) return false;
+    pattern.promotion = take_promotion(text);
+    if (text.empty()) {  // "=Q": any pawn that promotes without capturing
+        pattern.type = PAWN;
+        pattern.targets = RANK_1 | RANK_8;
+        pattern.capturing = Capturing::NO;
+        return true;
+    }
+    if (read_castling(text, pattern)) return pattern.promotion == 0;
+    if (type_of_letter(text[0]) > PAWN) return pattern.promotion == 0 && read_piece_move(text, pattern);
+    return read_pawn_or_coordinates(text, pattern);
+}
+
+// Own pawns that reach a square, by a capture or a push.
+Bitboard pawn_origins(const Position &pos, Square to) {
+    const Bitboard pawns = pos.of(pos.side, PAWN);
+    const Bitboard empty = ~pos.occupied();
+    const auto back = [&pos](Bitboard b) { return pos.side == WHITE ? b >> 8 : b << 8; };
+    Bitboard origins = 0;
+    if (((pos.all(opponent(pos.side)) | en_passant_target(pos, pos.side)) & bit(to)) != 0)
+        origins = pawn_attacks(opponent(pos.side), to) & pawns;
+    if ((empty & bit(to)) == 0) return origins;
+    const Bitboard behind = back(bit(to));
+    const Bitboard second_rank = rank_mask(pos.side == WHITE ? 1 : 6);
+    return origins | ((behind | (back(behind & empty) & second_rank)) & pawns);
+}
+
+// Own pieces of a type that reach a square, castling aside; none when it is occupied by an own piece.
+Bitboard piece_origins(const Position &pos, PieceType type, Square to) {
+    if ((pos.all(pos.side) & bit(to)) != 0) return 0;
+    switch (type) {
+    case PAWN: return pawn_origins(pos, to);
+    case KNIGHT: return knight_attacks(to) & pos.of(pos.side, KNIGHT);
+    case BISHOP: return bishop_attacks(to, pos.occupied()) & pos.of(pos.side, BISHOP);
+    case ROOK: return rook_attacks(to, pos.occupied()) & pos.of(pos.side, ROOK);
+    case QUEEN: return queen_attacks(to, pos.occupied()) & pos.of(pos.side, QUEEN);
+    case KING: return king_attacks(to) & pos.of(pos.side, KING) & bit(pos.king_square[pos.side]);
+    default: return 0;
+    }
+}
+
+// What a text calls a capture: a pawn's push to the en-passant square is one.
+bool is_named_capture(const Position &pos, PieceType type, Square to) {
+    return pos.board[to] != 0 || (type == PAWN && to == pos.ep_square);
+}
+
+void add_if_legal(const Position &pos, Move m, ParsedMove &parsed) {
+    if (!is_legal(pos, pos.side, m)) return;
+    ++parsed.matches;
+    parsed.move = m;
+}
+
+void find_castling(const Position &pos, int steps, ParsedMove &parsed) {
+    const Move m = make_move_word(pos.king_square[pos.side], pos.king_square[pos.side] + steps);
+    MoveList list;
+    const MoveEntry *end = gen_quiets(pos, pos.side, list.data(), NO_SQUARE);
+    const bool listed = std::any_of(static_cast<const MoveEntry *>(list.data()), end, [m](const MoveEntry &entry) {
+        return entry.move == m && type_of(entry.piece) == KING;
+    });
+    if (listed) add_if_legal(pos, m, parsed);
+}
+
+void find_moves(const Position &pos, const MovePattern &pattern, PieceType type, ParsedMove &parsed) {
+    for (Bitboard targets = pattern.targets; targets != 0;) {
+        const Square to = pop_lsb(targets);
+        const bool promotes = type == PAWN && relative_rank(pos.side, to) == 7;
+        if (promotes != (pattern.promotion != 0)) continue;
+        if (pattern.capturing != Capturing::UNSAID &&
+            is_named_capture(pos, type, to) != (pattern.capturing == Capturing::YES))
+            continue;
+        const Bitboard all = piece_origins(pos, type, to);
+        if (pattern.sole && popcount(all) != 1) continue;
+        for (Bitboard origins = all & pattern.origins; origins != 0;)
+            add_if_legal(pos, make_move_word(pop_lsb(origins), to, pattern.promotion), parsed);
     }
 }
 
@@ -137,20 +276,19 @@ MoveTexts move_to_san(const Position &pos, Move m) {
 
 ParsedMove parse_move(const Position &pos, std::string_view typed) {
     ParsedMove parsed;
-    const std::string text = normalise(typed);
-    if (text.empty()) return parsed;
-    MoveList list;
-    gen_all(pos, list.data());
-    for (const MoveEntry *entry = list.data(); entry->move != END_OF_LIST; ++entry) {
-        if (!can_match(pos, entry->move, text)) continue;
-        const MoveTexts texts = move_to_san(pos, entry->move);
-        const bool same = std::any_of(texts.begin(), texts.end(), [&text](const std::string &form) {
-            return form.substr(0, form.find('+')) == text;
-        });
-        if (!same || entry->move == NO_MOVE || !is_legal(pos, pos.side, entry->move)) continue;
-        ++parsed.matches;
-        parsed.move = entry->move;
+    MovePattern pattern;
+    if (!read_pattern(typed, pattern)) return parsed;
+    PieceType type = pattern.type;
+    if (type == NO_TYPE && pattern.castling == 0) {
+        const Square from = lsb(pattern.origins);
+        if ((pos.all(pos.side) & pattern.origins) != 0) type = pos.type_on(from);
+        const int steps = lsb(pattern.targets) - from;
+        if (type == KING && from == pos.king_square[pos.side] && (steps == 2 || steps == -2)) pattern.castling = steps;
     }
+    if (pattern.castling != 0)
+        find_castling(pos, pattern.castling, parsed);
+    else
+        find_moves(pos, pattern, type, parsed);
     if (!parsed.found()) parsed.move = NO_MOVE;
     return parsed;
 }

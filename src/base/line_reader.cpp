@@ -1,6 +1,7 @@
 #include "base/line_reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 
 #include "platform/files.h"
@@ -14,26 +15,32 @@ LineReader::LineReader(const char *path, std::size_t longest) : buffer_(longest)
     if (!error) size_ = static_cast<std::int64_t>(bytes);
 }
 
-int LineReader::next_byte() {
-    if (taken_ == read_) {
-        taken_ = 0;
-        read_ = std::fread(block_.data(), 1, block_.size(), file_.get());
-        if (read_ == 0) return EOF;
-    }
-    return static_cast<unsigned char>(block_[taken_++]);
+bool LineReader::fill() {
+    taken_ = 0;
+    read_ = std::fread(block_.data(), 1, block_.size(), file_.get());
+    return read_ != 0;
 }
 
 bool LineReader::next(std::string_view &line) {
-    std::size_t length = 0;
-    int c = 0;
-    while (length < buffer_.size() && c != '\n' && (c = next_byte()) != EOF) buffer_[length++] = static_cast<char>(c);
+    line_ended_ = false;
+    line = {};
+    std::size_t length = 0;  // of what earlier blocks held of the piece
+    while (!line_ended_ && length < buffer_.size() && (taken_ < read_ || fill())) {
+        const char *start = block_.data() + taken_;
+        std::size_t part = std::min(read_ - taken_, buffer_.size() - length);
+        const char *end = static_cast<const char *>(std::memchr(start, '\n', part));
+        line_ended_ = end != nullptr;
+        if (line_ended_) part = static_cast<std::size_t>(end - start) + 1;
+        const bool whole = length == 0 && (line_ended_ || part == buffer_.size());
+        if (!whole) std::copy_n(start, part, buffer_.data() + length);
+        taken_ += part;
+        length += part;
+        line = {whole ? start : buffer_.data(), length};
+    }
     if (length == 0) return false;
     position_ += static_cast<std::int64_t>(length);
-    line_ended_ = c == '\n';
-    std::size_t text = c == '\n' ? length - 1 : length;
-    text = static_cast<std::size_t>(
-        std::find(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(text), '\0') - buffer_.begin());
-    line = {buffer_.data(), text};
+    if (line_ended_) line.remove_suffix(1);
+    line = line.substr(0, line.find('\0'));
     return true;
 }
 

@@ -34,14 +34,14 @@ private:
     struct Close {
         void operator()(std::FILE *file) const { std::fclose(file); }
     };
-    // The next byte, or EOF.
-    int next_byte();
+    // Reads the next block. False when there is nothing more.
+    bool fill();
 
     std::unique_ptr<std::FILE, Close> file_;
     std::array<char, 32768> block_;  // bytes read ahead: `read_` of them, `taken_` of these given out
     std::size_t read_ = 0;
     std::size_t taken_ = 0;
-    std::vector<char> buffer_;
+    std::vector<char> buffer_;  // a piece that lies in several blocks
     bool line_ended_ = false;
     std::int64_t position_ = 0;
     std::int64_t size_ = 0;

@@ -294,8 +294,9 @@ ParsedMove parse_move(const Position &pos, std::string_view typed) {
 }
 
 std::string_view without_move_number(std::string_view word) {
-    const std::size_t start = word.find_first_not_of("0123456789.");
-    const bool glued = start != std::string_view::npos && start > 0 && word[start - 1] == '.';
+    std::size_t start = 0;
+    while (start < word.size() && (word[start] == '.' || (word[start] >= '0' && word[start] <= '9'))) ++start;
+    const bool glued = start < word.size() && start > 0 && word[start - 1] == '.';
     return glued ? word.substr(start) : word;
 }
 

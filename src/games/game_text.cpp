@@ -1,20 +1,32 @@
 #include "games/game_text.h"
 
 #include <algorithm>
-#include <cctype>
+#include <array>
 
 #include "board/notation.h"
 
 namespace {
 
-bool is_letter(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-bool is_control(char c) { return static_cast<unsigned char>(c) < ' '; }
+enum CharacterKind : std::uint8_t { OTHER, LETTER, BLANK, CONTROL, BRACE, ROUND_BRACKET };
 
-bool may_be_move(const std::string &word, const GameTextRules &rules) {
+constexpr std::array<CharacterKind, 256> CHARACTER_KINDS = [] {
+    std::array<CharacterKind, 256> kinds{};
+    for (std::size_t c = 0; c < ' '; ++c) kinds[c] = CONTROL;
+    for (std::size_t c = 'A'; c <= 'Z'; ++c) kinds[c] = kinds[c + ('a' - 'A')] = LETTER;
+    kinds[' '] = BLANK;
+    kinds['{'] = kinds['}'] = BRACE;
+    kinds['('] = kinds[')'] = ROUND_BRACKET;
+    return kinds;
+}();
+
+CharacterKind kind_of(char c) { return CHARACTER_KINDS[static_cast<unsigned char>(c)]; }
+bool is_letter(char c) { return kind_of(c) == LETTER; }
+
+bool may_be_move(std::string_view word, const GameTextRules &rules) {
     if (word.empty()) return false;
     if (!rules.letters_anywhere) return is_letter(without_move_number(word)[0]);
     if (word[0] == ';' || word[0] == '$') return false;
-    return std::any_of(word.begin(), word.end(), is_letter) || word.find("0-") != std::string::npos;
+    return std::any_of(word.begin(), word.end(), is_letter) || word.find("0-") != std::string_view::npos;
 }
 
 }  // namespace
@@ -30,7 +42,8 @@ bool GameTextReader::is_tag_line() const {
 }
 
 bool GameTextReader::is_bracket(char c) const {
-    return c == '{' || c == '}' || (rules_.round_brackets && (c == '(' || c == ')'));
+    const CharacterKind kind = kind_of(c);
+    return kind == BRACE || (kind == ROUND_BRACKET && rules_.round_brackets);
 }
 
 void GameTextReader::count_bracket(char c) {
@@ -53,45 +66,65 @@ bool GameTextReader::next(GameTextEvent &event) {
         line_open_ = false;
         return true;
     }
-    while (!rest_.empty()) {
-        const char c = rest_.front();
-        const bool ends_word = is_bracket(c) || c == ' ' || (rules_.controls_end_words && is_control(c));
-        if (ends_word && take_move(event)) return true;  // the character waits for the next call
-        rest_.remove_prefix(1);
-        if (take_character(c, event)) return true;
-    }
-    if (take_move(event)) return true;
+    while (!rest_.empty())
+        if (comment_depth_ > 0 || variation_depth_ > 0 ? pass_brackets(event) : take_word(event)) return true;
+    if (finish_word({}, event)) return true;
     if (comment_depth_ > 0 && rules_.comments) comment_ += ' ';
     line_open_ = false;
     return false;
 }
 
-// Ends the word that has been read. False when it is no move.
-bool GameTextReader::take_move(GameTextEvent &event) {
-    const bool found = may_be_move(word_, rules_);
-    if (found) {
-        taken_.swap(word_);
-        event = {GameTextEvent::MOVE, without_move_number(taken_).substr(0, rules_.longest_move)};
-    }
-    word_.clear();
-    return found;
-}
-
-// False when the character completes no comment.
-bool GameTextReader::take_character(char c, GameTextEvent &event) {
+// Goes on to the next bracket and counts it. True when it completes a comment that is wanted.
+bool GameTextReader::pass_brackets(GameTextEvent &event) {
     const bool was_comment = comment_depth_ > 0;
-    if (is_bracket(c)) count_bracket(c);
-    if (was_comment && comment_depth_ > 0) {
-        if (rules_.comments) comment_ += c;
+    std::size_t length = 0;
+    while (length < rest_.size() && !is_bracket(rest_[length])) ++length;
+    const std::string_view passed = rest_.substr(0, length);
+    const bool found = length < rest_.size();
+    if (found) count_bracket(rest_[length]);
+    const std::string_view inside = rest_.substr(0, length + 1);
+    rest_.remove_prefix(inside.size());
+    if (!was_comment || !rules_.comments) return false;
+    if (!found || comment_depth_ > 0) {
+        comment_ += inside;
         return false;
     }
-    if (was_comment && rules_.comments) {
-        taken_.swap(comment_);
-        comment_.clear();
-        event = {GameTextEvent::COMMENT, taken_};
+    event = {GameTextEvent::COMMENT, passed};
+    if (comment_.empty()) return true;
+    comment_ += passed;
+    taken_.swap(comment_);
+    comment_.clear();
+    event.text = taken_;
+    return true;
+}
+
+// Goes on to what ends the word; past it, when the word is no move. True when it is one.
+bool GameTextReader::take_word(GameTextEvent &event) {
+    const auto in_word = [this](char c) {
+        return kind_of(c) <= LETTER || (kind_of(c) == ROUND_BRACKET && !is_bracket(c));
+    };
+    std::size_t length = 0;
+    while (length < rest_.size() && in_word(rest_[length])) ++length;
+    const std::string_view part = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    if (!rest_.empty() && kind_of(rest_[0]) == CONTROL && !rules_.controls_end_words)
+        word_ += part;
+    else if (finish_word(part, event))
         return true;
-    }
-    const bool part_of_word = !is_bracket(c) && c != ' ' && !is_control(c);
-    if (part_of_word && comment_depth_ == 0 && variation_depth_ == 0) word_ += c;
+    if (rest_.empty()) return false;
+    if (is_bracket(rest_[0])) count_bracket(rest_[0]);
+    rest_.remove_prefix(1);
     return false;
+}
+
+// Ends the word with its last part. False when it is no move.
+bool GameTextReader::finish_word(std::string_view part, GameTextEvent &event) {
+    if (!word_.empty()) {
+        taken_ = word_.append(part);
+        word_.clear();
+        part = taken_;
+    }
+    if (!may_be_move(part, rules_)) return false;
+    event = {GameTextEvent::MOVE, without_move_number(part).substr(0, rules_.longest_move)};
+    return true;
 }

@@ -50,8 +50,9 @@ private:
     bool is_tag_line() const;
     bool is_bracket(char c) const;
     void count_bracket(char c);
-    bool take_move(GameTextEvent &event);
-    bool take_character(char c, GameTextEvent &event);
+    bool pass_brackets(GameTextEvent &event);
+    bool take_word(GameTextEvent &event);
+    bool finish_word(std::string_view part, GameTextEvent &event);
 
     GameTextRules rules_;
     std::string_view rest_;  // of the line
@@ -59,7 +60,7 @@ private:
     bool tag_line_ = false;
     int comment_depth_ = 0;
     int variation_depth_ = 0;
-    std::string word_;
-    std::string comment_;
-    std::string taken_;  // the text of the last event
+    std::string word_;     // what has been read of a word with control characters in it
+    std::string comment_;  // and of a comment with brackets or the ends of lines in it
+    std::string taken_;    // the text of the last event, when it does not lie in the line
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <span>
 #include <vector>
 
 #include "board/fen.h"
@@ -28,22 +28,22 @@ std::int64_t score_of(const MoveRecord &record) {
     return 4 * static_cast<std::int64_t>(record.wins) - 2 * static_cast<std::int64_t>(record.losses) + record.draws;
 }
 
-// Appends the entries of the records of one key: moves that scored well, the best first, at most MAX_BOOK_MOVES.
-void write_group(std::ostream &book, const MoveRecord *begin, const MoveRecord *end) {
-    std::vector<MoveRecord> kept;
-    std::copy_if(begin, end, std::back_inserter(kept),
-                 [](const MoveRecord &record) { return score_of(record) >= LEAST_SCORE && record.wins >= LEAST_WINS; });
-    if (kept.empty()) return;
+// Whether a move has scored well.
+bool is_kept(const MoveRecord &record) { return score_of(record) >= LEAST_SCORE && record.wins >= LEAST_WINS; }
+
+// Appends the entries of the records of one key: the best first, at most MAX_BOOK_MOVES.
+void write_group(std::ostream &book, std::span<const MoveRecord> group) {
+    std::vector<MoveRecord> sorted(group.begin(), group.end());
     std::int64_t highest = 0;
-    for (const MoveRecord &record : kept) highest = std::max(highest, score_of(record));
+    for (const MoveRecord &record : sorted) highest = std::max(highest, score_of(record));
     const double scale = std::min(1.0, HIGHEST_WEIGHT / static_cast<double>(highest));
     const auto weight_of = [scale](const MoveRecord &record) {
         return static_cast<std::uint16_t>(static_cast<double>(score_of(record)) * scale);
     };
-    std::stable_sort(kept.begin(), kept.end(),
+    std::stable_sort(sorted.begin(), sorted.end(),
                      [&weight_of](const MoveRecord &a, const MoveRecord &b) { return weight_of(a) > weight_of(b); });
-    if (kept.size() > MAX_BOOK_MOVES) kept.resize(MAX_BOOK_MOVES);
-    for (const MoveRecord &record : kept) {
+    if (sorted.size() > MAX_BOOK_MOVES) sorted.resize(MAX_BOOK_MOVES);
+    for (const MoveRecord &record : sorted) {
         const auto bytes = book_entry_bytes({record.key, move_to_book(record.move), weight_of(record), 0});
         book.write(bytes.data(), bytes.size());
     }
@@ -54,7 +54,7 @@ void write_entries(std::ostream &book, const std::vector<MoveRecord> &records) {
     for (const MoveRecord *group = records.data(); group != end && book;) {
         const MoveRecord *next =
             std::find_if(group, end, [key = group->key](const MoveRecord &record) { return record.key != key; });
-        write_group(book, group, next);
+        write_group(book, {group, next});
         group = next;
     }
 }
@@ -75,6 +75,7 @@ BookBuilder::BookBuilder() : history_(std::make_unique<MoveHistory>()), reader_(
     position_.history = history_.get();
     position_.ep_square = NO_SQUARE;
     set_fen(position_, START_FEN);
+    pieces_key_ = polyglot_pieces_key(position_);
 }
 
 void BookBuilder::read_line(std::string_view line) {
@@ -87,6 +88,7 @@ void BookBuilder::read_line(std::string_view line) {
 
 void BookBuilder::start_game(std::string_view tag_line) {
     set_fen(position_, START_FEN);
+    pieces_key_ = polyglot_pieces_key(position_);
     reader_.close_brackets();
     result_ = result_in(tag_line);
     plies_ = 0;
@@ -99,13 +101,24 @@ void BookBuilder::play(std::string_view text) {
     ambiguous_moves_ += parsed.matches == 2;
     stopped_ = !parsed.found();
     if (stopped_) return;
-    MoveRecord &record = moves_.find_or_add(polyglot_key(position_), parsed.move);
-    if (result_ == GameResult::DRAW)
-        ++record.draws;
-    else
-        ++(result_ == win_of(position_.side) ? record.wins : record.losses);
-    make_move(position_, parsed.move);
+    MoveTable::Result result = result_ == win_of(position_.side) ? &MoveRecord::wins : &MoveRecord::losses;
+    if (result_ == GameResult::DRAW) result = &MoveRecord::draws;
+    moves_.count(polyglot_key(position_, pieces_key_), parsed.move, result);
+    move_on(parsed.move);
     ++plies_;
+}
+
+// Makes the move and changes the pieces' key with it: wherever a piece has come or gone.
+void BookBuilder::move_on(Move move) {
+    const auto board = position_.board;
+    const Bitboard white = position_.all(WHITE);
+    const Bitboard black = position_.all(BLACK);
+    make_move(position_, move);
+    for (Bitboard changed = (white ^ position_.all(WHITE)) | (black ^ position_.all(BLACK)); changed != 0;) {
+        const Square s = pop_lsb(changed);
+        for (const Piece piece : {board[s], position_.board[s]})
+            if (piece != NO_PIECE) pieces_key_ ^= polyglot_piece_number(piece, s);
+    }
 }
 
 bool BookBuilder::write(const char *path) {
@@ -113,7 +126,7 @@ bool BookBuilder::write(const char *path) {
     std::error_code error;
     std::filesystem::remove(file_path(path), error);
     std::ofstream book(file_path(path), std::ios::binary);
-    write_entries(book, moves_.take_sorted());
+    write_entries(book, moves_.take_sorted(is_kept));
     book.close();
     partial.keep = static_cast<bool>(book);
     return partial.keep;

@@ -22,7 +22,7 @@ public:
     void read_line(std::string_view line);
     // Games begun, and distinct moves found in them.
     int games() const { return games_; }
-    std::size_t moves() const { return moves_.size(); }
+    std::size_t moves() { return moves_.size(); }
     // Words so far that fit two moves.
     int ambiguous_moves() const { return ambiguous_moves_; }
     // Replaces the file. False when it cannot be written; then, and when memory runs out, there is no file. Ends the use
@@ -32,9 +32,11 @@ public:
 private:
     void start_game(std::string_view tag_line);
     void play(std::string_view text);
+    void move_on(Move move);
 
     std::unique_ptr<MoveHistory> history_;
     Position position_;
+    std::uint64_t pieces_key_;
     GameTextReader reader_;
     GameResult result_ = GameResult::UNKNOWN;
     int plies_ = 0;

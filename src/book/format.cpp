@@ -43,13 +43,24 @@ char *store_big_endian(T value, char *bytes) {
 
 }  // namespace
 
-std::uint64_t polyglot_key(const Position &pos) {
+std::uint64_t polyglot_piece_number(Piece piece, Square s) {
+    const int kind = 2 * (type_of(piece) - PAWN) + (colour_of(piece) == WHITE ? 1 : 0);
+    return random64[64 * kind + s];
+}
+
+std::uint64_t polyglot_pieces_key(const Position &pos) {
     std::uint64_t key = 0;
     for (Bitboard pieces = pos.occupied(); pieces != 0;) {
         const Square s = pop_lsb(pieces);
-        const int kind = 2 * (pos.type_on(s) - PAWN) + (colour_of(pos.board[s]) == WHITE ? 1 : 0);
-        key ^= random64[64 * kind + s];
+        key ^= polyglot_piece_number(pos.board[s], s);
     }
+    return key;
+}
+
+std::uint64_t polyglot_key(const Position &pos) { return polyglot_key(pos, polyglot_pieces_key(pos)); }
+
+std::uint64_t polyglot_key(const Position &pos, std::uint64_t pieces_key) {
+    std::uint64_t key = pieces_key;
     for (std::size_t right = 0; right < 4; ++right)
         if ((pos.castling >> right & 1) != 0) key ^= random64[CASTLING_CODES + right];
     if (pos.ep_square != NO_SQUARE && (pawn_attacks(opponent(pos.side), pos.ep_square) & pos.of(pos.side, PAWN)) != 0)

@@ -24,6 +24,11 @@ struct BookEntry {
 // Key of a position in the Polyglot format: an XOR of the published random numbers for its pieces, castling rights, side
 // to move, and the en-passant file when a pawn of the side to move attacks the en-passant square.
 std::uint64_t polyglot_key(const Position &pos);
+// The same from the part of it that a position's pieces make, for who keeps that from move to move: it changes by the
+// numbers of the pieces that appear or disappear.
+std::uint64_t polyglot_key(const Position &pos, std::uint64_t pieces_key);
+std::uint64_t polyglot_pieces_key(const Position &pos);
+std::uint64_t polyglot_piece_number(Piece piece, Square s);
 
 // The next 16 bytes of the file; false when it ends before or inside an entry.
 bool read_book_entry(std::istream &file, BookEntry &entry);

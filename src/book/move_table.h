@@ -1,6 +1,7 @@
 // The moves of many games by position, with their results: what a book is made of.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -15,22 +16,39 @@ struct MoveRecord {
     std::uint32_t draws;
     Move move;
 };
+static_assert(sizeof(MoveRecord) == 24);
 
-// All distinct moves in the order first seen, found through a hash table with open addressing and linear probing.
+// All distinct moves in the order first seen, found through a hash table with open addressing and linear probing: 32 to 40
+// bytes for each of them, 64 for a moment when the records get more room. The table is larger than the processor's caches,
+// so results wait until enough of them have come; by then the memory that they need is near.
 class MoveTable {
 public:
+    using Result = std::uint32_t MoveRecord::*;  // which of the counts
+
     MoveTable() : slots_(std::size_t{1} << 16) {}
 
-    // Valid until the next call.
-    MoveRecord &find_or_add(std::uint64_t key, Move move);
-    std::size_t size() const { return records_.size(); }
-    // The records by ascending key, those of one key in the order first seen. Ends the use of the table.
-    std::vector<MoveRecord> take_sorted();
+    void count(std::uint64_t key, Move move, Result result);
+    // Distinct moves so far.
+    std::size_t size();
+    // The records that are to be kept, by ascending key, those of one key in the order first seen. Ends the use of the
+    // table.
+    std::vector<MoveRecord> take_sorted(bool (*is_kept)(const MoveRecord &record));
 
 private:
+    struct Waiting {
+        std::uint64_t key;
+        Result result;
+        Move move;
+    };
+
+    void count_waiting();
+    std::size_t home(std::uint64_t key, Move move) const;
+    MoveRecord &find_or_add(std::uint64_t key, Move move);
     std::uint32_t &find_slot(std::uint64_t key, Move move);
     void grow();
 
     std::vector<MoveRecord> records_;
     std::vector<std::uint32_t> slots_;
+    std::array<Waiting, 32> waiting_;
+    std::size_t waiting_count_ = 0;
 };

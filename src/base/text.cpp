@@ -17,28 +17,48 @@ std::string_view number_start(std::string_view text) {
     return text;
 }
 
-constexpr std::string_view DIGITS = "0123456789";
 constexpr double LARGEST_NUMBER = 1e15;
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // Length of the decimal number at the start of a text: digits with or without a point, and an exponent; 0 when there is none.
 // "inf", "nan" and hexadecimal numbers are words here.
 std::size_t decimal_length(std::string_view text) {
-    const auto skip_digits = [text](std::size_t i) { return std::min(text.find_first_not_of(DIGITS, i), text.size()); };
-    const auto has = [text](std::size_t i, std::string_view any) {
-        return i < text.size() && any.find(text[i]) != std::string_view::npos;
+    const auto skip_digits = [text](std::size_t i) {
+        while (i < text.size() && is_digit(text[i])) ++i;
+        return i;
     };
-    const std::size_t start = has(0, "-") ? 1 : 0;
+    const auto has = [text](std::size_t i, char c) { return i < text.size() && text[i] == c; };
+    const std::size_t start = has(0, '-') ? 1 : 0;
     std::size_t end = skip_digits(start);
     std::size_t digits = end - start;
-    if (has(end, ".")) {
+    if (has(end, '.')) {
         const std::size_t fraction = end + 1;
         end = skip_digits(fraction);
         digits += end - fraction;
     }
     if (digits == 0) return 0;
-    if (!has(end, "eE")) return end;
-    const std::size_t exponent = end + (has(end + 1, "+-") ? 2 : 1);
-    return has(exponent, DIGITS) ? skip_digits(exponent) : end;
+    if (!has(end, 'e') && !has(end, 'E')) return end;
+    const std::size_t exponent = end + (has(end + 1, '+') || has(end + 1, '-') ? 2 : 1);
+    const std::size_t exponent_end = skip_digits(exponent);
+    return exponent_end > exponent ? exponent_end : end;
+}
+
+// The value of a decimal number. A short one is the quotient of two numbers that are exact, and so the nearest to it.
+double decimal_value(std::string_view number) {
+    constexpr std::size_t SHORT = 15;  // digits and point
+    const bool negative = number.starts_with('-');
+    double digits = 0.0;
+    double power = 1.0;
+    bool point = false;
+    for (const char c : number.substr(negative ? 1 : 0)) {
+        if (number.size() > SHORT || (!is_digit(c) && c != '.'))
+            return std::strtod(std::string(number).c_str(), nullptr);
+        if (is_digit(c)) digits = 10.0 * digits + (c - '0');
+        if (is_digit(c) && point) power *= 10.0;
+        point = point || c == '.';
+    }
+    return (negative ? -digits : digits) / power;
 }
 
 }  // namespace
@@ -54,8 +74,7 @@ std::int64_t leading_integer(std::string_view text) {
 
 double leading_number(std::string_view text) {
     text = number_start(text);
-    const std::string number(text.substr(0, decimal_length(text)));
-    return std::clamp(std::strtod(number.c_str(), nullptr), -LARGEST_NUMBER, LARGEST_NUMBER);
+    return std::clamp(decimal_value(text.substr(0, decimal_length(text))), -LARGEST_NUMBER, LARGEST_NUMBER);
 }
 
 int clamped_integer(std::string_view text, int low, int high) {

@@ -59,6 +59,28 @@ void read_placement(Position &pos, std::string_view field) {
     }
 }
 
+// Of what the text of a rank consists, by its occupied squares: the letter of a file (0 to 7), a count of empty squares
+// (8 for one and so on). So no branch depends on the position: those that did took most of the time.
+struct RankForm {
+    std::array<std::uint8_t, 8> parts;
+    std::uint8_t length;
+};
+constexpr std::array<RankForm, 256> RANK_FORMS = [] {
+    std::array<RankForm, 256> forms{};
+    for (unsigned occupied = 0; occupied < forms.size(); ++occupied) {
+        RankForm &form = forms[occupied];
+        for (unsigned file = 0; file < 8; ++file) {
+            const bool empty = (occupied >> file & 1) == 0;
+            const bool goes_on = empty && file > 0 && (occupied >> (file - 1) & 1) == 0;
+            if (goes_on)
+                ++form.parts[form.length - 1U];
+            else
+                form.parts[form.length++] = static_cast<std::uint8_t>(empty ? 8 : file);
+        }
+    }
+    return forms;
+}();
+
 }  // namespace
 
 FenReading set_fen(Position &pos, std::string_view text) {
@@ -94,30 +116,30 @@ bool drop_impossible_castling(Position &pos) {
     return pos.castling != before;
 }
 
-std::string get_fen(const Position &pos) {
-    std::string fen;
+char *write_fen(const Position &pos, char *end) {
+    constexpr std::string_view LETTERS = " PNBRQK  pnbrqk ";  // by piece
+    std::array<char, 16> parts = {0, 0, 0, 0, 0, 0, 0, 0, '1', '2', '3', '4', '5', '6', '7', '8'};
     for (int rank = 7; rank >= 0; --rank) {
-        int empty = 0;
-        for (int file = 0; file < 8; ++file) {
-            const Piece piece = pos.board[make_square(file, rank)];
-            if (piece == 0) {
-                ++empty;
-                continue;
-            }
-            if (empty != 0) fen += static_cast<char>('0' + empty);
-            empty = 0;
-            fen += (colour_of(piece) == WHITE ? PIECE_LETTERS : BLACK_LETTERS)[type_of(piece)];
-        }
-        if (empty != 0) fen += static_cast<char>('0' + empty);
-        if (rank != 0) fen += '/';
+        const Piece *pieces = &pos.board[make_square(0, rank)];
+        const RankForm &form = RANK_FORMS[pos.occupied() >> 8 * rank & 0xFF];
+        for (std::size_t file = 0; file < 8; ++file) parts[file] = LETTERS[pieces[file]];
+        for (const std::uint8_t part : form.parts) *end++ = parts[part];
+        end -= form.parts.size() - form.length;
+        *end++ = rank != 0 ? '/' : ' ';
     }
-    fen += pos.side == WHITE ? " w " : " b ";
-    if (pos.castling == 0) fen += '-';
+    *end++ = pos.side == WHITE ? 'w' : 'b';
+    *end++ = ' ';
+    if (pos.castling == 0) *end++ = '-';
     for (const CastlingHome &home : CASTLING_HOMES)
-        if ((pos.castling & home.right) != 0) fen += home.letter;
-    fen += ' ';
-    fen += pos.ep_square == NO_SQUARE ? std::string_view("-") : square_name(pos.ep_square);
-    return fen;
+        if ((pos.castling & home.right) != 0) *end++ = home.letter;
+    *end++ = ' ';
+    const std::string_view ep = pos.ep_square == NO_SQUARE ? std::string_view("-") : square_name(pos.ep_square);
+    return std::copy(ep.begin(), ep.end(), end);
+}
+
+std::string get_fen(const Position &pos) {
+    std::array<char, LONGEST_FEN> fen;
+    return {fen.data(), write_fen(pos, fen.data())};
 }
 
 std::string board_text(const Position &pos) {

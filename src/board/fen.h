@@ -1,6 +1,7 @@
 // Text forms of a position: FEN and EPD fields in and out, and the diagram.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,9 @@ FenReading set_fen(Position &pos, std::string_view text);
 
 // The four fields that set_fen reads, normalised.
 std::string get_fen(const Position &pos);
+// The same, written to a place with room for so many characters. Returns the end.
+constexpr std::size_t LONGEST_FEN = 81;  // 64 pieces, the separators between them, and eleven characters more
+char *write_fen(const Position &pos, char *end);
 
 // FEN, diagram and side to move, one text with line feeds; a black pawn shows as 'o'.
 std::string board_text(const Position &pos);

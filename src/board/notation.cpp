@@ -172,8 +172,10 @@ bool read_castling(std::string_view text, MovePattern &pattern) {
 // False when the text is that of no move in any position. A check mark ends it.
 bool read_pattern(std::string_view typed, MovePattern &pattern) {
     constexpr std::size_t LONGEST = 6;  // "e7e8=Q"
-    std::string_view text = typed.substr(0, typed.find('+'));
-    if (text.empty() || text.size() > LONGEST) return false;
+    std::size_t length = 0;
+    while (length < typed.size() && length <= LONGEST && typed[length] != '+') ++length;
+    if (length == 0 || length > LONGEST) return false;
+    std::string_view text = typed.substr(0, length);
     pattern.promotion = take_promotion(text);
     if (text.empty()) {  // "=Q": any pawn that promotes without capturing
         pattern.type = PAWN;

@@ -7,10 +7,11 @@
 
 namespace {
 
-enum CharacterKind : std::uint8_t { OTHER, LETTER, BLANK, CONTROL, BRACE, ROUND_BRACKET };
+// Kinds of characters, one bit each; none for all others.
+enum : std::uint8_t { LETTER = 1, BLANK = 2, CONTROL = 4, BRACE = 8, ROUND_BRACKET = 16 };
 
-constexpr std::array<CharacterKind, 256> CHARACTER_KINDS = [] {
-    std::array<CharacterKind, 256> kinds{};
+constexpr std::array<std::uint8_t, 256> CHARACTER_KINDS = [] {
+    std::array<std::uint8_t, 256> kinds{};
     for (std::size_t c = 0; c < ' '; ++c) kinds[c] = CONTROL;
     for (std::size_t c = 'A'; c <= 'Z'; ++c) kinds[c] = kinds[c + ('a' - 'A')] = LETTER;
     kinds[' '] = BLANK;
@@ -19,8 +20,15 @@ constexpr std::array<CharacterKind, 256> CHARACTER_KINDS = [] {
     return kinds;
 }();
 
-CharacterKind kind_of(char c) { return CHARACTER_KINDS[static_cast<unsigned char>(c)]; }
-bool is_letter(char c) { return kind_of(c) == LETTER; }
+bool is_of(std::uint8_t kinds, char c) { return (CHARACTER_KINDS[static_cast<unsigned char>(c)] & kinds) != 0; }
+bool is_letter(char c) { return is_of(LETTER, c); }
+
+// Length of the text before the first character of some kinds.
+std::size_t length_before(std::uint8_t kinds, std::string_view text) {
+    std::size_t length = 0;
+    while (length < text.size() && !is_of(kinds, text[length])) ++length;
+    return length;
+}
 
 bool may_be_move(std::string_view word, const GameTextRules &rules) {
     if (word.empty()) return false;
@@ -31,6 +39,9 @@ bool may_be_move(std::string_view word, const GameTextRules &rules) {
 
 }  // namespace
 
+GameTextReader::GameTextReader(const GameTextRules &rules)
+    : rules_(rules), brackets_(rules.round_brackets ? BRACE | ROUND_BRACKET : BRACE) {}
+
 void GameTextReader::close_brackets() {
     comment_depth_ = variation_depth_ = 0;
     comment_.clear();
@@ -39,11 +50,6 @@ void GameTextReader::close_brackets() {
 bool GameTextReader::is_tag_line() const {
     if (!rest_.starts_with('[') || (rules_.percent_is_no_tag && rest_.starts_with("[%"))) return false;
     return comment_depth_ == 0 || rules_.tag_lines_in_comments;
-}
-
-bool GameTextReader::is_bracket(char c) const {
-    const CharacterKind kind = kind_of(c);
-    return kind == BRACE || (kind == ROUND_BRACKET && rules_.round_brackets);
 }
 
 void GameTextReader::count_bracket(char c) {
@@ -77,8 +83,7 @@ bool GameTextReader::next(GameTextEvent &event) {
 // Goes on to the next bracket and counts it. True when it completes a comment that is wanted.
 bool GameTextReader::pass_brackets(GameTextEvent &event) {
     const bool was_comment = comment_depth_ > 0;
-    std::size_t length = 0;
-    while (length < rest_.size() && !is_bracket(rest_[length])) ++length;
+    const std::size_t length = length_before(brackets_, rest_);
     const std::string_view passed = rest_.substr(0, length);
     const bool found = length < rest_.size();
     if (found) count_bracket(rest_[length]);
@@ -100,19 +105,15 @@ bool GameTextReader::pass_brackets(GameTextEvent &event) {
 
 // Goes on to what ends the word; past it, when the word is no move. True when it is one.
 bool GameTextReader::take_word(GameTextEvent &event) {
-    const auto in_word = [this](char c) {
-        return kind_of(c) <= LETTER || (kind_of(c) == ROUND_BRACKET && !is_bracket(c));
-    };
-    std::size_t length = 0;
-    while (length < rest_.size() && in_word(rest_[length])) ++length;
+    const std::size_t length = length_before(static_cast<std::uint8_t>(BLANK | CONTROL | brackets_), rest_);
     const std::string_view part = rest_.substr(0, length);
     rest_.remove_prefix(length);
-    if (!rest_.empty() && kind_of(rest_[0]) == CONTROL && !rules_.controls_end_words)
+    if (!rules_.controls_end_words && !rest_.empty() && is_of(CONTROL, rest_[0]))
         word_ += part;
     else if (finish_word(part, event))
         return true;
     if (rest_.empty()) return false;
-    if (is_bracket(rest_[0])) count_bracket(rest_[0]);
+    if (is_of(brackets_, rest_[0])) count_bracket(rest_[0]);
     rest_.remove_prefix(1);
     return false;
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -36,7 +37,7 @@ struct GameTextEvent {
 // Splits lines into events. Any bytes are welcome. One thread.
 class GameTextReader {
 public:
-    explicit GameTextReader(const GameTextRules &rules) : rules_(rules) {}
+    explicit GameTextReader(const GameTextRules &rules);
 
     // Begins the next line, given without its line feed; what was left of the one before is dropped. The text must stay
     // until the line's events have been taken.
@@ -48,13 +49,13 @@ public:
 
 private:
     bool is_tag_line() const;
-    bool is_bracket(char c) const;
     void count_bracket(char c);
     bool pass_brackets(GameTextEvent &event);
     bool take_word(GameTextEvent &event);
     bool finish_word(std::string_view part, GameTextEvent &event);
 
     GameTextRules rules_;
+    std::uint8_t brackets_;  // kinds of characters that are brackets by these rules
     std::string_view rest_;  // of the line
     bool line_open_ = false;
     bool tag_line_ = false;

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/line_reader.h"
 #include "platform/files.h"
@@ -16,13 +18,13 @@ void report_read_error(const LineReader &file, const char *name);
 // A file that a tool writes. An error while writing is reported once, when it is closed.
 class OutputFile {
 public:
-    explicit OutputFile(std::string name) : name_(std::move(name)), file_(open_file(name_.c_str(), "wb")) {}
+    explicit OutputFile(std::string name);
     ~OutputFile() { close(); }
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
 
     bool is_open() const { return file_ != nullptr; }
-    void write(const std::string &text) { std::fwrite(text.data(), 1, text.size(), file_); }
+    void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), file_); }
     void flush() { std::fflush(file_); }
     // Prints one line when not everything could be written.
     void close();
@@ -30,4 +32,5 @@ public:
 private:
     std::string name_;
     std::FILE *file_;
+    std::vector<char> buffer_;
 };

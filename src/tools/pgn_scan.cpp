@@ -1,6 +1,7 @@
 // Games with engine scores in their comments become annotated listings or training records.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -27,12 +28,19 @@ constexpr int NO_COMMENT = -30000;  // score of a move without a comment
 constexpr int NO_NUMBER = -29999;   // score of a move whose comment has none
 constexpr int MATE_COMMENT = 9000;  // "M5/20"
 constexpr int GAMES_PER_LINE = 100;
+constexpr std::size_t LONGEST_MOVE = 15;
 constexpr GameTextRules SCORED_GAMES = {
-    .tag_lines_end_comments = true, .percent_is_no_tag = true, .longest_move = 15, .comments = true};
+    .tag_lines_end_comments = true, .percent_is_no_tag = true, .longest_move = LONGEST_MOVE, .comments = true};
 
 struct ScoredMove {
-    std::string text;
-    int score;  // centipawns, as the comment gives it
+    explicit ScoredMove(std::string_view move) : length(static_cast<std::uint8_t>(move.size())) {
+        std::copy(move.begin(), move.end(), letters.begin());
+    }
+    std::string_view text() const { return {letters.data(), length}; }
+
+    std::array<char, LONGEST_MOVE> letters;
+    std::uint8_t length;
+    int score = NO_COMMENT;  // centipawns, as the comment gives it
 };
 
 struct ScoredGame {
@@ -41,7 +49,7 @@ struct ScoredGame {
 
     int count() const { return static_cast<int>(moves.size()); }
     int score(int i) const { return moves[static_cast<std::size_t>(i)].score; }
-    const std::string &text(int i) const { return moves[static_cast<std::size_t>(i)].text; }
+    std::string_view text(int i) const { return moves[static_cast<std::size_t>(i)].text(); }
 };
 
 // A score as a whole number that cannot be taken for one of the marks.
@@ -70,11 +78,11 @@ int comment_score(std::string_view comment, bool black_moved) {
     const std::size_t slash = comment.find('/');
     if (slash == std::string_view::npos) return NO_NUMBER;
     std::string_view word = comment.substr(0, slash);
-    if (const std::size_t blank = word.find_last_of(" \t"); blank != std::string_view::npos)
-        word = word.substr(blank + 1);
+    word.remove_prefix(word.rfind(' ') + 1);
+    word.remove_prefix(word.rfind('\t') + 1);
+    if (word.find('M') == std::string_view::npos) return centipawns(word);
     if (word.find("-M") != std::string_view::npos) return -MATE_COMMENT;
-    if (word.find("+M") != std::string_view::npos) return MATE_COMMENT;
-    return centipawns(word);
+    return word.find("+M") != std::string_view::npos ? MATE_COMMENT : centipawns(word);
 }
 
 std::string quoted_value(std::string_view tag_line) {
@@ -127,8 +135,22 @@ public:
 private:
     bool in_check() const { return checker_of(pos_, pos_.side) != NO_SQUARE; }
 
-    void record(OutputFile &file, const std::string &text) {
-        file.write(text);
+    // Begins the record of the position before move `i`; the others go on with it, and end it. Most of the time of a scan
+    // goes into these.
+    void begin_record(const ScoredGame &game, int i) {
+        record_end_ = write_fen(pos_, record_.data());
+        add_text(" bm ");
+        add_text(game.text(i));
+        add_text("; ce ");
+        add_number(game.score(i));
+    }
+    void add_text(std::string_view text) { record_end_ = std::copy(text.begin(), text.end(), record_end_); }
+    void add_number(int number) {
+        record_end_ = std::to_chars(record_end_, record_.data() + record_.size(), number).ptr;
+    }
+    void end_record() {
+        add_text(";\n");
+        out_.write({record_.data(), record_end_});
         ++records_;
     }
 
@@ -146,7 +168,7 @@ private:
         const bool white = i % 2 == 0;
         const int score = game.score(i);
         const std::string position_text = get_fen(pos_);
-        const std::string &move = game.text(i);
+        const std::string move(game.text(i));
         std::string comment;
         if (white ? score > -10000 : score >= -9999) comment = format_line("%6.2f", (white ? score : -score) / 100.0);
         const bool mistake = is_mistake(game, i);
@@ -154,7 +176,8 @@ private:
         if (after_mistake_) {
             const std::string best = position_text + " bm " + move + ";";
             comment += " ! " + best;
-            record(corrections_, best + "\n");
+            corrections_.write(best + "\n");
+            ++records_;
         }
         after_mistake_ = mistake;
         const std::string prefix = white ? format_line("%3d. ", i / 2 + 1) : std::string(5, ' ');
@@ -170,16 +193,23 @@ private:
         constexpr int CHANGE_PLIES = 37;
         if (game.count() < SHORTEST_GAME || i < FIRST || i > std::min(game.count() - LAST_MARGIN, LAST)) return;
         if (pos_.fifty >= CLOCK_LIMIT || i - last_change_ > CHANGE_PLIES || in_check()) return;
-        record(out_, format_line("%s bm %s; ce %d; c6 %d; c9 \"%s\";\n", get_fen(pos_).c_str(), game.text(i).c_str(),
-                                 game.score(i), game.score(i + 6), result_text(game.result)));
+        begin_record(game, i);
+        add_text("; c6 ");
+        add_number(game.score(i + 6));
+        add_text("; c9 \"");
+        add_text(result_text(game.result));
+        add_text("\"");
+        end_record();
     }
 
     bool write_scored_position(const ScoredGame &game, int i) {
         constexpr int LAST = 200;
         constexpr int DECIDED = 500;
         if (i > LAST) return false;
-        if (!in_check())
-            record(out_, format_line("%s bm %s; ce %d;\n", get_fen(pos_).c_str(), game.text(i).c_str(), game.score(i)));
+        if (!in_check()) {
+            begin_record(game, i);
+            end_record();
+        }
         return std::abs(game.score(i)) <= DECIDED;
     }
 
@@ -189,14 +219,17 @@ private:
             return;
         const double of_white = points_of_white(game.result);
         const double result = pos_.side == WHITE ? of_white : 1.0 - of_white;
-        record(out_, format_line("%s bm %s; ce %d; tune %0.5f;\n", get_fen(pos_).c_str(), game.text(i).c_str(),
-                                 game.score(i), result));
+        begin_record(game, i);
+        add_text(format_line("; tune %0.5f", result));
+        end_record();
     }
 
     Position &pos_;
     int variant_;
     OutputFile &out_;
     OutputFile &corrections_;
+    std::array<char, LONGEST_FEN + 100> record_;
+    char *record_end_ = nullptr;
     int records_ = 0;
     bool after_mistake_ = false;
     int last_change_ = 0;  // ply at which the material last changed
@@ -247,7 +280,7 @@ private:
     }
 
     void read_move(std::string_view move) {
-        if (game_.count() < MAX_GAME_MOVES) game_.moves.push_back({std::string(move), NO_COMMENT});
+        if (game_.count() < MAX_GAME_MOVES) game_.moves.emplace_back(move);
     }
 
     void read_comment(std::string_view comment) {

@@ -202,16 +202,28 @@ Bitboard pawn_origins(const Position &pos, Square to) {
     return origins | ((behind | (back(behind & empty) & second_rank)) & pawns);
 }
 
+// Those of some pieces with nothing between them and a square. The large tables of slider attacks are not in the cache
+// of who reads games.
+Bitboard with_clear_path(Bitboard pieces, Square to, Bitboard occupied) {
+    Bitboard clear = 0;
+    while (pieces != 0) {
+        const Square from = pop_lsb(pieces);
+        if ((between(from, to) & occupied) == 0) clear |= bit(from);
+    }
+    return clear;
+}
+
 // Own pieces of a type that reach a square, castling aside; none when it is occupied by an own piece.
 Bitboard piece_origins(const Position &pos, PieceType type, Square to) {
+    const Bitboard pieces = pos.of(pos.side, type);
     if ((pos.all(pos.side) & bit(to)) != 0) return 0;
     switch (type) {
     case PAWN: return pawn_origins(pos, to);
-    case KNIGHT: return knight_attacks(to) & pos.of(pos.side, KNIGHT);
-    case BISHOP: return bishop_attacks(to, pos.occupied()) & pos.of(pos.side, BISHOP);
-    case ROOK: return rook_attacks(to, pos.occupied()) & pos.of(pos.side, ROOK);
-    case QUEEN: return queen_attacks(to, pos.occupied()) & pos.of(pos.side, QUEEN);
-    case KING: return king_attacks(to) & pos.of(pos.side, KING) & bit(pos.king_square[pos.side]);
+    case KNIGHT: return knight_attacks(to) & pieces;
+    case BISHOP: return with_clear_path(bishop_span(to) & pieces, to, pos.occupied());
+    case ROOK: return with_clear_path(rook_span(to) & pieces, to, pos.occupied());
+    case QUEEN: return with_clear_path((bishop_span(to) | rook_span(to)) & pieces, to, pos.occupied());
+    case KING: return king_attacks(to) & pieces & bit(pos.king_square[pos.side]);
     default: return 0;
     }
 }

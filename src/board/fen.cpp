@@ -9,6 +9,15 @@ namespace {
 
 constexpr std::string_view BLACK_LETTERS = " pnbrqk";
 
+constexpr std::array<Piece, 256> LETTER_PIECES = [] {
+    std::array<Piece, 256> pieces{};
+    for (const PieceType type : PIECE_TYPES) {
+        pieces[static_cast<unsigned char>(PIECE_LETTERS[type])] = make_piece(WHITE, type);
+        pieces[static_cast<unsigned char>(BLACK_LETTERS[type])] = make_piece(BLACK, type);
+    }
+    return pieces;
+}();
+
 struct CastlingHome {
     int right;
     char letter;
@@ -45,15 +54,9 @@ void read_placement(Position &pos, std::string_view field) {
             s = make_square(std::min(file_of(s) + skip, 7), rank_of(s));
             continue;
         }
-        PieceType type = type_of_letter(c);
-        Colour colour = WHITE;
-        if (type == NO_TYPE) {
-            type = type_of_letter(c, BLACK_LETTERS);
-            colour = BLACK;
-        }
-        if (type != NO_TYPE) {
+        if (const Piece piece = LETTER_PIECES[static_cast<unsigned char>(c)]; piece != NO_PIECE) {
             remove_piece(pos, s);
-            put_piece(pos, make_piece(colour, type), s);
+            put_piece(pos, piece, s);
         }
         if (file_of(s) != 7) ++s;
     }

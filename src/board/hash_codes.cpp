@@ -55,8 +55,10 @@ bool generate_hash_codes() {
 
 std::uint64_t compute_key(const Position &pos) {
     std::uint64_t key = hash_codes[0][pos.castling];
-    for (const Square s : ALL_SQUARES)
-        if (pos.board[s] != 0) key ^= hash_codes[pos.board[s]][s];
+    for (Bitboard pieces = pos.occupied(); pieces != 0;) {
+        const Square s = pop_lsb(pieces);
+        key ^= hash_codes[pos.board[s]][s];
+    }
     if (pos.ep_square != NO_SQUARE) key ^= hash_codes[0][pos.ep_square];
     return (key & ~std::uint64_t{1}) | pos.side;
 }

@@ -57,6 +57,13 @@ std::vector<Move> playable(const Position &pos, const std::vector<Move> &wanted)
     return found;
 }
 
+// At least 1.
+int root_move_count(const Engine &engine) {
+    if (!engine.shared.root_moves.empty()) return static_cast<int>(engine.shared.root_moves.size());
+    MoveList list;
+    return std::max(static_cast<int>(gen_legal(engine.game.position, list.data()) - list.data()), 1);
+}
+
 void reset_shared_state(Engine &engine) {
     SearchShared &shared = engine.shared;
     const Settings &settings = engine.settings;
@@ -68,10 +75,7 @@ void reset_shared_state(Engine &engine) {
     reset_result(shared.result);
     shared.tb_depths = {settings.SyzygyProbeDepth5, settings.SyzygyProbeDepth6};
     shared.multi_pv = settings.MultiPV;
-    MoveList list;
-    auto root_moves = static_cast<int>(gen_legal(engine.game.position, list.data()) - list.data());
-    if (!shared.root_moves.empty()) root_moves = static_cast<int>(shared.root_moves.size());
-    shared.pv_lines = std::clamp<int>(settings.MultiPV, 1, std::max(root_moves, 1));
+    shared.pv_lines = settings.MultiPV > 1 ? std::min<int>(settings.MultiPV, root_move_count(engine)) : 1;
     const std::lock_guard<std::mutex> guard(shared.stats_lock);
     shared.nodes_by_depth.fill(0);
 }

@@ -1,5 +1,7 @@
 // Iterative deepening: what a thread does from a search's start to its end.
 #include <algorithm>
+#include <cstring>
+#include <type_traits>
 
 #include "board/checks.h"
 #include "board/legality.h"
@@ -21,12 +23,17 @@ std::uint32_t next_random(std::uint32_t state) { return state * 19375 + 98765432
 
 void set_iteration(SearchThread &thread, int depth) { thread.eval.iteration = static_cast<std::uint8_t>(depth); }
 
+// Whole tables at a time: short searches would spend much of their time here otherwise.
 void reset_ordering(SearchThread &thread) {
-    for (auto &by_type : thread.ordering.history)
-        for (auto &by_piece : by_type)
-            std::fill(std::begin(by_piece), std::end(by_piece), static_cast<std::uint16_t>(HISTORY_START));
-    std::fill_n(&thread.ordering.countermove[0][0][0], 2 * 16 * 64, NO_MOVE);
-    std::fill_n(&thread.ordering.followup[0][0], 16 * 64, NO_MOVE);
+    static_assert(NO_MOVE == 0 && std::is_trivially_copyable_v<OrderingTables>);
+    OrderingTables &tables = thread.ordering;
+    std::fill_n(&tables.history[0][0][0], 64, static_cast<std::uint16_t>(HISTORY_START));
+    for (std::size_t piece = 1; piece < std::size(tables.history[0]); ++piece)
+        std::memcpy(tables.history[0][piece], tables.history[0][0], sizeof tables.history[0][0]);
+    for (std::size_t type = 1; type < std::size(tables.history); ++type)
+        std::memcpy(tables.history[type], tables.history[0], sizeof tables.history[0]);
+    std::memset(tables.countermove, 0, sizeof tables.countermove);
+    std::memset(tables.followup, 0, sizeof tables.followup);
     for (PlyRecord &record : thread.plies)
         record.hash_move = record.killer1 = record.killer2 = record.check_killer = NO_MOVE;
 }
@@ -59,13 +66,21 @@ void initialise_root(SearchThread &thread) {
     evaluate_root(thread);
 }
 
-void generate_root_moves(SearchThread &thread) {
+// With `one` a legal move at most: all that counts is whether there is one.
+void generate_root_moves(SearchThread &thread, bool one) {
     const Position &pos = thread.position;
     PlyRecord &root = thread.plies[ROOT_PLY];
     MoveEntry *end = gen_moves(pos, pos.side, root.list, root.checker);
-    end = std::remove_if(root.list, end, [&](const MoveEntry &entry) {
+    const auto is_left_out = [&](const MoveEntry &entry) {
         return !is_legal(pos, pos.side, entry.move) || !may_be_searched(*thread.shared, entry.move);
-    });
+    };
+    if (one) {
+        MoveEntry *first = std::find_if_not(root.list, end, is_left_out);
+        if (first != end) *root.list = *first;
+        end = root.list + (first != end ? 1 : 0);
+    } else {
+        end = std::remove_if(root.list, end, is_left_out);
+    }
     terminate_list(end);
     close_list(thread, ROOT_PLY, end);
     thread.root_count = static_cast<int>(end - root.list);
@@ -190,9 +205,9 @@ void search_quiescence_only(SearchThread &thread) {
 }
 
 // Everything between the root's moves and the end. Whether the iterations were begun and went their way.
-void search_position(SearchThread &thread) {
+void search_position(SearchThread &thread, bool quiescence_only) {
     SearchShared &shared = *thread.shared;
-    if (shared.max_depth < 1) {
+    if (quiescence_only) {
         search_quiescence_only(thread);
         return;
     }
@@ -221,11 +236,12 @@ void search_thread(SearchThread &thread) {
     }
     reset_ordering(thread);
     initialise_root(thread);
-    generate_root_moves(thread);
+    const bool quiescence_only = shared.max_depth < 1;
+    generate_root_moves(thread, quiescence_only && thread.is_main());
     if (thread.root_count == 0) {
         report_no_move(thread);
         return;
     }
-    search_position(thread);
+    search_position(thread, quiescence_only);
     if (thread.is_main() && !thread.stopped()) shared.stop_flag = STOP_REPORT;
 }

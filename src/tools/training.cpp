@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "base/output.h"
 #include "base/progress.h"
@@ -41,7 +42,7 @@ bool read_training_record(std::string_view line, TrainingRecord &record) {
     const GameResult result = result_in(text);
     if (result == GameResult::UNKNOWN) return false;
     record.result = points_of_white(result);
-    record.fen = epd.fen;
+    record.fen = std::move(epd.fen);
     record.ce = clamped_integer(epd.ce, -32768, 32767);
     record.c6 = epd.c6.empty() ? record.ce : clamped_integer(epd.c6, -32768, 32767);
     return true;

@@ -14,6 +14,7 @@
 #include "platform/interrupt.h"
 #include "platform/process.h"
 #include "platform/processor.h"
+#include "search/threads.h"
 
 namespace {
 
@@ -53,6 +54,7 @@ void run_engine(FrontEnd &front) {
     Engine &engine = front.engine;
     const double seconds = calibrate_speed(engine);
     print_format("info string et= %.3f, calibration nps= %0.0f", seconds, engine.calibrated_nps);
+    warm_table(engine.shared);  // not before: it would take part of the speed
     set_up_tablebases(engine, engine.settings.SyzygyPath.view());
     run_loop(front);
 }

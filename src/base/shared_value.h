@@ -22,6 +22,11 @@ public:
     operator T() const { return load(); }  // NOLINT(google-explicit-constructor): stands in for a T
     T load() const { return value_.load(std::memory_order_relaxed); }
     void store(T value) { value_.store(value, std::memory_order_relaxed); }
+    // A write for the memory system: 0 where there was 0, and nothing else. Misses no other thread's write.
+    void touch() {
+        T zero{};
+        value_.compare_exchange_strong(zero, T{}, std::memory_order_relaxed);
+    }
     SharedValue &operator++() {
         store(static_cast<T>(load() + 1));
         return *this;

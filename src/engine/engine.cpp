@@ -85,7 +85,6 @@ bool allocate_table(Engine &engine) {
     SearchShared &shared = engine.shared;
     if (!tt_allocate(shared.table, engine.settings.Hash)) return false;
     shared.reporter.say(format_line("info string allocated %d Mbytes for hash table\n", engine.settings.Hash));
-    if (busy_threads(shared.pool) == 0) clear_table(shared);
     return true;
 }
 

@@ -21,10 +21,14 @@ void fit_table(Engine &engine) {
     SearchShared &shared = engine.shared;
     TranspositionTable &table = shared.table;
     const int megabytes = engine.settings.Hash;
-    if (megabytes != table.megabytes && !allocate_table(engine)) {
-        shared.reporter.fail(Failure::HASH_TABLE, "not enough memory for the hash table");
-        engine.settings.Hash = 0;
-        if (!allocate_table(engine)) table.enabled = 0;
+    if (megabytes != table.megabytes) {
+        if (allocate_table(engine)) {
+            warm_table(shared);
+        } else {
+            shared.reporter.fail(Failure::HASH_TABLE, "not enough memory for the hash table");
+            engine.settings.Hash = 0;
+            if (!allocate_table(engine)) table.enabled = 0;
+        }
     }
     if (engine.settings.Hash < 1 && table.enabled != 0) {
         table.enabled = 0;

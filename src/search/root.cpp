@@ -230,7 +230,9 @@ void set_line(SearchThread &thread, Move first, const Line &rest, int score) {
 void search_thread(SearchThread &thread) {
     SearchShared &shared = *thread.shared;
     refresh_eval_caches(thread.eval);
-    if (!thread.is_main()) {
+    if (thread.is_main()) {
+        shared.table.fresh = false;
+    } else {
         while (shared.iteration <= 1 && !thread.stopped()) sleep_ms(1);
         if (thread.stopped()) return;
     }

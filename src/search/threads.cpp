@@ -191,18 +191,25 @@ void wait_until_idle(const ThreadPool &pool) {
 
 void clear_table(SearchShared &shared) {
     const ThreadPool &pool = shared.pool;
+    tt_pause_warming(shared.table);
     if (pool.size <= 1) {
         tt_clear_slice(shared.table, 0, 1);
     } else {
         for (int i = 0; i < pool.size; ++i) give_command(search_thread_at(pool, i), COMMAND_CLEAR_HASH);
         wait_until_idle(pool);
     }
-    shared.table.fresh = false;
+    tt_resume_warming(shared.table);
 }
 
 void clear_table_if_idle(SearchShared &shared) {
-    if (shared.table.entries != nullptr && shared.table.enabled != 0 && busy_threads(shared.pool) == 0)
+    const TranspositionTable &table = shared.table;
+    if (table.entries != nullptr && table.enabled != 0 && busy_threads(shared.pool) == 0 && !table.fresh)
         clear_table(shared);
+}
+
+void warm_table(SearchShared &shared) {
+    // Beyond that each page is to lie on the node of the thread that needs it first.
+    if (shared.table.entries != nullptr && shared.pool.size <= NUMA_THRESHOLD) tt_warm(shared.table);
 }
 
 void set_trace_level(SearchShared &shared, int level) {

@@ -27,8 +27,10 @@ void wait_until_idle(const ThreadPool &pool);
 
 // Zeroes the transposition table, with all threads. None of them busy.
 void clear_table(SearchShared &shared);
-// clear_table when a table is in use and no thread is busy.
+// clear_table when a table is in use that a search has written to, and no thread is busy.
 void clear_table_if_idle(SearchShared &shared);
+// Has memory found for a fresh table while nobody searches yet.
+void warm_table(SearchShared &shared);
 
 // Writes the moves made up to this ply to the trace file; 0 ends that. Any search thread may be running.
 void set_trace_level(SearchShared &shared, int level);

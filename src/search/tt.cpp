@@ -1,6 +1,8 @@
 #include "search/tt.h"
 
+#include <algorithm>
 #include <cstring>
+#include <system_error>
 
 #include "platform/pages.h"
 
@@ -13,7 +15,11 @@ constexpr int STORED_MATE_THRESHOLD = 9699;
 constexpr int SAME_POSITION_DEPTH_SLACK = 3;
 constexpr int NEW_POSITION_DEPTH_SLACK = 7;
 
-std::size_t table_bytes(const TranspositionTable &table) { return (table.count + SLACK_ENTRIES) * sizeof(TtEntry); }
+constexpr std::size_t ENTRIES_PER_PAGE = 256;          // of 4 KB,
+constexpr std::size_t ENTRIES_PER_HUGE_PAGE = 131072;  // of 2 MB
+
+std::size_t all_entries(const TranspositionTable &table) { return table.count + SLACK_ENTRIES; }
+std::size_t table_bytes(const TranspositionTable &table) { return all_entries(table) * sizeof(TtEntry); }
 
 // White's positions (even keys) fill the table from its start, Black's (odd keys) from its end, so that a size that is
 // no power of two is still used whole.
@@ -51,7 +57,21 @@ TtEntry *victim(TtEntry *start, int depth, int age) {
     return depth >= entry_depth(shallowest) - NEW_POSITION_DEPTH_SLACK ? shallowest : nullptr;
 }
 
+// The warmer's work.
+void warm(TranspositionTable &table) {
+    std::size_t cold = table.cold;
+    while (cold > 0 && table.warmer_stops == 0) {
+        TtEntry *start = table.entries + (all_entries(table) - cold);
+        const std::size_t count = std::min(cold, ENTRIES_PER_HUGE_PAGE);
+        for (std::size_t i = 0; i < count; i += ENTRIES_PER_PAGE) start[i].key_word.touch();
+        cold -= count;
+    }
+    table.cold = cold;  // once, as every node reads the record
+}
+
 void release(TranspositionTable &table) {
+    tt_pause_warming(table);
+    table.cold = 0;
     if (table.entries != nullptr) free_pages(table.entries, table_bytes(table));
     table.entries = nullptr;
     table.count = 0;
@@ -91,16 +111,33 @@ void tt_next_age(TranspositionTable &table) {
     table.age = static_cast<std::uint16_t>(table.age >= OLDEST ? 1 : table.age + 1);
 }
 
+void tt_warm(TranspositionTable &table) {
+    tt_pause_warming(table);
+    table.cold = all_entries(table);
+    tt_resume_warming(table);
+}
+
+void tt_pause_warming(TranspositionTable &table) {
+    table.warmer_stops = 1;
+    if (table.warmer.joinable()) table.warmer.join();
+}
+
+void tt_resume_warming(TranspositionTable &table) {
+    if (table.cold == 0) return;
+    table.warmer_stops = 0;
+    try {
+        table.warmer = std::thread([&table] { warm(table); });
+    } catch (const std::system_error &) {  // searches find the memory
+    }
+}
+
 void tt_clear_slice(TranspositionTable &table, int index, int count) {
-    const std::size_t total = table.count + SLACK_ENTRIES;
+    const std::size_t total = all_entries(table) - table.cold;
     const std::size_t slice = total / static_cast<std::size_t>(count);
     const std::size_t first = static_cast<std::size_t>(index) * slice;
     const std::size_t last = index == count - 1 ? total : first + slice;
-    const std::size_t bytes = (last - first) * sizeof(TtEntry);
-    if (table.fresh)
-        touch_fresh_pages(table.entries + first, bytes);
-    else
-        std::memset(static_cast<void *>(table.entries + first), 0, bytes);
+    std::memset(static_cast<void *>(table.entries + first), 0, (last - first) * sizeof(TtEntry));
+    if (index == count - 1 && table.cold != 0) renew_pages(table.entries + last, table.cold * sizeof(TtEntry));
 }
 
 TtHit tt_probe(const TranspositionTable &table, const Position &pos) {

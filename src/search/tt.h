@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <thread>
 
 #include "base/shared_value.h"
 #include "board/position.h"
@@ -37,8 +38,12 @@ struct TranspositionTable {
     SharedValue<std::uint8_t> enabled{1};
     std::uint16_t age = 0;     // of the running search, 1..15
     int megabytes = 0;         // of the allocated table
-    bool fresh = false;        // straight from the system: all 0, but without memory behind it
+    bool fresh = false;        // straight from the system, and no search has written to it: all 0
     bool off_by_size = false;  // a size of 0 has switched the table off
+    // Has the system find memory before a search needs it; see tt_warm.
+    std::thread warmer;
+    SharedValue<std::uint8_t> warmer_stops{0};
+    std::size_t cold = 0;  // entries at the end that the warmer still has to reach. Written by it while it runs
 
     TranspositionTable() = default;
     ~TranspositionTable();
@@ -46,13 +51,20 @@ struct TranspositionTable {
     TranspositionTable &operator=(const TranspositionTable &) = delete;
 };
 
-// Takes memory for a table of that size in place of the old one. It is marked fresh until somebody has cleared it; see
-// clear_table in threads.h. False, and no table, when there is not enough memory. No search running.
+// Takes memory for a table of that size in place of the old one. The system finds memory for a page, and zeroes it, when it
+// is first written to. False, and no table, when there is not enough memory. No search running.
 bool tt_allocate(TranspositionTable &table, int megabytes);
 // Gives the memory back; the table is as it was made.
 void tt_free(TranspositionTable &table);
 
-// Zeroes slice `index` of `count`, or finds memory for it in a fresh table.
+// Starts a thread that goes through a fresh table once, so that searches wait for less of its memory. They may run at the
+// same time.
+void tt_warm(TranspositionTable &table);
+// Ends that thread before its time, and has it go on from there. Between them the caller may clear the table.
+void tt_pause_warming(TranspositionTable &table);
+void tt_resume_warming(TranspositionTable &table);
+
+// Zeroes slice `index` of `count`. What is cold goes back to the system, with the last slice.
 void tt_clear_slice(TranspositionTable &table, int index, int count);
 // The next search is a new one: entries of earlier ones go first.
 void tt_next_age(TranspositionTable &table);

@@ -150,8 +150,9 @@ TEST_F(ThreadsTest, CountersAreSummedAndReset) {
     }
 }
 
+// Also where the warmer has not got to the end of the table, or has not begun.
 TEST_F(ThreadsTest, AllThreadsClearTheTable) {
-    const TranspositionTable &table = shared.table;
+    TranspositionTable &table = shared.table;
     const auto clears = [&] {
         for (std::size_t i = 0; i < table.count + 16; ++i) table.entries[i].data_word = i + 1;
         clear_table_if_idle(shared);
@@ -159,9 +160,12 @@ TEST_F(ThreadsTest, AllThreadsClearTheTable) {
     };
     for (const int threads : {1, 2, 3, 7}) {
         start(threads);
-        clear_table(shared);
-        EXPECT_FALSE(table.fresh);
-        EXPECT_TRUE(clears()) << threads;
+        search_to_depth(1);
+        for (const std::size_t reached : {0U, 131072U, 262144U, 262160U}) {
+            tt_pause_warming(table);
+            table.cold = table.count + 16 - reached;
+            EXPECT_TRUE(clears()) << threads << ' ' << reached;
+        }
     }
     record(6).command.store(50);  // none that it knows
     EXPECT_FALSE(clears());

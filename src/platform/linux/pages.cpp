@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
@@ -32,11 +31,6 @@ void free_pages(void *block, std::size_t bytes) {
     if (block != nullptr) munmap(block, round_up(bytes, HUGE_PAGE));
 }
 
-void touch_fresh_pages(void *start, std::size_t bytes) {
-#ifdef MADV_POPULATE_WRITE
-    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t offset = reinterpret_cast<std::uintptr_t>(start) % page;
-    if (madvise(static_cast<char *>(start) - offset, bytes + offset, MADV_POPULATE_WRITE) == 0) return;
-#endif
-    std::memset(start, 0, bytes);
+void renew_pages(void *start, std::size_t bytes) {
+    if (madvise(start, bytes, MADV_DONTNEED) != 0) std::memset(start, 0, bytes);
 }

@@ -52,4 +52,5 @@ void free_pages(void *block, std::size_t) {
         VirtualFree(known.AllocationBase, 0, MEM_RELEASE);
 }
 
-void touch_fresh_pages(void *start, std::size_t bytes) { std::memset(start, 0, bytes); }
+// Memory that is given back may be somebody else's before it can be had again.
+void renew_pages(void *start, std::size_t bytes) { std::memset(start, 0, bytes); }

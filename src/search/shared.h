@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -42,6 +43,9 @@ struct ThreadPool {
     };
     std::array<Entry, MAX_THREADS> entries;
     int size = 0;
+    // The last thread to finish its command wakes who waits for that.
+    mutable std::mutex idle_lock;
+    mutable std::condition_variable all_idle;
 };
 
 // The published result. Written by thread 0 (and at a search start), read by the caller.

@@ -44,9 +44,11 @@ void initialise_record(SearchThread &thread, SearchShared &shared, int index) {
     thread.plies[ROOT_PLY].list = thread.plies[ROOT_PLY].current = thread.move_stack.data() + 1;
 }
 
-// Whoever waits for the answer looks again and again.
 void finish_command(SearchThread &thread, ThreadCommand answer) {
+    const ThreadPool &pool = thread.shared->pool;
+    const std::lock_guard<std::mutex> lock(pool.idle_lock);
     thread.command.store(answer, std::memory_order_release);
+    if (busy_threads(pool) == 0) pool.all_idle.notify_all();
 }
 
 void carry_out_commands(SearchThread &thread) {
@@ -186,7 +188,8 @@ int busy_threads(const ThreadPool &pool) {
 }
 
 void wait_until_idle(const ThreadPool &pool) {
-    while (busy_threads(pool) != 0) sleep_ms(1);
+    std::unique_lock<std::mutex> lock(pool.idle_lock);
+    pool.all_idle.wait(lock, [&pool] { return busy_threads(pool) == 0; });
 }
 
 void clear_table(SearchShared &shared) {

@@ -22,7 +22,7 @@ void start_search_threads(SearchShared &shared);
 
 // Number of threads that have not finished their command.
 int busy_threads(const ThreadPool &pool);
-// Sleeps in steps of 1 ms until no thread is busy.
+// Sleeps until no thread is busy.
 void wait_until_idle(const ThreadPool &pool);
 
 // Zeroes the transposition table, with all threads. None of them busy.

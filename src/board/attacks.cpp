@@ -1,5 +1,6 @@
 #include "board/attacks.h"
 
+#include <bit>
 #include <utility>
 
 #include "board/magics.h"
@@ -47,35 +48,51 @@ constexpr std::size_t BISHOP_SETS = 5248;
 std::array<Bitboard, ROOK_SETS> rook_sets;
 std::array<Bitboard, BISHOP_SETS> bishop_sets;
 
+// The first two go towards higher squares, the others towards lower ones.
 using Directions = std::array<std::pair<int, int>, 4>;
-constexpr Directions ROOK_DIRECTIONS = {{{0, 1}, {0, -1}, {1, 0}, {-1, 0}}};
-constexpr Directions BISHOP_DIRECTIONS = {{{1, 1}, {1, -1}, {-1, 1}, {-1, -1}}};
+constexpr Directions ROOK_DIRECTIONS = {{{0, 1}, {1, 0}, {0, -1}, {-1, 0}}};
+constexpr Directions BISHOP_DIRECTIONS = {{{1, 1}, {-1, 1}, {1, -1}, {-1, -1}}};
+using Lines = std::array<Bitboard, 4>;
 
-// Walks the lines from a square to their first blockers. With `inner` the last square of each line stays out: whether it
-// is occupied makes no difference.
-Bitboard walk_lines(Square s, const Directions &directions, Bitboard occupied, bool inner) {
+Lines lines_from(Square s, const Directions &directions) {
+    Lines lines{};
+    for (std::size_t i = 0; i < lines.size(); ++i) lines[i] = ray_from(s, directions[i].first, directions[i].second);
+    return lines;
+}
+
+Bitboard union_of(const Lines &lines) { return lines[0] | lines[1] | lines[2] | lines[3]; }
+
+Bitboard highest_bit(Bitboard set) { return std::bit_floor(set); }
+
+// The lines up to their first blockers: towards higher squares what a subtraction of 1 borrows across, towards lower ones
+// what is not below the highest blocker.
+Bitboard cut_lines(const Lines &lines, Bitboard occupied) {
     Bitboard set = 0;
-    for (const auto &[files, ranks] : directions) {
-        for (Square to = step(s, files, ranks); to != NO_SQUARE; to = step(to, files, ranks)) {
-            if (inner && step(to, files, ranks) == NO_SQUARE) break;
-            set |= bit(to);
-            if ((occupied & bit(to)) != 0) break;
-        }
-    }
+    for (const Bitboard line : {lines[0], lines[1]}) set |= line & ((line & occupied) ^ ((line & occupied) - 1));
+    for (const Bitboard line : {lines[2], lines[3]}) set |= line & -highest_bit((line & occupied) | 1);
+    return set;
+}
+
+// Whether the last square of a line is occupied makes no difference.
+Bitboard blocker_mask(const Lines &lines) {
+    Bitboard set = 0;
+    for (const Bitboard line : {lines[0], lines[1]}) set |= line & ~highest_bit(line);
+    for (const Bitboard line : {lines[2], lines[3]}) set |= line & (line - 1);
     return set;
 }
 
 void build_slider_tables(std::array<SliderTable, 64> &tables, const std::array<std::uint64_t, 64> &magics,
                          const Directions &directions, Bitboard *sets) {
     for (const Square s : ALL_SQUARES) {
+        const Lines lines = lines_from(s, directions);
         SliderTable &table = tables[s];
-        table.mask = walk_lines(s, directions, 0, true);
+        table.mask = blocker_mask(lines);
         table.magic = magics[s];
         table.attacks = sets;
         table.shift = 64 - popcount(table.mask);
         Bitboard blockers = 0;
         do {
-            sets[table.index(blockers)] = walk_lines(s, directions, blockers, false);
+            sets[table.index(blockers)] = cut_lines(lines, blockers);
             blockers = (blockers - table.mask) & table.mask;  // the next subset of the mask
         } while (blockers != 0);
         sets += std::size_t{1} << popcount(table.mask);
@@ -95,8 +112,8 @@ void init_attacks() {
         t.pawn[BLACK][s] = steps(s, {{-1, -1}, {1, -1}});
         t.north[s] = ray_from(s, 0, 1);
         t.south[s] = ray_from(s, 0, -1);
-        t.rook_span[s] = walk_lines(s, ROOK_DIRECTIONS, 0, false);
-        t.bishop_span[s] = walk_lines(s, BISHOP_DIRECTIONS, 0, false);
+        t.rook_span[s] = union_of(lines_from(s, ROOK_DIRECTIONS));
+        t.bishop_span[s] = union_of(lines_from(s, BISHOP_DIRECTIONS));
         for (const Square other : ALL_SQUARES) t.between[s][other] = squares_between(s, other);
     }
     for (const Square s : ALL_SQUARES) {

@@ -52,7 +52,15 @@ UndoEntry &push_entry(Position &pos, Move m, PieceType captured) {
     MoveHistory &history = *pos.history;
     assert(history.undo_count < HISTORY_SIZE - 1);
     UndoEntry &entry = history.undo[history.undo_count];
-    entry = {pos.key, pos.pawn_key, m, captured, pos.ep_square, pos.fifty, pos.castling};
+    // Field by field: a whole entry would be put together elsewhere from small pieces and copied from there in large ones,
+    // which has to wait until the small ones have reached the cache.
+    entry.key = pos.key;
+    entry.pawn_key = pos.pawn_key;
+    entry.move = m;
+    entry.captured = captured;
+    entry.ep_square = pos.ep_square;
+    entry.fifty = pos.fifty;
+    entry.castling = pos.castling;
     ++history.undo_count;
     ++history.ply;
     history.current_move = m;

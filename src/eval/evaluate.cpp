@@ -176,9 +176,8 @@ int evaluate(const Position &pos, EvalThread &thread, int ply, bool in_check, Ev
     const int score = for_side(pos.side, unscaled * scale / FULL_SCALE);
 
     for (const Colour c : {WHITE, BLACK})
-        result.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);
+        result.threat_level[c] = entry.threat_level[c] = static_cast<std::int16_t>(scratch.side[c].threat_level);
     entry.key = pos.key;
-    std::copy_n(result.threat_level, 2, entry.threat_level);
     entry.score = static_cast<std::int16_t>(score);
     if (display != nullptr) fill_display(*display, scratch, scale);
     return score;

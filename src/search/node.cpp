@@ -335,6 +335,7 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
     if (depth >= 0) {
         probe = probe_hash(node, depth, alpha, beta);
         if (probe.cut) return probe.score;
+        if (record.hash_move != NO_MOVE) prefetch_child(thread, record.hash_move, depth - 1);
     }
 
     // 7. Endgame tablebases

@@ -69,10 +69,10 @@ int quiesce(SearchThread &thread, int ply, int depth, int alpha, int beta, NodeT
     while (const MoveEntry *entry = pick_next(thread, ply)) {
         if (depth < RECAPTURE_DEPTH && to_square(entry->move) != last_target) continue;
         if (is_futile(pos, side, *entry, stand, best - margin)) continue;
+        prefetch_child(thread, entry->move, depth - 1);
         if (loses_exchange(pos, *entry)) continue;
         if (is_null(entry) || !is_legal(pos, side, entry->move, pins)) continue;
 
-        prefetch_child(thread, entry->move, depth - 1);
         record.gives_no_check = false;
         make_move(pos, entry->move);
         const int score = -search_node(thread, ply + 1, depth - 1, -beta, -best, static_cast<NodeType>(-type), child);

@@ -142,13 +142,11 @@ Square least_attacker(const Position &pos, Square s, Colour by, Bitboard occupie
     const Bitboard queens = pos.of(by, QUEEN) & among;
     const Bitboard bishops = pos.of(by, BISHOP) & among;
     const Bitboard rooks = pos.of(by, ROOK) & among;
-    if (((bishop_span(s) & (bishops | queens)) | (rook_span(s) & (rooks | queens))) != 0) {
-        const Bitboard diagonals = bishop_attacks(s, occupied);
-        const Bitboard straights = rook_attacks(s, occupied);
-        if ((diagonals & bishops) != 0) return lsb(diagonals & bishops);
-        if ((straights & rooks) != 0) return lsb(straights & rooks);
-        if (((diagonals | straights) & queens) != 0) return lsb((diagonals | straights) & queens);
-    }
+    const Bitboard diagonals = bishop_attacks(s, occupied);
+    if ((diagonals & bishops) != 0) return lsb(diagonals & bishops);
+    const Bitboard straights = rook_attacks(s, occupied);
+    if ((straights & rooks) != 0) return lsb(straights & rooks);
+    if (((diagonals | straights) & queens) != 0) return lsb((diagonals | straights) & queens);
     if ((king_attacks(s) & pos.of(by, KING) & among) != 0) return pos.king_square[by];
     return NO_SQUARE;
 }

@@ -262,8 +262,9 @@ MoveEntry *pick_entry(SearchThread &thread, PlyRecord &record, int ply) {
     return nullptr;
 }
 
-// Several scores in one register.
-using Scores [[gnu::vector_size(SCORE_LANES * sizeof(std::int16_t))]] = std::int16_t;
+// Half of the scores that are looked at in one step: a register of them.
+constexpr int LANES = SCORE_LANES / 2;
+using Scores [[gnu::vector_size(LANES * sizeof(std::int16_t))]] = std::int16_t;
 
 Scores load_scores(const std::int16_t *first) {
     Scores scores;
@@ -273,32 +274,39 @@ Scores load_scores(const std::int16_t *first) {
 
 Scores larger(Scores a, Scores b) { return a > b ? a : b; }
 
-template <int... LANES>
+Scores larger_half(const std::int16_t *first) { return larger(load_scores(first), load_scores(first + LANES)); }
+
+template <int... ORDER>
 Scores lanes(Scores scores) {
 #ifdef __clang__
-    return __builtin_shufflevector(scores, scores, LANES...);
+    return __builtin_shufflevector(scores, scores, ORDER...);
 #else
-    return __builtin_shuffle(scores, Scores{LANES...});
+    return __builtin_shuffle(scores, Scores{ORDER...});
+#endif
+}
+
+// Bits 2i and 2i + 1 are set where lane i is the score.
+unsigned lanes_equal(const std::int16_t *first, Scores score) {
+    const auto equal = load_scores(first) == score;
+#ifdef __SSE2__
+    return static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(equal)));
+#else
+    unsigned bits = 0;
+    for (int i = 0; i < LANES; ++i) bits |= equal[i] != 0 ? 3U << 2 * i : 0;
+    return bits;
 #endif
 }
 
 // The first of the highest of `count` scores.
 std::ptrdiff_t place_of_best(const std::int16_t *scores, std::ptrdiff_t count) {
-    Scores best = load_scores(scores);
-    for (std::ptrdiff_t i = SCORE_LANES; i < count; i += SCORE_LANES) best = larger(best, load_scores(scores + i));
+    Scores best = larger_half(scores);
+    for (std::ptrdiff_t i = SCORE_LANES; i < count; i += SCORE_LANES) best = larger(best, larger_half(scores + i));
     best = larger(best, lanes<4, 5, 6, 7, 0, 1, 2, 3>(best));
     best = larger(best, lanes<2, 3, 0, 1, 6, 7, 4, 5>(best));
     best = larger(best, lanes<1, 0, 3, 2, 5, 4, 7, 6>(best));
     for (std::ptrdiff_t i = 0;; i += SCORE_LANES) {
-        const auto found = load_scores(scores + i) == best;
-#ifdef __SSE2__
-        const auto bits = static_cast<unsigned>(_mm_movemask_epi8(reinterpret_cast<__m128i>(found)));
+        const unsigned bits = lanes_equal(scores + i, best) | lanes_equal(scores + i + LANES, best) << 2 * LANES;
         if (bits != 0) return i + std::countr_zero(bits) / 2;
-#else
-        const auto words = std::bit_cast<std::array<std::uint64_t, 2>>(found);
-        if (words[0] != 0) return i + std::countr_zero(words[0]) / 16;
-        if (words[1] != 0) return i + SCORE_LANES / 2 + std::countr_zero(words[1]) / 16;
-#endif
     }
 }
 

@@ -64,7 +64,7 @@ struct PlyRecord {
 
 constexpr int PLY_RECORDS = 70;
 // Scores are compared so many at a time; behind the last score of a list stand as many that no move has.
-constexpr int SCORE_LANES = 8;
+constexpr int SCORE_LANES = 16;
 // Room for the lists of all plies: a searched position has at most 16 pieces a side, so a list holds at most 15 x 28
 // moves and the king's, and quiescence may list a quiet check twice.
 constexpr int MOVE_STACK_SIZE = PLY_RECORDS * 896;

@@ -25,7 +25,9 @@ std::size_t table_bytes(const TranspositionTable &table) { return all_entries(ta
 // no power of two is still used whole.
 TtEntry *bucket(const TranspositionTable &table, std::uint64_t key) {
     const std::uint64_t index = key & 0xFFFFFFFF & table.index_mask;
-    return (key & 1) == 0 ? table.entries + index : table.entries + table.count - index;
+    const std::uint64_t black =
+        ~(key & 1) + 1;  // all ones for Black, which sides' turns are hard to foretell a branch by
+    return table.entries + ((table.count & black) + (index ^ black) - black);
 }
 
 std::uint32_t low_word(std::uint64_t key) { return static_cast<std::uint32_t>(key); }

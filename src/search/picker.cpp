@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 #include <utility>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -66,7 +67,7 @@ PreviousMoves previous_moves(const SearchThread &thread, int ply) {
 }
 
 // What history says of a move, after a piece of the type has moved and in itself.
-using HistorySlice = decltype(OrderingTables::history[0]);
+using HistorySlice = std::remove_extent_t<decltype(OrderingTables::history)>;
 int history_base(const HistorySlice &after, const HistorySlice &plain, const MoveEntry &entry) {
     const Square to = to_square(entry.move);
     return (after[entry.piece][to] / HISTORY_SHARE + plain[entry.piece][to] / HISTORY_SHARE) / 2;

@@ -314,7 +314,7 @@ std::ptrdiff_t place_of_best(const std::int16_t *scores, std::ptrdiff_t count) {
 }  // namespace
 
 void close_list(SearchThread &thread, int ply, MoveEntry *end) {
-    constexpr int GAP = SCORE_LANES + 1;  // an end, and room for scores that no move has
+    constexpr std::ptrdiff_t GAP = SCORE_LANES + 1;  // an end, and room for scores that no move has
     std::fill_n(thread.score_of(end), SCORE_LANES, std::numeric_limits<std::int16_t>::min());
     thread.plies[ply].end = end;
     thread.plies[ply + 1].list = end + GAP;

@@ -25,8 +25,7 @@ std::size_t table_bytes(const TranspositionTable &table) { return all_entries(ta
 // no power of two is still used whole.
 TtEntry *bucket(const TranspositionTable &table, std::uint64_t key) {
     const std::uint64_t index = key & 0xFFFFFFFF & table.index_mask;
-    const std::uint64_t black =
-        ~(key & 1) + 1;  // all ones for Black, which sides' turns are hard to foretell a branch by
+    const std::uint64_t black = ~(key & 1) + 1;  // all ones for Black: a branch here is hard to foretell
     return table.entries + ((table.count & black) + (index ^ black) - black);
 }
 

@@ -236,9 +236,11 @@ void search_thread(SearchThread &thread) {
         while (shared.iteration <= 1 && !thread.stopped()) sleep_ms(1);
         if (thread.stopped()) return;
     }
-    reset_ordering(thread);
+    if (!thread.ordering_is_new) reset_ordering(thread);
     initialise_root(thread);
     const bool quiescence_only = shared.max_depth < 1;
+    // Moves are learnt from at depths of 1 and more, which check extensions alone do not reach.
+    thread.ordering_is_new = quiescence_only;
     generate_root_moves(thread, quiescence_only && thread.is_main());
     if (thread.root_count == 0) {
         report_no_move(thread);

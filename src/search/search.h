@@ -99,6 +99,7 @@ struct alignas(CACHE_LINE) SearchThread {
     std::array<MoveEntry, MOVE_STACK_SIZE> move_stack;
     std::array<std::int16_t, MOVE_STACK_SIZE + SCORE_LANES> move_scores;  // ordering scores of the entries there
     OrderingTables ordering;
+    bool ordering_is_new;  // nothing has been learnt since the tables were reset
     EvalThread eval;
     Position position;
     SearchShared *shared;

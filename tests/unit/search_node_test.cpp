@@ -103,6 +103,7 @@ protected:
         if (ply >= 2) thread.plies[ply - 2].current = path.data();
         if (ply >= 2) thread.plies[ply - 2].static_eval = static_cast<std::int16_t>(number("eval_before", -1000));
 
+        thread.ordering_is_new = false;
         OrderingTables &ordering = thread.ordering;
         ordering.countermove[0][path[1].piece][to_square(path[1].move)] = move("counter1");
         ordering.countermove[1][path[1].piece][to_square(path[1].move)] = move("counter2");

@@ -2,9 +2,9 @@
 //
 // Weights (weights.h) are derived into tables (parameters.h); an evaluation reads the tables that its caller's record of a
 // thread points to and fills that record's caches. The folder keeps nothing itself but the pawn ending bitbase (kpk.h),
-// which is constant after start. evaluate.cpp is the pass, scratch.h what its steps share, pawn_shape.h what is kept for all positions
-// with the same pawns, pieces.cpp, pawns.cpp and
-// their neighbours the terms; display.h shows the breakdown and tunables.h names the weights for tuners.
+// which is constant after start. evaluate.cpp is the pass, scratch.h what its steps share, pawn_shape.h what is kept for all
+// positions with the same pawns, pieces.cpp, pawns.cpp and their neighbours the terms; display.h shows the breakdown and
+// tunables.h names the weights for tuners.
 #pragma once
 
 #include <array>

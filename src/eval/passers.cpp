@@ -31,9 +31,11 @@ constexpr int CANDIDATE_DIVISOR = 256;
 // what the pawn has taken.
 bool advance_is_safe(const Position &pos, const SideScratch &enemy, Colour c, Square from, Square target) {
     const PieceType victim = pos.type_on(target);
-    // Nobody attacks the square, and no line to it opens behind the pawn.
+    // Nobody attacks the square (a set-up may have kings that the attack maps do not know), and no line to it opens behind
+    // the pawn.
     const Bitboard behind = squares_ahead(opponent(c), from);
     if (victim == NO_TYPE && (enemy.attacks[0] & bit(target)) == 0 &&
+        (king_attacks(target) & pos.of(opponent(c), KING)) == 0 &&
         (behind & (pos.of(opponent(c), ROOK) | pos.of(opponent(c), QUEEN))) == 0)
         return true;
     if (victim == KING) return false;

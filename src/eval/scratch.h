@@ -38,8 +38,8 @@ struct SideScratch {
 struct EvalScratch {
     // evaluate, before the first step
     Bitboard occupied;
-    EvalDisplay *display;  // nullptr: nobody looks
-    const PawnShape *shape;
+    EvalDisplay *display;    // nullptr: nobody looks
+    const PawnShape *shape;  // of the position's pawns and kings
 
     // set_pinned
     Bitboard pinned;
@@ -65,7 +65,7 @@ struct EvalThread;
 
 // The terms. Each stays a function of its own: one body of them all would run out of registers.
 
-// pawns.cpp: their structure, from the pawn hash where it is known, which starts the positional scores.
+// pawns.cpp: pawn structure, from the pawn hash where it is known, which starts the positional scores.
 [[gnu::noinline]] void evaluate_pawns(const Position &pos, const EvalTables &tables, EvalThread &thread,
                                       EvalScratch &scratch);
 

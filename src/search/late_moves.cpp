@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "board/exchange.h"
 #include "search/picker.h"
 #include "search/threat.h"
 
@@ -11,13 +10,12 @@ namespace {
 // What has been captured by a move that is not searched, as its entry says for the time being.
 constexpr auto DROPPED = static_cast<Piece>(7);
 
-bool survives(const Position &pos, const MoveEntry &entry, int depth, const CheckSquares &checks) {
-    const std::uint16_t flags = classify_move(pos, pos.side, entry, checks);
-    if ((flags & QUIET_MASK) == 0) return is_threat(pos, entry) && see_ok(pos, entry.move);
-    return depth != 1 || (flags & MOVE_DISCOVERS) != 0 || see_ok(pos, entry.move);
-}
-
 }  // namespace
+
+bool is_spared(const Position &pos, int depth, const MoveEntry &entry, std::uint16_t flags, Safety &safety) {
+    if (is_quiet(flags)) return is_threat(pos, entry) && safety.safe();
+    return depth != 1 || (flags & MOVE_DISCOVERS) != 0 || safety.safe();
+}
 
 bool drop_late_moves(SearchThread &thread, int ply, int depth, const CheckSquares &checks, const Pins &pins) {
     const Position &pos = thread.position;
@@ -25,9 +23,11 @@ bool drop_late_moves(SearchThread &thread, int ply, int depth, const CheckSquare
     const auto can_come = [&](const MoveEntry &entry) {
         return entry.move != record.hash_move && is_legal(pos, pos.side, entry.move, pins);
     };
+    assert(record.pick_stage == PickStage::SORTED || record.pick_stage == PickStage::UNSORTED);
     int left = 0;
     for (MoveEntry *entry = record.current + 1; entry != record.end; ++entry) {
-        if (survives(pos, *entry, depth, checks) && can_come(*entry))
+        Safety safety(pos, entry->move);
+        if (is_spared(pos, depth, *entry, classify_move(pos, pos.side, *entry, checks), safety) && can_come(*entry))
             ++left;
         else
             entry->captured = DROPPED;

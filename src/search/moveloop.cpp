@@ -3,13 +3,11 @@
 
 #include "board/attacks.h"
 #include "board/checks.h"
-#include "board/exchange.h"
 #include "board/legality.h"
 #include "board/makemove.h"
 #include "search/late_moves.h"
 #include "search/picker.h"
 #include "search/search.h"
-#include "search/threat.h"
 
 namespace {
 
@@ -27,33 +25,16 @@ constexpr int HISTORY_LOSS = 8;
 constexpr int HISTORY_UNIT = 2048;
 constexpr int HISTORY_DEEPEST = 8;
 
-// Exchange safety, computed at most once a move.
-class Safety {
-public:
-    Safety(const Position &pos, Move m) : pos_(pos), move_(m) {}
-    bool safe() {
-        if (state_ == UNKNOWN) state_ = see_ok(pos_, move_) ? SAFE : UNSAFE;
-        return state_ == SAFE;
-    }
-
-private:
-    enum { UNKNOWN, SAFE, UNSAFE } state_ = UNKNOWN;
-    const Position &pos_;
-    Move move_;
-};
-
-bool is_quiet(std::uint16_t flags) { return (flags & QUIET_MASK) == 0; }
-
-// Late-move pruning: whether the move is worth searching at all.
-// Once a quiet move has come late, so do all that follow, since their scores are no higher.
+// Late-move pruning: whether the move is worth searching at all. Once a quiet move has come late, so do all that follow,
+// since their scores are no higher.
 bool survives_late_move_pruning(const SearchThread &thread, int depth, const PlyRecord &record, const MoveEntry &entry,
                                 int score, Safety &safety, bool &late) {
     if (is_quiet(record.move_flags)) {
         const int count = thread.shared->params.LMP_count[depth] + score / LMP_SCORE_SHARE;
         late = record.moves_searched >= count;
-        return (!late || is_threat(thread.position, entry)) && safety.safe();
+        if (!late) return safety.safe();
     }
-    return depth != 1 || (record.move_flags & MOVE_DISCOVERS) != 0 || safety.safe();
+    return is_spared(thread.position, depth, entry, record.move_flags, safety);
 }
 
 // Late-move reduction in plies.

@@ -12,8 +12,8 @@ _dral() {
     COMPREPLY=()
     words='
 -uci -c -noise -quiet -d -t -n -nps -cfg -hash -threads -book -tbpath -log -strict -tbx bench -bench -bench2 -pbench
--anepd -scan_pgn1 -scan_pgn2 -scan_pgn3 -scan_pgn4 -mkbook -mktune -tune -tune4 -h --help --version --tables -match
--mkconfig -numa -uci_extra
+-anepd -scan_pgn1 -scan_pgn2 -scan_pgn3 -scan_pgn4 -mkbook -mktune -tune -tune4 -parallel -h --help --version
+--tables -match -mkconfig -numa -uci_extra
 '
     case $before in
     -cfg) _dral_files "$word" cfg ;;
@@ -21,7 +21,7 @@ _dral() {
     -anepd|-mktune|-tune) _dral_files "$word" epd ;;
     -scan_pgn1|-scan_pgn2|-scan_pgn3|-scan_pgn4|-mkbook|-match) _dral_files "$word" pgn ;;
     -tbpath) _dral_files "$word" ;;
-    -noise|-d|-t|-n|-nps|-hash|-threads) ;;  # a number
+    -noise|-d|-t|-n|-nps|-hash|-threads|-parallel) ;;  # a number
     *) COMPREPLY=($(compgen -W "$words" -- "$word")) ;;
     esac
 }

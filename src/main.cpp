@@ -62,13 +62,16 @@ void run_engine(FrontEnd &front) {
 constexpr int BENCH_POSITIONS = 20;
 constexpr int IN_THREAD_POSITIONS = 10;
 
-void run(FrontEnd &front, const CommandLine &line) {
+// Whether the mode could do its work.
+bool run(FrontEnd &front, const CommandLine &line) {
     if (line.mode == RunMode::ENGINE) {
         run_engine(front);
-        return;
+        return true;
     }
     if (line.mode != RunMode::MAKE_BOOK) catch_interrupt();
     ToolRun tool = tool_run(front);
+    tool.limited = line.limited;
+    tool.parallel = line.parallel;
     switch (line.mode) {
     case RunMode::ANALYSE_EPD: analyse_epd_file(tool, line.tool_file.c_str()); break;
     case RunMode::SCAN_PGN_1: scan_pgn_file(tool, line.source_file.c_str(), 1); break;
@@ -90,6 +93,7 @@ void run(FrontEnd &front, const CommandLine &line) {
     case RunMode::VERSION:
     case RunMode::TABLES: break;
     }
+    return !tool.failed;
 }
 
 void print_information(RunMode mode) {
@@ -108,10 +112,9 @@ int main(int count, char **arguments) {
     }
     const auto engine = std::make_unique<Engine>();
     FrontEnd front(*engine);
-    const bool started = start_up(front, line);
-    if (started) run(front, line);
+    const bool done = start_up(front, line) && run(front, line);
     stop_engine(*engine);
     release_fine_timer();
     close_log();
-    return started ? 0 : 1;
+    return done ? 0 : 1;
 }

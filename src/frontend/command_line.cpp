@@ -59,12 +59,21 @@ void set_quiet(CommandLine &line, std::string_view) {
 void set_depth(CommandLine &line, std::string_view value) {
     line.limits.max_depth = clamped_integer(value, 0, MAX_DEPTH);
     line.limits.fix_time(DEPTH_SECONDS);
+    line.limited = true;
 }
 
 void set_nodes(CommandLine &line, std::string_view value) {
     line.limits.node_limit = leading_integer(value);
     line.limits.fix_time(NODES_SECONDS);
+    line.limited = true;
 }
+
+void set_time(CommandLine &line, std::string_view value) {
+    line.limits.fix_time(leading_number(value));
+    line.limited = true;
+}
+
+void set_parallel(CommandLine &line, std::string_view value) { line.parallel = clamped_integer(value, 1, MAX_THREADS); }
 
 void set_rate(CommandLine &line, std::string_view value) {
     line.target_nps = usable_rate(leading_number(value));
@@ -95,8 +104,7 @@ constexpr Switch SWITCHES[] = {
         PROTOCOL, "search time before progress lines appear", "dral -noise 1"},
     {"-quiet",     "",        set_quiet, PROTOCOL, "no log, no progress lines"},
     {"-d",         "plies",   set_depth, LIMITS, "depth limit, at most 66", "dral -c -d 12"},
-    {"-t",         "seconds", [](CommandLine &line, std::string_view value) { line.limits.fix_time(leading_number(value)); },
-        LIMITS, "fixed time per move", "dral -c -t 2.5"},
+    {"-t",         "seconds", set_time, LIMITS, "fixed time per move", "dral -c -t 2.5"},
     {"-n",         "nodes",   set_nodes, LIMITS, "node limit per thread", "dral -c -n 100000"},
     {"-nps",       "rate",    set_rate, LIMITS,
         "limit the nodes per second and thread (10 or less counts as 30); prints the matching Elo", "dral -nps 1000"},
@@ -119,6 +127,8 @@ constexpr Switch SWITCHES[] = {
     {"-mktune",    "file",    set_tool_file<RunMode::MAKE_TUNING>, TOOLS, "filter training records", "dral -mktune tmp.epd", "epd"},
     {"-tune",      "file",    set_tool_file<RunMode::TUNE>, TOOLS, "tune weights on training records", "dral -tune tune_new.epd", "epd"},
     {"-tune4",     "",        set_mode<RunMode::SELF_PLAY_TUNING>, TOOLS, "tune weights by play against itself"},
+    {"-parallel",  "count",   set_parallel, TOOLS,
+        "positions or games that -anepd, -review and -tune4 work on at once, one thread each", "dral -anepd wac.epd -d 10 -parallel 4"},
     {"-h",         "",        set_mode<RunMode::HELP>, INFORMATION, "print this help and end"},
     {"--help",     "",        set_mode<RunMode::HELP>, INFORMATION, "the same"},
     {"--version",  "",        set_mode<RunMode::VERSION>, INFORMATION,

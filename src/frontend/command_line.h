@@ -38,6 +38,8 @@ struct CommandLine {
     bool uci = true;
     Settings settings;
     SearchLimits limits;
+    bool limited = false;              // by depth, time or nodes
+    int parallel = 1;                  // what tools work on at once
     std::optional<double> target_nps;  // nodes per second and thread
     std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters
     std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters

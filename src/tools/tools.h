@@ -1,5 +1,6 @@
 // The toolbox: batch work that is started by switches, or by the console's `tune`.
 //
+// crew.h shares work out over several engines.
 // bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, make_book.cpp builds
 // opening books, training.cpp measures the evaluation on records, tuning.cpp and value_search.cpp fit weights to them,
 // selfplay.cpp by play. They share searches (tool_search.h), files (output_file.h) and words (screen.h). All of them work
@@ -22,7 +23,10 @@ struct ToolRun {
     // Reads the user's input without waiting; whether the work is to end. Null: nobody can end it.
     bool (*wants_to_end)(void *context) = nullptr;
     void *context = nullptr;
+    int parallel = 1;      // positions or games to work on at once, one thread each; 1: one, with all threads
+    bool limited = false;  // the user has named a limit
     bool stopped = false;  // the user has wanted it to end
+    bool failed = false;   // it could not do its work, and has said why
 };
 
 struct BenchResult {

@@ -1,0 +1,109 @@
+#include "tools/crew.h"
+
+#include <chrono>
+#include <system_error>
+
+#include "base/output.h"
+#include "tools/tool_search.h"
+
+namespace {
+
+constexpr int LOOK_MS = 5;  // between looks at the user's wish
+
+}  // namespace
+
+Crew::Crew(ToolRun &run, int size) : run_(run) {
+    if (size < 2) return;
+    Settings settings = run.engine.settings;
+    settings.Threads = 1;
+    settings.Log = 0;
+    for (int i = 0; i < size && started_; ++i) {
+        engines_.push_back(std::make_unique<Engine>());
+        started_ = start_engine(*engines_.back(), settings, Reporter{}) == 0;
+        if (!started_) break;
+        try {
+            threads_.emplace_back([this, i] { serve(*engines_[static_cast<std::size_t>(i)]); });
+        } catch (const std::system_error &) {
+            started_ = false;
+        }
+    }
+    if (!started_) print_format("cannot start %d engines at once", size);
+}
+
+Crew::~Crew() {
+    {
+        const std::lock_guard<std::mutex> guard(lock_);
+        closing_ = true;
+    }
+    task_added_.notify_all();
+    for (std::thread &thread : threads_) thread.join();
+}
+
+void Crew::serve(Engine &engine) {
+    const std::function<bool()> stopped = [this] { return stopped_.load(); };
+    Worker worker{engine, {}, stopped};
+    while (true) {
+        Task task;
+        {
+            std::unique_lock<std::mutex> guard(lock_);
+            task_added_.wait(guard, [this] { return closing_ || !tasks_.empty(); });
+            if (tasks_.empty()) return;
+            task = std::move(tasks_.front());
+            tasks_.pop_front();
+        }
+        task(worker);
+        // Under the lock, so that a wait that has just found the work undone is told.
+        { const std::lock_guard<std::mutex> guard(lock_); }
+        task_done_.notify_all();
+    }
+}
+
+void Crew::add_task(Task task) {
+    if (engines_.empty()) {
+        const auto look = [](void *context) { look_for_wish(*static_cast<ToolRun *>(context)); };
+        const std::function<bool()> stopped = [this] { return run_.stopped; };
+        Worker worker{run_.engine, {look, &run_, LOOK_MS}, stopped};
+        task(worker);
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(lock_);
+        tasks_.push_back(std::move(task));
+    }
+    task_added_.notify_one();
+}
+
+void Crew::wait_for(const std::atomic<bool> &done) {
+    look_for_wish(run_);
+    std::unique_lock<std::mutex> guard(lock_);
+    while (!done) {
+        if (run_.stopped) stop_tasks();
+        task_done_.wait_for(guard, std::chrono::milliseconds(LOOK_MS));
+        if (done) return;
+        guard.unlock();
+        look_for_wish(run_);
+        guard.lock();
+    }
+}
+
+// Again and again while somebody waits: a search that begins now has not seen the stop before it.
+void Crew::stop_tasks() {
+    stopped_ = true;
+    for (const auto &engine : engines_) stop_search(*engine, STOP_ABANDON);
+}
+
+void Crew::copy_settings() {
+    for (const auto &engine : engines_) {
+        Settings settings = run_.engine.settings;
+        settings.Threads = 1;
+        settings.Log = 0;
+        engine->settings = settings;
+        derive_tables(*engine);
+        engine->settings_changed = false;
+    }
+}
+
+void Crew::prepare_engines(const std::function<void(Engine &)> &prepare) {
+    if (engines_.empty()) prepare(run_.engine);
+    for (const auto &engine : engines_) prepare(*engine);
+}

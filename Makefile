@@ -2,6 +2,7 @@
 #
 #   make -j [EXE=dral] [CXX=g++ or clang++] [ARCH=native] [LTO=yes] [COMMIT=...]
 #   make pgo -j ...     the same with the profile of a training run, some percent faster
+#   make TUNE=1 ...      a program for testers that lists its evaluation weights as options
 #   make clean
 #
 # ARCH is what the compiler's -march takes; ARCH= leaves it away. The program is for this machine's processor, then.
@@ -28,6 +29,9 @@ MACROS := $(call macros_with,)
 FLAGS := $(if $(findstring __x86_64__,$(MACROS)),-mpopcnt)
 endif
 
+ifneq (,$(filter 1 yes,$(TUNE)))
+FLAGS += -DDRAL_TUNE
+endif
 FLAGS += -std=c++20 -O3 -DNDEBUG -ffp-contract=off -fsigned-char -pthread -Isrc
 ifneq (,$(findstring __BMI2__,$(if $(ARCH),$(MACROS))))
 FLAGS += -DDRAL_BIT_EXTRACTION
@@ -55,7 +59,7 @@ endif
 
 # Objects of one compiler and processor lie in one folder, those that count and use a profile in another.
 # Each is named without a slash, so that every shell's mkdir makes it.
-PLAIN_BUILD := build-$(notdir $(lastword $(CXX)))$(if $(ARCH),-$(ARCH))
+PLAIN_BUILD := build-$(notdir $(lastword $(CXX)))$(if $(ARCH),-$(ARCH))$(if $(filter 1 yes,$(TUNE)),-tune)
 PGO_BUILD := $(PLAIN_BUILD)-pgo
 BUILD := $(if $(PROFILE),$(PGO_BUILD),$(PLAIN_BUILD))
 

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "engine/life.h"
 #include "engine/strength.h"
+#include "eval/tunables.h"
 #include "search/threads.h"
 
 namespace {
@@ -189,13 +190,30 @@ void store(Engine &engine, const Option &option, std::string_view value) {
     }
 }
 
+void reply(Engine &engine, std::string_view name, std::string_view value) {
+    engine.shared.reporter.say("info string " + std::string(name) + " set to " + std::string(value));
+}
+
 void reply(Engine &engine, const Option &option) {
     if (option.kind == OptionKind::BUTTON) return;
     const Settings &settings = engine.settings;
     std::string value = value_text(settings, option);
     if (option.kind == OptionKind::CHECK) value = std::to_string(number_of(settings, option));
     if (option.kind == OptionKind::TEXT) value = "'" + value + "'";
-    engine.shared.reporter.say("info string " + std::string(option.name) + " set to " + value);
+    reply(engine, option.name, value);
+}
+
+bool apply_weight(Engine &engine, std::string_view name, std::string_view value) {
+    constexpr int ANY_WEIGHT = 32767;
+    const int number = clamped_integer(value, -ANY_WEIGHT, ANY_WEIGHT);
+    const std::optional<int> stored = set_weight(engine.settings.weights, name, number);
+    if (stored.has_value()) reply(engine, name, std::to_string(*stored));
+    return stored.has_value();
+}
+
+bool has_option(WeightPair W::*pair) {
+    return std::any_of(std::begin(OPTIONS), std::end(OPTIONS),
+                       [pair](const Option &option) { return option.field == OptionField(pair); });
 }
 
 bool same_text(std::string_view a, std::string_view b) { return a == b; }
@@ -255,13 +273,28 @@ void store_argument(Settings &settings, const Option &option, std::string_view v
     }
 }
 
-void apply_option(Engine &engine, std::string_view name, std::string_view value) {
-    const Option *option = option_named(name.substr(0, LONGEST_NAME));
-    if (option == nullptr) return;
-    store(engine, *option, value.substr(0, LONGEST_VALUE));
+bool apply_option(Engine &engine, std::string_view name, std::string_view value) {
+    name = name.substr(0, LONGEST_NAME);
+    value = value.substr(0, LONGEST_VALUE);
+    const Option *option = option_named(name);
+    if (option == nullptr) return apply_weight(engine, name, value);
+    store(engine, *option, value);
     if (option->before_reply != nullptr) option->before_reply(engine);
     reply(engine, *option);
     if (option->after_reply != nullptr) option->after_reply(engine);
+    return true;
+}
+
+std::string changed_weights_text(const EvalWeights &weights) {
+    const EvalWeights built_in;
+    std::string text;
+    for (const TunableParam &param : eval_tunables(weights)) {
+        const auto *half = std::get_if<PairHalf>(&param.weight.place);
+        const int value = param.weight.of(weights);
+        if (value != param.weight.of(built_in) && (half == nullptr || !has_option(half->pair)))
+            text += param.name + " = " + std::to_string(value) + "\n";
+    }
+    return text;
 }
 
 void settings_were_changed(Engine &engine) {

@@ -48,6 +48,13 @@ struct Option {
 
 std::span<const Option> option_table();
 
+// Whether the protocol lists evaluation weights as spin options too, for programs that tune them by games.
+#ifdef DRAL_TUNE
+inline constexpr bool LISTS_WEIGHTS = true;
+#else
+inline constexpr bool LISTS_WEIGHTS = false;
+#endif
+
 // The option whose name, console name or switch this is; null when there is none.
 const Option *option_named(std::string_view name);
 const Option *option_named_in_any_case(std::string_view name);
@@ -65,9 +72,14 @@ void store_number(Settings &settings, const Option &option, int value);
 // Stores the value that a switch gives to an option; the empty value of a switch without one sets a check.
 void store_argument(Settings &settings, const Option &option, std::string_view value);
 
-// Sets an option by its exact name: clamps the value, stores it, replies and does what the option does at once. Names
-// are cut to 100 characters, values to 200. An unknown name does nothing.
-void apply_option(Engine &engine, std::string_view name, std::string_view value);
+// Sets an option by its exact name, or an evaluation weight by the name that tuners know it by (eval/tunables.h): clamps
+// the value, stores it, replies and does what the option does at once. Names are cut to 100 characters, values to 200. An
+// unknown name does nothing and gives false.
+bool apply_option(Engine &engine, std::string_view name, std::string_view value);
+
+// The evaluation weights without an option of their own that differ from those that the program came with, a line each as
+// in a configuration file: "safe_check_op = -9".
+std::string changed_weights_text(const EvalWeights &weights);
 
 // The settings become the defaults that are listed, and the next search derives its tables from them: after every accepted
 // change.

@@ -1,9 +1,11 @@
-// Evaluation weights by name, for tuners. A tuner owns its list and the weights that it changes.
+// Evaluation weights by name, for tuners and for whoever sets what they have found. A tuner owns its list and the weights
+// that it changes.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -35,12 +37,19 @@ std::int16_t nearest_weight(double x);
 struct TunableParam {
     std::string name;
     WeightRef weight;
+    int low, high;    // what a user can set; tuners keep to it in what they write
     double estimate;  // the value when the list was made, then a tuner's running estimate
     bool selected;
 };
 
 // Every tunable weight in a fixed order, none selected, with the estimates of `weights`.
 std::vector<TunableParam> eval_tunables(const EvalWeights &weights);
+
+// The weight of that name, letter for letter; null when there is none.
+TunableParam *tunable_named(std::vector<TunableParam> &params, std::string_view name);
+
+// Sets the weight of that name, kept within its range. The value stored, or nothing when there is no such weight.
+std::optional<int> set_weight(EvalWeights &weights, std::string_view name, int value);
 
 // Marks the weight of that name; an unknown name changes nothing.
 void select_tunable(std::vector<TunableParam> &params, std::string_view name);

@@ -167,7 +167,7 @@ void reductions(FrontEnd &front, const Words &, std::string_view) {
 }
 
 void evaluation_parameters(FrontEnd &front, const Words &, std::string_view) {
-    print_display(eval_params_text(front.engine.shared.eval_tables));
+    print_display(evaluation_parameters_text(front.engine));
 }
 
 void trace(FrontEnd &front, const Words &words, std::string_view) {

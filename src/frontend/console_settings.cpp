@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "engine/options.h"
 #include "engine/strength.h"
+#include "eval/tunables.h"
 #include "frontend/frontend.h"
 
 namespace {
@@ -110,6 +111,8 @@ void set_value(FrontEnd &front, const Words &words) {
     if (const Option *option = option_of_console(name); option != nullptr) {
         store_number(settings, *option, value.number);
         print_format("%s set to %d", std::string(name).c_str(), number_of(settings, *option));
+    } else if (const auto weight = set_weight(settings.weights, name, value.number); weight.has_value()) {
+        print_format("%s set to %d", std::string(name).c_str(), *weight);
     } else if (name.find("multipv") != std::string_view::npos) {
         set_lines(front, value);
     } else {

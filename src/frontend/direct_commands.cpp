@@ -6,7 +6,9 @@
 #include "base/output.h"
 #include "board/attacks.h"
 #include "board/notation.h"
+#include "engine/options.h"
 #include "eval/display.h"
+#include "eval/tunables.h"
 #include "frontend/reporters.h"
 #include "platform/clock.h"
 #include "search/threads.h"
@@ -67,6 +69,16 @@ void show_evaluation(FrontEnd &front) {
     search_here(engine);
     const SearchResult result = finish_search(engine);
     print_line(evaluation_text(engine.game.position, engine.shared.display, result.root_eval, result.score));
+}
+
+std::string evaluation_parameters_text(Engine &engine) {
+    const EvalWeights &weights = engine.settings.weights;
+    EvalTables tables;
+    derive_eval_tables(weights, tables);
+    std::string text = eval_params_text(tables);
+    const std::string changed = changed_weights_text(weights);
+    if (!changed.empty()) text += "changed weights:\n" + changed + "\n";
+    return text;
 }
 
 void count_paths(FrontEnd &front, int depth) {

@@ -9,6 +9,8 @@ bool begin_direct_search(FrontEnd &front, const SearchLimits &limits);
 
 // The breakdown of the position's evaluation, from a search of depth 0.
 void show_evaluation(FrontEnd &front);
+// The tables of the evaluation as the next search uses them, and behind them the weights that have been changed.
+std::string evaluation_parameters_text(Engine &engine);
 
 // Perft: the leaves of the tree of legal moves, in all, or move by move until a word ends it. `depth` at least 1.
 void count_paths(FrontEnd &front, int depth);

@@ -8,6 +8,7 @@
 #include "base/version.h"
 #include "engine/options.h"
 #include "eval/display.h"
+#include "eval/tunables.h"
 #include "frontend/direct_commands.h"
 #include "frontend/reporters.h"
 #include "frontend/uci_go.h"
@@ -35,6 +36,12 @@ void list_option(const FrontEnd &front, const Option &option) {
     }
 }
 
+void list_weights(const EvalWeights &weights) {
+    for (const TunableParam &param : eval_tunables(weights))
+        print_format("option name %s type spin default %d min %d max %d", param.name.c_str(), param.weight.of(weights),
+                     param.low, param.high);
+}
+
 void uci(FrontEnd &front, std::string_view) {
     front.uci = true;
     choose_dialect(front, front.engine.settings);
@@ -43,6 +50,7 @@ void uci(FrontEnd &front, std::string_view) {
     print_format("id author %s", ENGINE_AUTHOR);
     for (const Option &option : option_table())
         if (option.listed) list_option(front, option);
+    if constexpr (LISTS_WEIGHTS) list_weights(front.engine.default_settings.weights);
     print_line("uciok");
 }
 
@@ -52,17 +60,17 @@ void isready(FrontEnd &, std::string_view) { print_line("readyok"); }
 void debug(FrontEnd &, std::string_view) {}
 
 void show_parameters(FrontEnd &front, std::string_view) {
-    const SearchShared &shared = front.engine.shared;
-    print_display(search_params_text(shared.params) + eval_params_text(shared.eval_tables));
+    print_display(search_params_text(front.engine.shared.params) + evaluation_parameters_text(front.engine));
 }
 
 // To the letter capitals do not matter in names, and a name that is none gets a line.
 void apply_option_strictly(Engine &engine, std::string_view name, std::string_view value) {
-    const Option *option = option_named_in_any_case(name);
-    if (option == nullptr)
-        print_line("info string no such option: " + std::string(name));
+    if (value == EMPTY) value = {};
+    if (apply_option(engine, name, value)) return;
+    if (const Option *option = option_named_in_any_case(name); option != nullptr)
+        apply_option(engine, option->name, value);
     else
-        apply_option(engine, option->name, value == EMPTY ? std::string_view{} : value);
+        print_line("info string no such option: " + std::string(name));
 }
 
 // To the letter options are set between searches: nothing but a word for it ends a search.
@@ -75,7 +83,9 @@ void setoption(FrontEnd &front, std::string_view rest) {
     constexpr std::string_view NAME = "name";
     constexpr std::string_view VALUE = "value";
     const std::size_t name_at = rest.find(NAME);
-    const std::size_t value_at = rest.find(VALUE);
+    std::size_t value_at = rest.find(VALUE);
+    while (value_at != std::string_view::npos && value_at > 0 && rest[value_at - 1] == '_')  // of "pawn_value_op"
+        value_at = rest.find(VALUE, value_at + 1);
     std::string_view name;
     std::string_view value;
     if (name_at != std::string_view::npos && (value_at == std::string_view::npos || value_at > name_at)) {

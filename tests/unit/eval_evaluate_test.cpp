@@ -17,12 +17,10 @@ protected:
             const std::string name = list.substr(start, equals - start);
             const std::string value = list.substr(equals + 1, end - equals - 1);
             std::vector<TunableParam> params = eval_tunables(engine.settings.weights);
-            select_tunable(params, name);
-            const auto weight = std::find_if(params.begin(), params.end(), std::mem_fn(&TunableParam::selected));
-            if (weight != params.end())
-                weight->weight.of(engine.settings.weights) = static_cast<std::int16_t>(std::stoi(value));
-            ASSERT_TRUE(weight != params.end() || option_named(name) != nullptr) << name;
-            apply_option(engine, name, value);
+            if (const TunableParam *param = tunable_named(params, name); param != nullptr)  // of any size
+                param->weight.of(engine.settings.weights) = static_cast<std::int16_t>(std::stoi(value));
+            else
+                ASSERT_TRUE(apply_option(engine, name, value)) << name;
         }
         derive_tables(engine);
     }

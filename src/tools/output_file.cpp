@@ -5,6 +5,25 @@
 
 #include "base/output.h"
 
+namespace {
+
+// The name as open_file takes it.
+std::string plain_name(const std::filesystem::path &path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+bool may_be_replaced(const std::filesystem::path &path) {
+    std::error_code error;
+    const std::filesystem::file_type type = std::filesystem::status(path, error).type();
+    if (type != std::filesystem::file_type::regular) return type == std::filesystem::file_type::not_found;
+    std::FILE *file = open_file(plain_name(path).c_str(), "r+b");
+    if (file != nullptr) std::fclose(file);
+    return file != nullptr;
+}
+
+}  // namespace
+
 bool is_same_file(const char *input, const char *output) {
     std::error_code error;
     if (!std::filesystem::equivalent(file_path(input), file_path(output), error)) return false;
@@ -28,4 +47,41 @@ void OutputFile::close() {
     const bool failed = std::ferror(file_) != 0;
     if (std::fclose(file_) != 0 || failed) print_line("cannot write all of " + name_);
     file_ = nullptr;
+}
+
+WholeFile::WholeFile(std::string name) : name_(std::move(name)), place_(file_path(name_)) {
+    std::error_code error;
+    if (std::filesystem::is_symlink(place_, error)) {
+        const std::filesystem::path named = std::filesystem::canonical(place_, error);
+        if (!error) place_ = named;
+    }
+    beside_ = place_;
+    beside_ += ".tmp";
+    if (name_.empty() || !may_be_replaced(place_)) return;
+    if (std::filesystem::is_symlink(beside_, error)) std::filesystem::remove(beside_, error);
+    file_ = open_file(plain_name(beside_).c_str(), "wb");
+}
+
+bool WholeFile::commit() {
+    bool good = file_ != nullptr && std::ferror(file_) == 0;
+    if (file_ != nullptr) {
+        good = std::fclose(std::exchange(file_, nullptr)) == 0 && good;
+        std::error_code error;
+        if (good) {
+            const std::filesystem::file_status old = std::filesystem::status(place_, error);
+            if (std::filesystem::exists(old)) std::filesystem::permissions(beside_, old.permissions(), error);
+            std::filesystem::rename(beside_, place_, error);
+            good = !error;
+        }
+        if (!good) std::filesystem::remove(beside_, error);
+    }
+    if (!good) print_line("cannot write " + name_);
+    return good;
+}
+
+void WholeFile::drop() {
+    if (file_ == nullptr) return;
+    std::fclose(std::exchange(file_, nullptr));
+    std::error_code error;
+    std::filesystem::remove(beside_, error);
 }

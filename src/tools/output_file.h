@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,4 +34,32 @@ private:
     std::string name_;
     std::FILE *file_;
     std::vector<char> buffer_;
+};
+
+// A file that appears whole or not at all: it is written beside its place, as NAME.tmp, and takes its place in the end. What
+// stood there keeps its content until then, and its permissions after; behind a link it is the file that the link names.
+// What is no plain file, or is one that may not be written to, is not replaced. One writer of a name at a time.
+class WholeFile {
+public:
+    explicit WholeFile(std::string name);
+    // Without a commit there is nothing new.
+    ~WholeFile() { drop(); }
+    WholeFile(const WholeFile &) = delete;
+    WholeFile &operator=(const WholeFile &) = delete;
+
+    // Whether it can be written, as far as can be told before. What is written to one that cannot is passed over.
+    bool is_open() const { return file_ != nullptr; }
+    void write(std::string_view text) {
+        if (file_ != nullptr) std::fwrite(text.data(), 1, text.size(), file_);
+    }
+    // Puts it in its place; once. False, after one line, and everything as it was, when it could not be written.
+    bool commit();
+
+private:
+    void drop();
+
+    std::string name_;
+    std::filesystem::path place_;
+    std::filesystem::path beside_;
+    std::FILE *file_ = nullptr;
 };

@@ -39,8 +39,8 @@ struct Opcode {
     std::string EpdRecord::*field;
 };
 constexpr Opcode OPCODES[] = {
-    {"bm", &EpdRecord::bm}, {"am", &EpdRecord::am}, {"ce", &EpdRecord::ce},
-    {"c0", &EpdRecord::c0}, {"c6", &EpdRecord::c6},
+    {"bm", &EpdRecord::bm}, {"am", &EpdRecord::am}, {"id", &EpdRecord::id},
+    {"ce", &EpdRecord::ce}, {"c0", &EpdRecord::c0}, {"c6", &EpdRecord::c6},
 };
 
 }  // namespace

@@ -10,6 +10,7 @@ struct EpdRecord {
     std::string fen;  // the four fields, joined by single blanks
     std::string bm;   // best moves
     std::string am;   // avoid move
+    std::string id;   // identifier
     std::string ce;   // centipawn evaluation
     std::string c0;   // points: "Qxf7=10, Bxf7=3"
     std::string c6;   // comment 6

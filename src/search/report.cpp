@@ -1,5 +1,6 @@
 #include "search/report.h"
 
+#include "platform/clock.h"
 #include "search/threads.h"
 #include "search/timing.h"
 
@@ -42,6 +43,15 @@ SearchLine make_line(SearchShared &shared, int number, int depth, int score, Bou
             shared.stop_flag != STOP_NONE};
 }
 
+// Leaves the shared clock alone, so that a search goes the same way when it is watched.
+void tell_watch(SearchShared &shared, Move best, int depth, int score) {
+    const BestMoveWatch &watch = shared.reporter.watch;
+    if (watch.best_changed == nullptr) return;
+    const std::lock_guard<std::mutex> guard(shared.output_lock);
+    const auto nodes = static_cast<double>(sum_thread_stats(shared.pool).nodes);
+    watch.best_changed(watch.context, {best, depth, score, monotonic_seconds() - shared.start, nodes});
+}
+
 }  // namespace
 
 Line plain_line(const std::array<SharedValue<Move>, PV_SIZE> &line) {
@@ -71,7 +81,10 @@ void publish_best(SearchThread &thread, Bound bound) {
     const int depth = thread.best_depth;
     result.bound = bound;
     if (best == result.pv[1] && score == result.score && depth == result.depth) return;
-    if (best != result.pv[1]) result.change_depth = static_cast<std::int8_t>(depth);
+    if (best != result.pv[1]) {
+        result.change_depth = static_cast<std::int8_t>(depth);
+        tell_watch(shared, best, depth, score);
+    }
     result.score = static_cast<std::int16_t>(score);
     result.depth = static_cast<std::int8_t>(depth);
     result.pv = thread.line;

@@ -51,6 +51,22 @@ struct CurrentMove {
     double elapsed, nodes, nodes_per_second, hash_fill;  // as in SearchLine
 };
 
+// Another move has become the best one.
+struct BestChange {
+    Move move;
+    int depth;       // iteration that found it
+    int score;       // centipawns from the side to move's view
+    double elapsed;  // seconds
+    double nodes;
+};
+
+// Who follows the best move of searches, whatever is shown of them. From thread 0 of a running search; from its first
+// iteration on.
+struct BestMoveWatch {
+    void *context = nullptr;
+    void (*best_changed)(void *context, const BestChange &change) = nullptr;
+};
+
 // A search is about to start.
 struct SearchPlan {
     int game_ply;
@@ -92,6 +108,7 @@ struct Reporter {
     void (*current_move)(void *context, const CurrentMove &move) = nullptr;
     // The root's evaluation, when SearchLimits::show_evaluation asked for it.
     void (*evaluated)(void *context, const Position &pos, const EvalDisplay &display) = nullptr;
+    BestMoveWatch watch;  // with a context of its own
 
     // At the start of a search.
     void (*planned)(void *context, const Position &pos, const SearchPlan &plan) = nullptr;

@@ -10,6 +10,16 @@ namespace {
 
 constexpr int LOOK_MS = 5;  // between looks at the user's wish
 
+// What a search depends on beside the settings: the rate that a switch or a strength has set, and the tablebases that are
+// in use.
+void copy_state(const Engine &from, Engine &to) {
+    to.shared.target_nps = from.shared.target_nps.load();
+    to.calibrated_nps = from.calibrated_nps;
+    to.calibrated_elo = from.calibrated_elo;
+    derive_tables(to);
+    if (from.shared.tablebases.largest > 0) set_up_tablebases(to, to.settings.SyzygyPath.view());
+}
+
 }  // namespace
 
 Crew::Crew(ToolRun &run, int size) : run_(run) {
@@ -21,6 +31,7 @@ Crew::Crew(ToolRun &run, int size) : run_(run) {
         engines_.push_back(std::make_unique<Engine>());
         started_ = start_engine(*engines_.back(), settings, Reporter{}) == 0;
         if (!started_) break;
+        copy_state(run.engine, *engines_.back());
         try {
             threads_.emplace_back([this, i] { serve(*engines_[static_cast<std::size_t>(i)]); });
         } catch (const std::system_error &) {

@@ -72,6 +72,9 @@ bool run(FrontEnd &front, const CommandLine &line) {
     ToolRun tool = tool_run(front);
     tool.limited = line.limited;
     tool.parallel = line.parallel;
+    tool.resume = line.resume;
+    tool.held_out = line.held_out_file;
+    tool.weights = line.weights;
     switch (line.mode) {
     case RunMode::ANALYSE_EPD: analyse_epd_file(tool, line.tool_file.c_str()); break;
     case RunMode::SCAN_PGN_1: scan_pgn_file(tool, line.source_file.c_str(), 1); break;

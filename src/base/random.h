@@ -8,6 +8,9 @@ class RandomGenerator {
 public:
     explicit RandomGenerator(std::uint64_t seed = 0) : state_(seed) {}
 
+    // With it as seed another generator goes on from here.
+    std::uint64_t state() const { return state_; }
+
     // Uniform in 0 .. 2^31 - 1.
     int next() {
         state_ += 0x9E3779B97F4A7C15;

@@ -39,6 +39,9 @@ struct CommandLine {
     Settings settings;
     SearchLimits limits;
     bool limited = false;              // by depth, time or nodes
+    bool resume = false;               // a tool goes on from where it was ended
+    std::string held_out_file;         // of -tune
+    std::string weights;               // of -tune and -tune4
     int parallel = 1;                  // what tools work on at once
     std::optional<double> target_nps;  // nodes per second and thread
     std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters

@@ -1,4 +1,6 @@
 // The benchmark.
+#include <memory>
+
 #include "base/output.h"
 #include "base/progress.h"
 #include "base/version.h"
@@ -67,6 +69,25 @@ BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread) {
     say(format_line("total time= %0.2f seconds, nodes= %.0f, nps= %.0f\n", total.seconds, total.nodes,
                     total.nodes / total.seconds));
     return total;
+}
+
+std::uint64_t benchmark_nodes(const Settings &settings, int depth) {
+    const auto engine = std::make_unique<Engine>();
+    Settings quiet = settings;
+    quiet.Threads = 1;
+    quiet.Hash = Settings{}.Hash;
+    if (start_engine(*engine, quiet, Reporter{}) != 0) return 0;
+    SearchLimits limits;
+    limits.max_depth = depth;
+    limits.time_per_move = SECONDS_PER_POSITION;
+    limits.noise = NO_PROGRESS_LINES;
+    std::uint64_t nodes = 0;
+    for (const char *position : POSITIONS) {
+        set_fen(engine->game.position, position);
+        clear_table_if_idle(engine->shared);
+        nodes += search(*engine, limits).stats.nodes;
+    }
+    return nodes;
 }
 
 void run_tester_benchmark(ToolRun &run, int count) {

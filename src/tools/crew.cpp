@@ -38,16 +38,20 @@ Crew::Crew(ToolRun &run, int size) : run_(run) {
             started_ = false;
         }
     }
-    if (!started_) print_format("cannot start %d engines at once", size);
+    if (started_) return;
+    print_format("cannot start %d engines at once", size);
+    dismiss();
 }
 
-Crew::~Crew() {
+void Crew::dismiss() {
     {
         const std::lock_guard<std::mutex> guard(lock_);
         closing_ = true;
     }
     task_added_.notify_all();
     for (std::thread &thread : threads_) thread.join();
+    threads_.clear();
+    engines_.clear();
 }
 
 void Crew::serve(Engine &engine) {

@@ -29,11 +29,11 @@ public:
     // Starts `size` engines with the settings of the run's engine, but for one thread each; none for a size below 2.
     // Settings that change later are copied by copy_settings.
     Crew(ToolRun &run, int size);
-    ~Crew();
+    ~Crew() { dismiss(); }
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
 
-    // False, after a line, when there was no memory or no thread for all of them.
+    // False, after a line, when there was no memory or no thread for all of them; the run's engine works alone then.
     bool started() const { return started_; }
     // Engines that work at once.
     int size() const { return engines_.empty() ? 1 : static_cast<int>(engines_.size()); }
@@ -53,6 +53,7 @@ private:
     using Task = std::function<void(Worker &)>;
 
     void serve(Engine &engine);
+    void dismiss();
     void add_task(Task task);
     // Waits for `done` with an eye on the user.
     void wait_for(const std::atomic<bool> &done);

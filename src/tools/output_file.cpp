@@ -35,7 +35,28 @@ void report_read_error(const LineReader &file, const char *name) {
     if (file.failed()) print_line(std::string("cannot read all of ") + name);
 }
 
+void remove_file(const char *name) {
+    std::error_code error;
+    std::filesystem::remove(file_path(name), error);
+}
+
 OutputFile::OutputFile(std::string name) : name_(std::move(name)), file_(open_file(name_.c_str(), "wb")) {
+    set_buffer();
+}
+
+OutputFile::OutputFile(std::string name, std::int64_t kept) : name_(std::move(name)), file_(nullptr) {
+    const std::filesystem::path path = file_path(name_);
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error || size < static_cast<std::uintmax_t>(kept)) return;
+    std::filesystem::resize_file(path, static_cast<std::uintmax_t>(kept), error);
+    if (error) return;
+    file_ = open_file(name_.c_str(), "ab");
+    size_ = kept;
+    set_buffer();
+}
+
+void OutputFile::set_buffer() {
     constexpr std::size_t BUFFER_SIZE = std::size_t{1} << 16;
     if (file_ == nullptr) return;
     buffer_.resize(BUFFER_SIZE);

@@ -1,6 +1,7 @@
 // Files that tools read and write: complete, or somebody says so.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -16,24 +17,36 @@ bool is_same_file(const char *input, const char *output);
 // Prints one line when a file could not be read to its end.
 void report_read_error(const LineReader &file, const char *name);
 
+// Removes a file, if it is there.
+void remove_file(const char *name);
+
 // A file that a tool writes. An error while writing is reported once, when it is closed.
 class OutputFile {
 public:
     explicit OutputFile(std::string name);
+    // Goes on behind the first `kept` bytes of a file that is there; what stands behind them is cut off.
+    OutputFile(std::string name, std::int64_t kept);
     ~OutputFile() { close(); }
     OutputFile(const OutputFile &) = delete;
     OutputFile &operator=(const OutputFile &) = delete;
 
     bool is_open() const { return file_ != nullptr; }
-    void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), file_); }
+    void write(std::string_view text) {
+        std::fwrite(text.data(), 1, text.size(), file_);
+        size_ += static_cast<std::int64_t>(text.size());
+    }
+    std::int64_t size() const { return size_; }  // bytes
     void flush() { std::fflush(file_); }
     // Prints one line when not everything could be written.
     void close();
 
 private:
+    void set_buffer();
+
     std::string name_;
     std::FILE *file_;
     std::vector<char> buffer_;
+    std::int64_t size_ = 0;
 };
 
 // A file that appears whole or not at all: it is written beside its place, as NAME.tmp, and takes its place in the end. What

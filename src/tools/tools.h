@@ -23,10 +23,13 @@ struct ToolRun {
     // Reads the user's input without waiting; whether the work is to end. Null: nobody can end it.
     bool (*wants_to_end)(void *context) = nullptr;
     void *context = nullptr;
-    int parallel = 1;      // positions or games to work on at once, one thread each; 1: one, with all threads
-    bool limited = false;  // the user has named a limit
-    bool stopped = false;  // the user has wanted it to end
-    bool failed = false;   // it could not do its work, and has said why
+    int parallel = 1;           // positions or games to work on at once, one thread each; 1: one, with all threads
+    bool resume = false;        // go on from where such work was ended
+    std::string held_out = {};  // records that the tuner does not see; empty: none
+    std::string weights = {};   // names of those to tune, separated by commas; empty: the tool's own choice
+    bool limited = false;       // the user has named a limit
+    bool stopped = false;       // the user has wanted it to end
+    bool failed = false;        // it could not do its work, and has said why
 };
 
 struct BenchResult {
@@ -35,6 +38,8 @@ struct BenchResult {
 // Searches the first `count` built-in positions to a fixed depth (the depth limit, or 17 when that is above 40) and prints
 // the time of each and the total node rate. `in_this_thread`: the pool's first record searches here, always to depth 17.
 BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread);
+// Nodes that it searches to a depth with the given settings, one thread and a table of 64 MB, on an engine of its own. Silent.
+std::uint64_t benchmark_nodes(const Settings &settings, int depth);
 // The same to depth 16 when the limit is above 40, with a last line that test frameworks read: "N nodes M nps".
 void run_tester_benchmark(ToolRun &run, int count);
 
@@ -51,7 +56,8 @@ void build_book(const char *pgn_file);
 
 // Writes the records of a training file that are fit for tuning to "tune_new.epd".
 void make_training_file(ToolRun &run, const char *file_name);
-// 100 passes of gradient descent over the selected weights on a training file; writes "tune.log".
+// 100 passes of gradient descent over the selected weights on a training file; writes "tune.log", and what it has found as
+// the configuration file "tuned.cfg". "tune.state" keeps what a run that resumes needs.
 void run_gradient_tuning(ToolRun &run, const char *file_name);
 
 // What the console's `tune` worked on last.
@@ -59,12 +65,14 @@ struct TuneChoice {
     std::string file = "tune.epd";
     int share = 100;  // percent of the file
 };
-// Searches the best value of one weight on a share (percent) of a training file and reports it; an empty file name and a
+// Searches the best value of one weight on a share (percent) of a training file, reports it and writes it to "tuned.cfg"; an
+// empty file name and a
 // negative share stand for those of the last call. The weight keeps its value; the hash table stays switched off until
 // it is switched on again.
 void tune_one_parameter(ToolRun &run, TuneChoice &choice, std::string_view name, std::string_view file_name,
                         int percent);
 
 // 300,000 fast games between a perturbed and a fixed copy of the weights, in cycles of six, after each of which the
-// estimates move towards the winner. Writes "self.pgn".
+// estimates move towards the winner. Writes "self.pgn", and the estimates to "tuned.cfg" in the end. "tune4.state" keeps what
+// a run that resumes needs.
 void run_selfplay_tuning(ToolRun &run);

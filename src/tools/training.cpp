@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "base/output.h"
 #include "base/progress.h"
@@ -12,7 +13,6 @@
 #include "games/epd.h"
 #include "games/results.h"
 #include "tools/screen.h"
-#include "tools/tool_search.h"
 
 namespace {
 
@@ -80,44 +80,82 @@ void add_error(ErrorSum &errors, const TrainingRecord &record, int q, double r, 
     ++errors.counted;
 }
 
-// Sets up the record's position. False, after the line has been shown, when that cannot be searched as it stands.
-bool set_up_record(Position &pos, const TrainingRecord &record, std::string_view line, Progress &progress) {
-    const FenReading reading = set_fen(pos, record.fen);
-    if (!reading.rights_dropped && unsearchable_reason(pos).empty()) return true;
-    report_set_up(reading);
-    progress.finish();
-    say(std::string(line) + "\n");
-    return false;
+// Consecutive lines of a training file. One that has a record which cannot be searched ends with it.
+struct Batch {
+    static constexpr std::size_t RECORDS = 256;
+    std::vector<std::string> lines;  // with a record each
+    std::vector<TrainingRecord> records;
+    std::int64_t position = 0;  // in the file, behind them
+};
+struct BatchScores {
+    std::vector<int> scores;  // of the records that could be searched, from the side to move's view
+    std::vector<Colour> sides;
+};
+
+// False at the end of the file.
+bool read_batch(LineReader &file, Batch &batch) {
+    std::string_view line;
+    TrainingRecord record;
+    while (batch.records.size() < Batch::RECORDS && file.next(line)) {
+        if (line.empty() || line[0] == ';' || line[0] == '#' || line[0] == ' ' || !read_training_record(line, record))
+            continue;
+        batch.lines.emplace_back(line);
+        batch.records.push_back(std::move(record));
+    }
+    batch.position = file.position();
+    return !batch.records.empty();
+}
+
+bool set_up_record(Position &pos, const TrainingRecord &record) {
+    return !set_fen(pos, record.fen).rights_dropped && unsearchable_reason(pos).empty();
+}
+
+// Up to a record that cannot be searched as it stands.
+BatchScores score_batch(Worker &worker, const Batch &batch, const SearchLimits &limits) {
+    Engine &engine = worker.engine;
+    BatchScores result;
+    for (const TrainingRecord &record : batch.records) {
+        if (!set_up_record(engine.game.position, record)) break;
+        begin_search(engine, limits, REQUEST_ANALYSIS);
+        search_here(engine);
+        result.scores.push_back(finish_search(engine).score);
+        result.sides.push_back(engine.game.position.side);
+    }
+    return result;
 }
 
 }  // namespace
 
-double tuning_error(ToolRun &run, const char *file_name, OutputFile *filtered) {
+double TuningError::of_file(const char *file_name, OutputFile *filtered) {
     constexpr std::size_t LONGEST_LINE = 253;
-    constexpr int POSITIONS_PER_LOOK = 256;
     LineReader file(file_name, LONGEST_LINE);
     if (!file.is_open()) return NO_ERROR_KNOWN;
-    derive_tables(run.engine);
-    run.engine.shared.table.enabled = 0;
+    derive_tables(run_.engine);
+    crew_.copy_settings();
+    crew_.prepare_engines([](Engine &engine) { engine.shared.table.enabled = 0; });
 
     Progress progress("positions");
-    Position &pos = run.engine.game.position;
     ErrorSum errors;
-    int positions = 0;
-    std::string_view line;
-    while (!run.stopped && file.next(line)) {
-        TrainingRecord record;
-        if (line.empty() || line[0] == ';' || line[0] == '#' || line[0] == ' ' || !read_training_record(line, record))
-            continue;
-        if (!set_up_record(pos, record, line, progress)) break;
-        ++positions;
-        const int q = search_in_this_thread(run).score;
-        if (positions % POSITIONS_PER_LOOK == 0) {
-            look_for_wish(run);
-            progress.update(positions, file.position(), file.size());
+    std::int64_t positions = 0;
+    bool readable = true;
+    const auto next_batch = [&](Batch &batch) { return readable && read_batch(file, batch); };
+    const auto score = [&](Worker &worker, const Batch &batch) { return score_batch(worker, batch, run_.limits); };
+    const auto take = [&](const Batch &batch, const BatchScores &result) {
+        const std::size_t count = result.scores.size();
+        for (std::size_t i = 0; i < count && readable; ++i) {
+            const double r = batch.records[i].result;
+            add_error(errors, batch.records[i], result.scores[i], result.sides[i] == WHITE ? r : 1.0 - r,
+                      batch.lines[i], filtered);
         }
-        add_error(errors, record, q, pos.side == WHITE ? record.result : 1.0 - record.result, line, filtered);
-    }
+        positions += static_cast<std::int64_t>(count);
+        progress.update(positions, batch.position, file.size());
+        if (count == batch.records.size() || !readable) return;
+        readable = false;
+        report_set_up(set_fen(run_.engine.game.position, batch.records[count].fen));
+        progress.finish();
+        say(batch.lines[count] + "\n");
+    };
+    crew_.run_in_order<Batch, BatchScores>(next_batch, score, take);
     report_read_error(file, file_name);
     return errors.counted > 0 ? errors.sum / errors.counted : 0.0;
 }
@@ -146,5 +184,5 @@ void make_training_file(ToolRun &run, const char *file_name) {
     run.limits.max_depth = 0;
     say(format_line("Creating file %s\n", FILTERED_FILE));
     OutputFile filtered(FILTERED_FILE);
-    if (filtered.is_open()) tuning_error(run, file_name, &filtered);
+    if (filtered.is_open()) TuningError(run).of_file(file_name, &filtered);
 }

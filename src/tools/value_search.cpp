@@ -7,6 +7,7 @@
 #include "eval/tunables.h"
 #include "tools/screen.h"
 #include "tools/training.h"
+#include "tools/tuned_weights.h"
 
 namespace {
 
@@ -44,6 +45,8 @@ public:
         return true;
     }
 
+    int best() const { return best_; }
+    double best_error() const { return best_error_; }
     std::string text() const {
         return format_line("best= %d, err= %0.6f, min= %d, max= %d\n\n", best_, best_error_, lower_, upper_);
     }
@@ -57,16 +60,20 @@ private:
     int upper_ = UNBOUNDED_HIGH;
 };
 
-void search_best_value(ToolRun &run, const TunableParam &param) {
+// The best value becomes the weight's estimate. False when there was nothing to measure, or no time.
+bool search_best_value(ToolRun &run, TunableParam &param, std::string &what) {
     constexpr int MOST_TRIES = 30;
     std::int16_t &weight = param.weight.of(run.engine.settings.weights);
     const std::int16_t start = weight;
+    TuningError errors(run);
     ValueSearch values(start);
+    double first_error = NO_ERROR_KNOWN;
     int value = start;
     for (int tries = 0; tries < MOST_TRIES; ++tries) {
         weight = nearest_weight(value);
-        const double error = tuning_error(run, SAMPLE_FILE);
+        const double error = errors.of_file(SAMPLE_FILE);
         if (run.stopped) break;
+        if (tries == 0) first_error = error;
         say(format_line("%s= %d, err= %0.6f\n", param.name.c_str(), value, error));
         values.add(value, error, tries == 0);
         say(values.text());
@@ -74,6 +81,10 @@ void search_best_value(ToolRun &run, const TunableParam &param) {
     }
     say(values.text());
     weight = start;
+    param.selected = true;
+    param.estimate = values.best();
+    what += format_line("error %0.6f before, %0.6f after\n", first_error, values.best_error());
+    return first_error > 0.0 && first_error < NO_ERROR_KNOWN;
 }
 
 }  // namespace
@@ -84,16 +95,17 @@ void tune_one_parameter(ToolRun &run, TuneChoice &choice, std::string_view name,
     if (!file_name.empty()) choice.file = file_name;
     if (percent >= 0) choice.share = std::min(percent, WHOLE_FILE);
     say(format_line("tune file= %s\n", choice.file.c_str()));
-    const std::vector<TunableParam> tunables = eval_tunables(run.engine.settings.weights);
-    const auto param = std::find_if(tunables.begin(), tunables.end(),
-                                    [name](const TunableParam &candidate) { return candidate.name == name; });
-    if (param != tunables.end()) {
+    std::vector<TunableParam> tunables = eval_tunables(run.engine.settings.weights);
+    if (TunableParam *param = tunable_named(tunables, name); param != nullptr) {
         run.limits.max_depth = 0;
         run.limits.noise = NO_PROGRESS_LINES;
         say(format_line("\ntuning %s\n", param->name.c_str()));
         copy_random_subset(run, choice.file.c_str(), SAMPLE_FILE, choice.share);
-        search_best_value(run, *param);
+        std::string what = format_line("The best value of %s on %d %% of %s\n", param->name.c_str(), choice.share,
+                                       choice.file.c_str());
+        const bool found = search_best_value(run, *param, what);
         derive_tables(run.engine);
+        if (found) write_tuned_weights(run, tunables, what);
     }
     say("done!\n");
 }

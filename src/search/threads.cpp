@@ -170,6 +170,12 @@ void prepare_threads(SearchShared &shared, const Position &game) {
     }
 }
 
+// The check extension reads the flags of the last move at a ply, which may be one of an earlier search.
+void forget_searches(SearchShared &shared) {
+    for (int i = 0; i < shared.pool.size; ++i)
+        for (PlyRecord &record : search_thread_at(shared.pool, i).plies) record.move_flags = 0;
+}
+
 void start_search_threads(SearchShared &shared) {
     const ThreadPool &pool = shared.pool;
     for (int i = 0; i < pool.size; ++i) {

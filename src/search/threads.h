@@ -17,6 +17,9 @@ inline SearchThread &search_thread_at(const ThreadPool &pool, int index) {
 // Copies a game, from its set-up on, into every thread's record and resets counters, depths and node budgets. No thread
 // busy.
 void prepare_threads(SearchShared &shared, const Position &game);
+// Has the records forget what they keep from one search to the next beside caches, which is little but can be told by node
+// counts: a search goes as in a new engine. No thread busy.
+void forget_searches(SearchShared &shared);
 // Gives every prepared thread the search command; thread 0 gets a head start of 5 ms.
 void start_search_threads(SearchShared &shared);
 

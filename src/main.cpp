@@ -76,7 +76,7 @@ bool run(FrontEnd &front, const CommandLine &line) {
     tool.held_out = line.held_out_file;
     tool.weights = line.weights;
     switch (line.mode) {
-    case RunMode::ANALYSE_EPD: analyse_epd_file(tool, line.tool_file.c_str()); break;
+    case RunMode::ANALYSE_EPD: analyse_epd_file(tool, line.tool_file.c_str(), line.against_file.c_str()); break;
     case RunMode::SCAN_PGN_1: scan_pgn_file(tool, line.source_file.c_str(), 1); break;
     case RunMode::SCAN_PGN_2: scan_pgn_file(tool, line.source_file.c_str(), 2); break;
     case RunMode::SCAN_PGN_3: scan_pgn_file(tool, line.source_file.c_str(), 3); break;

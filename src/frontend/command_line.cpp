@@ -117,6 +117,8 @@ constexpr Switch SWITCHES[] = {
     {"-pbench",    "",        set_mode<RunMode::BENCH_IN_THREAD>, TOOLS,
         "benchmark of 10 positions without the thread pool"},
     {"-anepd",     "file",    set_tool_file<RunMode::ANALYSE_EPD>, TOOLS, "run a test suite", "dral -anepd wac.epd -t 1", "epd"},
+    {"-against",   "file",    [](CommandLine &line, std::string_view value) { line.against_file = file_name(value); }, TOOLS,
+        "results of another run of -anepd to compare with", "dral -anepd wac.epd -t 1 -against results.tsv", "tsv"},
     {"-scan_pgn1", "file",    set_source_file<RunMode::SCAN_PGN_1>, TOOLS,
         "annotate games and list their mistakes", "dral -scan_pgn1 games.pgn", "pgn"},
     {"-scan_pgn2", "file",    set_source_file<RunMode::SCAN_PGN_2>, TOOLS, "write training records of quiet positions", "dral -scan_pgn2 games.pgn", "pgn"},

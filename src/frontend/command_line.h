@@ -45,6 +45,7 @@ struct CommandLine {
     int parallel = 1;                  // what tools work on at once
     std::optional<double> target_nps;  // nodes per second and thread
     std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters
+    std::string against_file;          // results that -anepd compares its own with; at most 139 characters; empty: none
     std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
     std::string answers;               // lines to print at the start: the strength that goes with a node rate
 };

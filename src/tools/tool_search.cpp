@@ -15,8 +15,10 @@ SearchResult complete_search(ToolRun &run, int pause_ms) {
     return complete_search(run.engine, {look, &run, pause_ms});
 }
 
-SearchResult search_in_this_thread(ToolRun &run) {
-    begin_search(run.engine, run.limits, REQUEST_ANALYSIS);
-    search_here(run.engine);
-    return finish_search(run.engine);
+SearchResult search_in_this_thread(ToolRun &run) { return search_in_this_thread(run.engine, run.limits); }
+
+SearchResult search_in_this_thread(Engine &engine, const SearchLimits &limits) {
+    begin_search(engine, limits, REQUEST_ANALYSIS);
+    search_here(engine);
+    return finish_search(engine);
 }

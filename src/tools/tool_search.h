@@ -14,3 +14,4 @@ SearchResult search_with_all_threads(ToolRun &run, int pause_ms);
 SearchResult complete_search(ToolRun &run, int pause_ms);
 // A search in this thread, without a look at the time or the user.
 SearchResult search_in_this_thread(ToolRun &run);
+SearchResult search_in_this_thread(Engine &engine, const SearchLimits &limits);

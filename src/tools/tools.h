@@ -1,11 +1,11 @@
 // The toolbox: batch work that is started by switches, or by the console's `tune`.
 //
 // crew.h shares work out over several engines.
-// bench.cpp measures speed, epd_analysis.cpp runs test suites, pgn_scan.cpp turns games into records, make_book.cpp builds
-// opening books, training.cpp measures the evaluation on records, tuning.cpp and value_search.cpp fit weights to them,
-// selfplay.cpp by play. They share searches (tool_search.h), files (output_file.h) and words (screen.h). All of them work
-// on the engine's game and run on its owner's thread. Each returns early, with what it has done so far written, when the
-// user wants it to end.
+// bench.cpp measures speed, epd_analysis.cpp runs test suites, whose results suite_results.h compares, pgn_scan.cpp turns
+// games into records, make_book.cpp builds opening books, training.cpp measures the evaluation on records, tuning.cpp and
+// value_search.cpp fit weights to them, selfplay.cpp by play. They share searches (tool_search.h), files (output_file.h)
+// and words (screen.h). All of them work on the engine's game and run on its owner's thread. Each returns early, with what
+// it has done so far written, when the user wants it to end.
 #pragma once
 
 #include <string>
@@ -44,8 +44,10 @@ std::uint64_t benchmark_nodes(const Settings &settings, int depth);
 void run_tester_benchmark(ToolRun &run, int count);
 
 // Searches every position of an EPD file within the limits and scores the answers against its best moves, avoid moves and
-// points. Positions without any go to "unsolved.epd". Silent when a file cannot be opened.
-void analyse_epd_file(ToolRun &run, const char *file_name);
+// points. Positions without any go to "unsolved.epd", a row for each position to "results.tsv". `against`: another run's
+// results, which are read first and compared in the end; empty: none. Silent when the suite or "unsolved.epd" cannot be
+// opened.
+void analyse_epd_file(ToolRun &run, const char *file_name, const char *against = "");
 
 // Reads a PGN file with engine scores in its comments. Variant 1 writes an annotated listing to "tmp.pgn" and corrected
 // mistakes to "tmpX.epd"; 2 to 4 write training records to "tmp.epd". Silent when a file cannot be opened.

@@ -16,7 +16,9 @@ struct ExitStatus {
 };
 constexpr ExitStatus STATUSES[] = {
     {"0", "a normal run"},
-    {"1", "no memory for a search thread or the hash table at start, or a processor that lacks instructions"},
+    {"1",
+     "no memory for a search thread or the hash table at start, a processor that lacks instructions, or a tool that "
+     "could not do its work"},
     {"255", "a later change of Threads or Hash could not be carried out"},
 };
 

@@ -3,6 +3,7 @@
 #include "frontend/game_files.h"
 #include "games/epd.h"
 #include "harness.h"
+#include "tools/suite_results.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string_view text = fuzz::text_of(data, size);
@@ -19,6 +20,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     build_book("in.txt");
     load_game(front, "in.txt", "1");
     analyse_epd_file(run, "in.txt");
+    std::vector<SuiteRow> rows;
+    read_results("in.txt", rows);
+    read_results("results.tsv", rows);
     make_training_file(run, "in.txt");
     if (fuzz::contains(text, "Threads")) return 0;
     // Whatever was set, the tables can be built and a position evaluated.

@@ -49,7 +49,7 @@ TEST(Epd, RecordsHaveFourFieldsAndOperations) {
     check_rows("games/epd.tsv", 1, [](const auto &row) {
         EpdRecord r;
         const bool read = parse_epd_record(plain_text(row[0]), r);
-        return fields(read, r.fen, r.bm, r.am, r.ce, r.c0, r.c6, without_annotation(r.bm));
+        return fields(read, r.fen, r.bm, r.am, r.ce, r.c0, r.c6, r.id, without_annotation(r.bm));
     });
     EpdRecord r;
     parse_epd_record(std::string(300, 'k').append(" w - - bm ").append(600, 'a'), r);

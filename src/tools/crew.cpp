@@ -33,7 +33,7 @@ Crew::Crew(ToolRun &run, int size) : run_(run) {
         if (!started_) break;
         copy_state(run.engine, *engines_.back());
         try {
-            threads_.emplace_back([this, i] { serve(*engines_[static_cast<std::size_t>(i)]); });
+            threads_.emplace_back([this, &engine = *engines_.back()] { serve(engine); });
         } catch (const std::system_error &) {
             started_ = false;
         }

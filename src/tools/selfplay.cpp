@@ -108,6 +108,7 @@ FinishedGame play_game(Worker &worker, const GameJob &job, const Settings &refer
     Position &pos = engine.game.position;
     if (job.has_seed) engine.random = RandomGenerator(job.seed);
     set_fen(pos, START_FEN);
+    forget_searches(engine.shared);
     FinishedGame finished;
     finished.perturbed_is_white = engine.random.next() % 2 == 0;
     prepare_hash(engine.shared, limits);

@@ -19,7 +19,7 @@ std::string content(const fs::path &path) {
 // What stands in the folder of a file that holds "old" after "new" was written to `name`: the file's text, and how many
 // entries there are.
 std::string after_writing(const std::string &name, bool commits, bool succeeds) {
-    const fs::path folder = fs::path(testing::TempDir()) / "dral-whole-file";
+    const fs::path folder = fs::current_path() / "whole-file-test";
     fs::remove_all(folder);
     fs::create_directories(folder / "sub");
     std::ofstream(folder / "file") << "old";
@@ -34,7 +34,9 @@ std::string after_writing(const std::string &name, bool commits, bool succeeds) 
     }
     const bool kept = (fs::status(folder / "file").permissions() & fs::perms::others_read) == fs::perms::none;
     const auto entries = std::distance(fs::recursive_directory_iterator(folder), {});
-    return content(folder / "file") + (kept ? " " : " opened ") + std::to_string(entries);
+    const std::string text = content(folder / "file");
+    fs::remove_all(folder);
+    return text + (kept ? " " : " opened ") + std::to_string(entries);
 }
 
 TEST(WholeFile, AppearsWholeOrNotAtAll) {

@@ -4,11 +4,13 @@
 #include <system_error>
 
 #include "base/output.h"
+#include "platform/clock.h"
 #include "tools/tool_search.h"
 
 namespace {
 
 constexpr int LOOK_MS = 5;  // between looks at the user's wish
+constexpr double MILLISECOND = 0.001;
 
 // What a search depends on beside the settings: the rate that a switch or a strength has set, and the tablebases that are
 // in use.
@@ -22,7 +24,7 @@ void copy_state(const Engine &from, Engine &to) {
 
 }  // namespace
 
-Crew::Crew(ToolRun &run, int size) : run_(run) {
+Crew::Crew(ToolRun &run, int size) : run_(run), last_look_(monotonic_seconds()) {
     if (size < 2) return;
     Settings settings = run.engine.settings;
     settings.Threads = 1;
@@ -89,16 +91,24 @@ void Crew::add_task(Task task) {
 }
 
 void Crew::wait_for(const std::atomic<bool> &done) {
-    look_for_wish(run_);
+    if (engines_.empty()) return;  // the task has been carried out, and has looked as often as it wanted
+    look_now_and_then();
     std::unique_lock<std::mutex> guard(lock_);
     while (!done) {
         if (run_.stopped) stop_tasks();
         task_done_.wait_for(guard, std::chrono::milliseconds(LOOK_MS));
         if (done) return;
         guard.unlock();
-        look_for_wish(run_);
+        look_now_and_then();
         guard.lock();
     }
+}
+
+void Crew::look_now_and_then() {
+    const double now = monotonic_seconds();
+    if (now < last_look_ + LOOK_MS * MILLISECOND) return;
+    last_look_ = now;
+    look_for_wish(run_);
 }
 
 // Again and again while somebody waits: a search that begins now has not seen the stop before it.

@@ -57,10 +57,12 @@ private:
     void add_task(Task task);
     // Waits for `done` with an eye on the user.
     void wait_for(const std::atomic<bool> &done);
+    void look_now_and_then();
     void stop_tasks();
 
     ToolRun &run_;
     bool started_ = true;
+    double last_look_;  // seconds of the monotonic clock
     std::vector<std::unique_ptr<Engine>> engines_;
     std::vector<std::thread> threads_;
     std::mutex lock_;  // guards tasks_ and closing_

@@ -67,10 +67,9 @@ struct TuneChoice {
     std::string file = "tune.epd";
     int share = 100;  // percent of the file
 };
-// Searches the best value of one weight on a share (percent) of a training file, reports it and writes it to "tuned.cfg"; an
-// empty file name and a
-// negative share stand for those of the last call. The weight keeps its value; the hash table stays switched off until
-// it is switched on again.
+// Searches the best value of one weight on a share (percent) of a training file, reports it and writes it, when it is
+// another than that of now, to "tuned.cfg"; an empty file name and a negative share stand for those of the last call. The
+// weight keeps its value; the hash table stays switched off until it is switched on again.
 void tune_one_parameter(ToolRun &run, TuneChoice &choice, std::string_view name, std::string_view file_name,
                         int percent);
 

@@ -13,6 +13,7 @@
 #include "games/epd.h"
 #include "games/results.h"
 #include "tools/screen.h"
+#include "tools/tool_search.h"
 
 namespace {
 
@@ -149,6 +150,7 @@ double TuningError::of_file(const char *file_name, OutputFile *filtered) {
         }
         positions += static_cast<std::int64_t>(count);
         progress.update(positions, batch.position, file.size());
+        if (count == Batch::RECORDS) look_for_wish(run_);
         if (count == batch.records.size() || !readable) return;
         readable = false;
         report_set_up(set_fen(run_.engine.game.position, batch.records[count].fen));

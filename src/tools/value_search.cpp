@@ -60,7 +60,7 @@ private:
     int upper_ = UNBOUNDED_HIGH;
 };
 
-// The best value becomes the weight's estimate. False when there was nothing to measure, or no time.
+// The best value becomes the weight's estimate. Whether it is another than that of now.
 bool search_best_value(ToolRun &run, TunableParam &param, std::string &what) {
     constexpr int MOST_TRIES = 30;
     std::int16_t &weight = param.weight.of(run.engine.settings.weights);
@@ -84,7 +84,7 @@ bool search_best_value(ToolRun &run, TunableParam &param, std::string &what) {
     param.selected = true;
     param.estimate = values.best();
     what += format_line("error %0.6f before, %0.6f after\n", first_error, values.best_error());
-    return first_error > 0.0 && first_error < NO_ERROR_KNOWN;
+    return values.best() != start;
 }
 
 }  // namespace

@@ -48,6 +48,29 @@ TEST_F(Tools, CtrlCEndsTheMatch) {
     EXPECT_THAT(directory_.read("self.pgn"), ContainsRegex("^\\[Event selfplay\\]\n(.*\n)*\\[Game 2\\]\n"));
 }
 
+// All records are one position, so that it does not matter which are drawn.
+TEST_F(Tools, ATunerGoesOnWhereItWasEnded) {
+    std::string records;
+    for (int i = 0; i < 2000; ++i)
+        records += "r2q3r/1p1bbQ2/4p1Bk/3pP3/1n1P1P1p/pP6/Pn4PP/R1B1R1K1 w - - ce 0; c9 \"1-0\";\n";
+    directory_.write("records.epd", records);
+    const std::vector<std::string> tune = {"-tune", "records.epd", "-weights", "king_safety"};
+    run(tune);
+    const std::string log = directory_.read("tune.log");
+    const std::string found = directory_.read("tuned.cfg");
+    EXPECT_THAT(found, HasSubstr("\nking_safety = 200\n"));
+    EngineProcess engine(tune, directory_.path());
+    engine.expect_line("pass= 3,");
+    engine.interrupt();
+    EXPECT_EQ(engine.read_until_exit(Milliseconds(60'000)).status, 0);
+    EXPECT_THAT(directory_.read("tune.log"), testing::Not(HasSubstr("pass= 99,")));
+    EXPECT_THAT(directory_.read("tuned.cfg"), ContainsRegex("descent, [0-9]+ passes(.*\n)*king_safety = 1"));
+    run({"-tune", "records.epd", "-weights", "king_safety", "-resume", "-threads", "2"});
+    EXPECT_EQ(directory_.read("tune.log"), log);
+    EXPECT_EQ(directory_.read("tuned.cfg"), found);
+    EXPECT_EQ(directory_.read("tune.state"), "");
+}
+
 TEST_F(Tools, AFullDiskIsReported) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
     directory_.write("games.pgn", games(3, "1-0", "1. e4"));

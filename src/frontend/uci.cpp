@@ -50,7 +50,7 @@ void uci(FrontEnd &front, std::string_view) {
     print_format("id author %s", ENGINE_AUTHOR);
     for (const Option &option : option_table())
         if (option.listed) list_option(front, option);
-    if constexpr (LISTS_WEIGHTS) list_weights(front.engine.default_settings.weights);
+    if (LISTS_WEIGHTS) list_weights(front.engine.default_settings.weights);
     print_line("uciok");
 }
 

@@ -1,0 +1,86 @@
+// Writing games as standard PGN.
+#include <algorithm>
+
+#include "base/output.h"
+#include "games/pgn.h"
+
+namespace {
+
+constexpr std::size_t LONGEST_LINE = 79;
+constexpr std::string_view ROSTER[] = {"Event", "Site", "Date", "Round", "White", "Black"};
+
+// Words in lines.
+class LineFiller {
+public:
+    explicit LineFiller(std::string &text) : text_(text) {}
+
+    void add(std::string_view word) {
+        if (column_ != 0) {
+            const bool full = column_ + 1 + word.size() > LONGEST_LINE && may_begin_line(word);
+            text_ += full ? '\n' : ' ';
+            column_ = full ? 0 : column_ + 1;
+        }
+        text_ += word;
+        column_ += word.size();
+    }
+
+    // The words of a text. Commands in it ("[%clk 0:01:00]") stay in one piece.
+    void add_words(std::string_view text) {
+        while (!text.empty()) {
+            std::size_t end = text.find(' ');
+            if (const std::size_t command = text.find("[%"); command < end)
+                end = text.find(' ', std::min(text.find(']', command), text.size()));
+            end = std::min(end, text.size());
+            if (end > 0) add(text.substr(0, end));
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+    }
+
+private:
+    // At the start of a line these mean something to some reader, even in a comment.
+    static bool may_begin_line(std::string_view word) {
+        return word[0] != '%' && word[0] != ';' && (word[0] != '[' || word.starts_with("[%"));
+    }
+
+    std::string &text_;
+    std::size_t column_ = 0;
+};
+
+void write_tags(const PgnGame &game, std::string &text) {
+    const auto add = [&text](std::string_view name, std::string_view value) {
+        text += "[" + std::string(name) + " \"" + std::string(value) + "\"]\n";
+    };
+    for (const PgnTag &tag : game.tags) add(tag.name, tag.value);
+    if (!game.tags.empty()) return;
+    for (const std::string_view name : ROSTER) add(name, name == "Date" ? "????.??.??" : "?");
+    add("Result", result_text(game.result));
+}
+
+void write_notes(const std::vector<PgnNote> &notes, LineFiller &lines) {
+    for (const PgnNote &note : notes)
+        lines.add_words(note.kind == PgnNote::COMMENT ? "{" + note.text + "}" : "(" + note.text + ")");
+}
+
+}  // namespace
+
+std::string write_pgn(const PgnGame &game) {
+    std::string text;
+    write_tags(game, text);
+    text += '\n';
+    LineFiller lines(text);
+    write_notes(game.notes, lines);
+    Colour side = game.first_side;
+    int number = game.first_number;
+    bool numbered = false;  // the number of a black move follows from the move before it
+    for (const PgnMove &move : game.moves) {
+        if (side == WHITE || !numbered) lines.add(format_line(side == WHITE ? "%d." : "%d...", number));
+        lines.add(move.text);
+        for (const int nag : move.nags) lines.add(format_line("$%d", nag));
+        write_notes(move.notes, lines);
+        numbered = move.notes.empty();
+        if (side == BLACK) ++number;
+        side = opponent(side);
+    }
+    lines.add(result_text(game.result));
+    return text + "\n\n";
+}

@@ -17,6 +17,7 @@ enum class RunMode {
     SCAN_PGN_2,
     SCAN_PGN_3,
     SCAN_PGN_4,
+    REVIEW,
     MATCH,
     BENCH,
     BENCH_2,
@@ -46,7 +47,7 @@ struct CommandLine {
     std::optional<double> target_nps;  // nodes per second and thread
     std::string tool_file;             // of -anepd, -mktune and -tune; at most 139 characters
     std::string against_file;          // results that -anepd compares its own with; at most 139 characters; empty: none
-    std::string source_file;           // of the -scan_pgn switches, -match and -mkbook; at most 139 characters
+    std::string source_file;           // of the -scan_pgn switches, -review, -match and -mkbook; at most 139 characters
     std::string answers;               // lines to print at the start: the strength that goes with a node rate
 };
 

@@ -46,6 +46,10 @@ struct PgnGame {
     std::string_view tag(std::string_view name) const;
 };
 
+// Who plays a move of a game, and its number as it is written before it: "12." or "12...".
+Colour mover(const PgnGame &game, std::size_t index);
+std::string move_number(const PgnGame &game, std::size_t index);
+
 class PgnReader {
 public:
     // The file stays open as long as the reader is used.

@@ -63,23 +63,30 @@ void write_notes(const std::vector<PgnNote> &notes, LineFiller &lines) {
 
 }  // namespace
 
+Colour mover(const PgnGame &game, std::size_t index) {
+    return index % 2 == 0 ? game.first_side : opponent(game.first_side);
+}
+
+std::string move_number(const PgnGame &game, std::size_t index) {
+    const std::size_t since_first_white = index + (game.first_side == BLACK ? 1 : 0);
+    const int number = game.first_number + static_cast<int>(since_first_white / 2);
+    return format_line(mover(game, index) == WHITE ? "%d." : "%d...", number);
+}
+
 std::string write_pgn(const PgnGame &game) {
     std::string text;
     write_tags(game, text);
     text += '\n';
     LineFiller lines(text);
     write_notes(game.notes, lines);
-    Colour side = game.first_side;
-    int number = game.first_number;
     bool numbered = false;  // the number of a black move follows from the move before it
-    for (const PgnMove &move : game.moves) {
-        if (side == WHITE || !numbered) lines.add(format_line(side == WHITE ? "%d." : "%d...", number));
+    for (std::size_t i = 0; i < game.moves.size(); ++i) {
+        const PgnMove &move = game.moves[i];
+        if (mover(game, i) == WHITE || !numbered) lines.add(move_number(game, i));
         lines.add(move.text);
         for (const int nag : move.nags) lines.add(format_line("$%d", nag));
         write_notes(move.notes, lines);
         numbered = move.notes.empty();
-        if (side == BLACK) ++number;
-        side = opponent(side);
     }
     lines.add(result_text(game.result));
     return text + "\n\n";

@@ -2,10 +2,11 @@
 //
 // crew.h shares work out over several engines.
 // bench.cpp measures speed, epd_analysis.cpp runs test suites, whose results suite_results.h compares, pgn_scan.cpp turns
-// games into records, make_book.cpp builds opening books, training.cpp measures the evaluation on records, tuning.cpp and
-// value_search.cpp fit weights to them, selfplay.cpp by play. They share searches (tool_search.h), files (output_file.h)
-// and words (screen.h). All of them work on the engine's game and run on its owner's thread. Each returns early, with what
-// it has done so far written, when the user wants it to end.
+// games into records, review.cpp shows where games turned, make_book.cpp builds opening books, training.cpp measures the
+// evaluation on records, tuning.cpp and value_search.cpp fit weights to them, selfplay.cpp by play. They share searches
+// (tool_search.h), files (output_file.h), checkpoints (checkpoint.h) and words (screen.h). All of them work on the engine's
+// game and run on its owner's thread. Each returns early, with what it has done so far written, when the user wants it to
+// end.
 #pragma once
 
 #include <string>
@@ -52,6 +53,11 @@ void analyse_epd_file(ToolRun &run, const char *file_name, const char *against =
 // Reads a PGN file with engine scores in its comments. Variant 1 writes an annotated listing to "tmp.pgn" and corrected
 // mistakes to "tmpX.epd"; 2 to 4 write training records to "tmp.epd". Silent when a file cannot be opened.
 void scan_pgn_file(ToolRun &run, const char *file_name, int variant);
+
+// Searches the games of a PGN file, position by position, and writes them with scores, marks, better lines and summaries to
+// "NAME.review.pgn", where NAME is that of the file without folder and ending. Depth 12 unless the user has named a limit;
+// run.parallel games at once. Goes on where an earlier run was stopped.
+void review_games(ToolRun &run, const char *file_name);
 
 // Builds the book "tmp_book.bin" from the games of a PGN file. Silent when that cannot be opened.
 void build_book(const char *pgn_file);

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::size_t LARGEST_GAME = std::size_t{1} << 20;  // bytes that are kept of one game
+constexpr std::size_t MOST_TAGS = 1000;
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 constexpr std::string_view DELIMITERS = " {}()[]<>;$";
 constexpr int HIGHEST_NAG = 255;
@@ -175,6 +176,9 @@ void PgnReader::read_bracket(char c) {
 
 void PgnReader::read_comment(bool in_variation) {
     const std::size_t close = std::min(line_.find('}', at_), line_.size());
+    // Some programs let braces nest.
+    std::replace(line_.begin() + static_cast<std::ptrdiff_t>(at_), line_.begin() + static_cast<std::ptrdiff_t>(close),
+                 '{', '(');
     keep(std::string_view(line_).substr(at_, close - at_), text_);
     at_ = close;
     if (at_ == line_.size()) return;
@@ -191,6 +195,7 @@ void PgnReader::read_comment(bool in_variation) {
 // What stands behind a semicolon, as a comment in braces.
 void PgnReader::add_remark() {
     std::string remark = line_.substr(at_ + 1);
+    std::replace(remark.begin(), remark.end(), '{', '(');
     std::replace(remark.begin(), remark.end(), '}', ')');
     at_ = line_.size();
     if (place_ == Place::VARIATION) {
@@ -241,8 +246,8 @@ bool PgnReader::at_tag() const {
 // A tag stands before the moves; the name of the event comes first.
 bool PgnReader::begins_game() const {
     if (!game_.moves.empty()) return true;
-    return !game_.tag("Event").empty() &&
-           std::string_view(line_).substr(after_blanks(line_, at_ + 1)).starts_with("Event ");
+    return std::string_view(line_).substr(after_blanks(line_, at_ + 1)).starts_with("Event ") &&
+           !game_.tag("Event").empty();
 }
 
 // One that is not well formed is taken as far as its sense is clear.
@@ -264,7 +269,10 @@ void PgnReader::read_tag() {
     keep(line.substr(name, end - name), tag.name);
     keep(line.substr(value, std::max(value_end, value) - value), tag.value);
     tag.value = clean_value(tag.value);
-    if (!tag.name.empty()) game_.tags.push_back(std::move(tag));
+    if (game_.tags.size() >= MOST_TAGS)
+        game_.damaged = true;
+    else if (!tag.name.empty())
+        game_.tags.push_back(std::move(tag));
 }
 
 void PgnReader::read_word() {

@@ -27,16 +27,21 @@ public:
     // The words of a text. Commands in it ("[%clk 0:01:00]") stay in one piece.
     void add_words(std::string_view text) {
         while (!text.empty()) {
-            std::size_t end = text.find(' ');
-            if (const std::size_t command = text.find("[%"); command < end)
-                end = text.find(' ', std::min(text.find(']', command), text.size()));
-            end = std::min(end, text.size());
+            const std::size_t end = end_of_word(text);
             if (end > 0) add(text.substr(0, end));
             text.remove_prefix(std::min(end + 1, text.size()));
         }
     }
 
 private:
+    static std::size_t end_of_word(std::string_view text) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        const std::size_t command = text.substr(0, end).find("[%");
+        if (command == std::string_view::npos) return end;
+        const std::size_t close = text.substr(0, command + LONGEST_LINE).find(']', command);
+        return close == std::string_view::npos ? end : std::min(text.find(' ', close), text.size());
+    }
+
     // At the start of a line these mean something to some reader, even in a comment.
     static bool may_begin_line(std::string_view word) {
         return word[0] != '%' && word[0] != ';' && (word[0] != '[' || word.starts_with("[%"));

@@ -106,16 +106,18 @@ private:
     }
 
     void take(const PgnGame &game, const ReviewedGame &reviewed) {
-        ++state_.read;
-        state_.games += !reviewed.text.empty();
-        state_.damaged += reviewed.damaged;
-        state_.positions += reviewed.positions;
-        state_.input_bytes = game.end;
-        if (!output_.add(reviewed.text, state_)) {
+        ReviewState after = state_;
+        ++after.read;
+        after.games += !reviewed.text.empty();
+        after.damaged += reviewed.damaged;
+        after.positions += reviewed.positions;
+        after.input_bytes = game.end;
+        if (!output_.add(reviewed.text, after)) {
             failed_ = true;
             run_.stopped = true;
             return;
         }
+        state_ = after;
         progress_.finish();
         if (!reviewed.text.empty())
             say(format_line("game %lld: ", static_cast<long long>(state_.games)) + reviewed.headline +

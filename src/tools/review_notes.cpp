@@ -38,12 +38,16 @@ bool is_earlier_summary(const PgnNote &note) {
 }
 
 void forget_scores(std::string &comment) {
-    for (std::size_t at = comment.find(SCORE); at != std::string::npos; at = comment.find(SCORE)) {
-        std::size_t end = std::min(comment.find(']', at), comment.size() - 1) + 1;
-        while (end < comment.size() && comment[end] == ' ') ++end;
-        comment.erase(at, end - at);
+    std::string rest;
+    std::size_t at = 0;
+    for (std::size_t score = comment.find(SCORE); score != std::string::npos; score = comment.find(SCORE, at)) {
+        rest += comment.substr(at, score - at);
+        at = std::min(comment.find(']', score), comment.size() - 1) + 1;
+        at = std::min(comment.find_first_not_of(' ', at), comment.size());
     }
-    comment.erase(comment.find_last_not_of(' ') + 1);
+    rest += comment.substr(at);
+    rest.erase(rest.find_last_not_of(' ') + 1);
+    comment = std::move(rest);
 }
 
 void forget_earlier_review(PgnGame &game) {
@@ -134,7 +138,10 @@ std::string headline(const PgnGame &game, const GameReview &review) {
     };
     std::string text = name("White") + " - " + name("Black") + " " + result_text(game.result);
     if (!anything_judged(review)) return text + ", nothing judged";
-    text += format_line(", accuracy %.1f %% and %.1f %%", review.sides[WHITE].accuracy, review.sides[BLACK].accuracy);
+    const auto accuracy = [](const SideReview &side) {
+        return side.moves == 0 ? std::string("none") : format_line("%.1f %%", side.accuracy);
+    };
+    text += ", accuracy " + accuracy(review.sides[WHITE]) + " and " + accuracy(review.sides[BLACK]);
     if (review.turning_point != NO_TURNING_POINT)
         text += ", turned at " + move_with_number(game, static_cast<std::size_t>(review.turning_point));
     return text;

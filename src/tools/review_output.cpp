@@ -34,7 +34,7 @@ bool ReviewOutput::open(ReviewState &state) {
     }
     if (!resumes) {
         state = {};
-        if (std::filesystem::exists(file_path(state_name_), error))
+        if (std::filesystem::remove(file_path(state_name_), error))
             print_line(state_name_ + " is of other work: starting anew");
     }
     file_ = open_file(name_.c_str(), resumes ? "ab" : "wb");

@@ -12,7 +12,7 @@ data=$(cd "$(dirname "${BASH_SOURCE[0]}")/../data" && pwd)
 build=$(cd "$1" && pwd) || exit 2
 seconds=$2
 shift 2
-[ $# -gt 0 ] || set -- position lines files book tablebase
+[ $# -gt 0 ] || set -- position lines files games book tablebase
 
 # The first byte of a table's seed is the number of its name in tablebase.cpp.
 mkdir -p "$build/corpus/tablebase" "$build/faults"

@@ -71,6 +71,25 @@ TEST_F(Tools, ATunerGoesOnWhereItWasEnded) {
     EXPECT_EQ(directory_.read("tune.state"), "");
 }
 
+// Stopped in the middle, or killed in the middle of a game, a review goes on as if nothing had been.
+TEST_F(Tools, AReviewGoesOnWhereItWasStopped) {
+    const std::vector<std::string> command = {"-review", "games.pgn", "-d", "7"};
+    directory_.write("games.pgn", games(10, "1-0", "1. e4 {a} e5 2. Nf3 g5 1-0") + "1. e4 {open");
+    EXPECT_THAT(run(command), HasSubstr("\ngames= 11, damaged= 1, positions= 52\n"));
+    const std::string whole = directory_.read("games.review.pgn");
+    EngineProcess stopped(command, directory_.path());
+    stopped.expect_line("game 2: ");
+    stopped.interrupt();
+    EXPECT_EQ(stopped.read_until_exit(Milliseconds(60'000)).status, 0);
+    const std::string part = directory_.read("games.review.pgn");
+    EXPECT_LT(part.size(), whole.size());
+    directory_.write("games.review.pgn", part + "[Event \"half a ga");
+    EXPECT_THAT(run({"-review", "games.pgn", "-d", "7", "-parallel", "2"}),
+                testing::AllOf(HasSubstr("going on after "), HasSubstr("\ngames= 11, damaged= 1, positions= 52\n")));
+    EXPECT_EQ(directory_.read("games.review.pgn"), whole);
+    EXPECT_FALSE(std::filesystem::exists(directory_.path() / "games.review.state"));
+}
+
 TEST_F(Tools, AFullDiskIsReported) {
     if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
     directory_.write("games.pgn", games(3, "1-0", "1. e4"));

@@ -36,13 +36,15 @@ public:
         searched_.better_lines.resize(moves_.size());
     }
 
-    // The position is that after all moves, before and after it.
+    // The position is that after all moves when it begins.
     SearchedGame run() {
         clear_table_if_idle(engine_.shared);
         engine_.shared.table.age = 0;
         const std::size_t first = book_moves();
-        for (std::size_t i = moves_.size() + 1; i-- > first && !worker_.stopped();) {
+        if (first == moves_.size()) return std::move(searched_);
+        for (std::size_t i = moves_.size() + 1; i-- > first;) {
             search_position(i);
+            if (worker_.stopped()) return {};
             if (i > first) unmake_move(pos_);
         }
         play_to_end(first);

@@ -24,5 +24,5 @@ struct SearchedGame {
 
 // Plays the game out, which gives its moves their standard texts, and searches it on the worker's engine. What the engine
 // has searched before has no influence. Moves at the start that the book of the engine's options knows are not searched.
-// Incomplete when the worker is stopped.
+// Incomplete, or empty, when the worker is stopped.
 SearchedGame search_game(Worker &worker, PgnGame &game, const SearchLimits &limits);

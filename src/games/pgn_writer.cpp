@@ -9,19 +9,29 @@ namespace {
 constexpr std::size_t LONGEST_LINE = 79;
 constexpr std::string_view ROSTER[] = {"Event", "Site", "Date", "Round", "White", "Black"};
 
-// Words in lines.
+// Words in lines. A line is never broken before what would mean something to some reader at its start, even in a comment.
 class LineFiller {
 public:
     explicit LineFiller(std::string &text) : text_(text) {}
 
     void add(std::string_view word) {
+        const bool may_begin_line = word[0] != '%' && word[0] != ';' && (word[0] != '[' || word.starts_with("[%"));
+        if (may_begin_line) finish();
+        if (!unit_.empty()) unit_ += ' ';
+        unit_ += word;
+    }
+
+    // Writes what has been held back.
+    void finish() {
+        if (unit_.empty()) return;
         if (column_ != 0) {
-            const bool full = column_ + 1 + word.size() > LONGEST_LINE && may_begin_line(word);
+            const bool full = column_ + 1 + unit_.size() > LONGEST_LINE;
             text_ += full ? '\n' : ' ';
             column_ = full ? 0 : column_ + 1;
         }
-        text_ += word;
-        column_ += word.size();
+        text_ += unit_;
+        column_ += unit_.size();
+        unit_.clear();
     }
 
     // The words of a text. Commands in it ("[%clk 0:01:00]") stay in one piece.
@@ -42,12 +52,8 @@ private:
         return close == std::string_view::npos ? end : std::min(text.find(' ', close), text.size());
     }
 
-    // At the start of a line these mean something to some reader, even in a comment.
-    static bool may_begin_line(std::string_view word) {
-        return word[0] != '%' && word[0] != ';' && (word[0] != '[' || word.starts_with("[%"));
-    }
-
     std::string &text_;
+    std::string unit_;  // words that stay together
     std::size_t column_ = 0;
 };
 
@@ -87,12 +93,13 @@ std::string write_pgn(const PgnGame &game) {
     bool numbered = false;  // the number of a black move follows from the move before it
     for (std::size_t i = 0; i < game.moves.size(); ++i) {
         const PgnMove &move = game.moves[i];
-        if (mover(game, i) == WHITE || !numbered) lines.add(move_number(game, i));
-        lines.add(move.text);
+        const bool with_number = mover(game, i) == WHITE || !numbered;
+        lines.add((with_number ? move_number(game, i) + " " : "") + move.text);
         for (const int nag : move.nags) lines.add(format_line("$%d", nag));
         write_notes(move.notes, lines);
         numbered = move.notes.empty();
     }
     lines.add(result_text(game.result));
+    lines.finish();
     return text + "\n\n";
 }

@@ -92,6 +92,7 @@ private:
     int depth_ = 0;             // of variations
     std::string text_;          // of the open comment or variation
     std::size_t size_ = 0;      // bytes that the game holds so far
+    bool full_ = false;         // there was no room for more
     bool result_read_ = false;  // only comments of the same line still belong to the game
 };
 

@@ -104,6 +104,7 @@ bool PgnReader::next(PgnGame &game) {
 void PgnReader::read_game() {
     game_ = {};
     size_ = 0;
+    full_ = false;
     result_read_ = false;
     while (line_open_ || read_line()) {
         read_text();
@@ -317,7 +318,7 @@ void PgnReader::add_note(PgnNote::Kind kind) {
     text.erase(0, text.find_first_not_of(' '));
     text.erase(text.find_last_not_of(' ') + 1);
     if (text.empty()) return;
-    if (kind == PgnNote::VARIATION && game_.moves.empty()) return;  // of no move
+    if (kind == PgnNote::VARIATION && (game_.moves.empty() || full_)) return;  // of no move, or cut anywhere
     (game_.moves.empty() ? game_.notes : game_.moves.back().notes).push_back({kind, std::move(text)});
 }
 
@@ -330,14 +331,12 @@ void PgnReader::keep(std::string_view text, std::string &store) {
     if (take_room(text.size())) store += text;
 }
 
-// Whether the game may hold so many bytes more.
+// Whether the game may hold so many bytes more. Once it may not, it takes nothing any more.
 bool PgnReader::take_room(std::size_t size) {
-    const bool room = size_ + size <= LARGEST_GAME;
-    if (room)
-        size_ += size;
-    else
-        game_.damaged = true;
-    return room;
+    full_ |= size_ + size > LARGEST_GAME;
+    game_.damaged |= full_;
+    if (!full_) size_ += size;
+    return !full_;
 }
 
 void PgnReader::end_game() {

@@ -11,8 +11,8 @@ std::string rewritten(std::string text) {
     const std::string path =
         (std::filesystem::temp_directory_path() / ("dral-pgn-" + std::to_string(getpid()))).string();
     std::ofstream(path, std::ios::binary) << text;
-    LineReader lines(path.c_str(), 100);
-    PgnReader reader(lines);
+    auto lines = std::make_unique<LineReader>(path.c_str(), 100);
+    PgnReader reader(*lines);
     const auto board = make_test_position();
     std::string shown;
     for (PgnGame read; reader.next(read);) {
@@ -25,6 +25,7 @@ std::string rewritten(std::string text) {
         std::replace(written.begin(), written.end(), '\n', '\\');
         shown += (shown.empty() ? "" : " // ") + std::string(read.damaged ? "! " : "") + written;
     }
+    lines.reset();
     std::filesystem::remove(path);
     return shown.empty() ? "-" : shown;
 }

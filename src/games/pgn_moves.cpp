@@ -22,18 +22,19 @@ std::string essence(std::string_view text) {
     return letters;
 }
 
-// Whether a text names the move: letter of the piece, any origin, target, promotion.
+// Whether a text names the move: letter of the piece, anything of its origin, target, promotion.
 bool names_move(const Position &pos, Move move, std::string_view text) {
-    const std::string from(square_name(from_square(move)));
     const std::string coordinates = move_to_text(move, PromotionStyle::EQUALS_SIGN);
-    std::string goal = essence(std::string_view(coordinates).substr(2));
+    const std::string_view origin = std::string_view(coordinates).substr(0, 2);
+    const std::string goal = essence(std::string_view(coordinates).substr(2));
     const PieceType type = pos.type_on(from_square(move));
-    const std::string letter = type == PAWN ? "" : std::string(1, PIECE_LETTERS[type]);
-    if (type == PAWN && text.starts_with('P')) text.remove_prefix(1);
-    for (const std::string_view origin : {std::string_view(from), std::string_view(from).substr(0, 1),
-                                          std::string_view(from).substr(1), std::string_view()})
-        if (text == letter + std::string(origin) + goal) return true;
-    return false;
+    if (text.starts_with(PIECE_LETTERS[type]))
+        text.remove_prefix(1);
+    else if (type != PAWN)
+        return false;
+    if (!text.ends_with(goal)) return false;
+    text.remove_suffix(goal.size());
+    return text.empty() || text == origin || (text.size() == 1 && origin.find(text) != std::string_view::npos);
 }
 
 // The move that a text of a game file denotes; NO_MOVE unless exactly one legal move fits.

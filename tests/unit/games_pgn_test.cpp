@@ -1,11 +1,14 @@
 // Whole games of PGN files, with all that their writers got wrong.
+#include <gmock/gmock.h>
+
 #include "games/pgn.h"
 #include "test_support.h"
 
 namespace {
 
 // What is read from a file and, with the moves played out, written again: '\' stands for the end of a line, '^' for a
-// carriage return, '~' for a control character, '`' for a backslash. A game without tags gets seven, which are left out; '!' marks damage.
+// carriage return, '~' for a control character, '`' for a backslash. A game without tags gets seven, which are left out;
+// '!' marks damage.
 std::string rewritten(std::string text) {
     for (char &c : text) c = c == '\\' ? '\n' : c == '^' ? '\r' : c == '~' ? '\1' : c == '`' ? '\\' : c;
     const std::string path =

@@ -1,4 +1,6 @@
 // What a review makes of the scores of a game, and of what the game held before.
+#include <gmock/gmock.h>
+
 #include "base/output.h"
 #include "search/search.h"
 #include "test_support.h"

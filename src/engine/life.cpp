@@ -262,7 +262,7 @@ SearchResult complete_search(Engine &engine, const SearchPoll &poll) {
     while (threads_busy(engine)) {
         poll_search(engine);
         if (poll.poll != nullptr) poll.poll(poll.context);
-        if (engine.shared.stop_flag == STOP_NONE) sleep_ms(poll.pause_ms);
+        wait_until_idle(engine.shared.pool, engine.shared.stop_flag == STOP_NONE ? poll.pause_ms : 1);
     }
     return finish_search(engine);
 }

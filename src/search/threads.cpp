@@ -1,6 +1,7 @@
 #include "search/threads.h"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <new>
 #include <system_error>
@@ -196,6 +197,11 @@ int busy_threads(const ThreadPool &pool) {
 void wait_until_idle(const ThreadPool &pool) {
     std::unique_lock<std::mutex> lock(pool.idle_lock);
     pool.all_idle.wait(lock, [&pool] { return busy_threads(pool) == 0; });
+}
+
+void wait_until_idle(const ThreadPool &pool, int milliseconds) {
+    std::unique_lock<std::mutex> lock(pool.idle_lock);
+    pool.all_idle.wait_for(lock, std::chrono::milliseconds(milliseconds), [&pool] { return busy_threads(pool) == 0; });
 }
 
 void clear_table(SearchShared &shared) {

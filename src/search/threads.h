@@ -25,8 +25,9 @@ void start_search_threads(SearchShared &shared);
 
 // Number of threads that have not finished their command.
 int busy_threads(const ThreadPool &pool);
-// Sleeps until no thread is busy.
+// Sleeps until no thread is busy, or so long.
 void wait_until_idle(const ThreadPool &pool);
+void wait_until_idle(const ThreadPool &pool, int milliseconds);
 
 // Zeroes the transposition table, with all threads. None of them busy.
 void clear_table(SearchShared &shared);

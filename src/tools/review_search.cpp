@@ -28,9 +28,7 @@ public:
           pos_(worker.engine.game.position),
           game_(game),
           moves_(std::move(moves)),
-          limits_(limits),
-          poll_(worker.poll) {
-        poll_.pause_ms = 1;  // many of the searches are short
+          limits_(limits) {
         searched_.moves.resize(moves_.size());
         searched_.positions.resize(moves_.size() + 1);
         searched_.better_lines.resize(moves_.size());
@@ -39,6 +37,7 @@ public:
     // The position is that after all moves when it begins.
     SearchedGame run() {
         clear_table_if_idle(engine_.shared);
+        forget_searches(engine_.shared);
         engine_.shared.table.age = 0;
         const std::size_t first = book_moves();
         if (first == moves_.size()) return std::move(searched_);
@@ -91,7 +90,7 @@ private:
             found = {true, 0};
             return;
         }
-        const SearchResult result = search(engine_, limits_, poll_);
+        const SearchResult result = search(engine_, limits_, worker_.poll);
         ++searched_.searched;
         found = {result.best != NO_MOVE && result.depth > 0, result.score};
         if (last || !found.known || !searched_.positions[i + 1].known) return;
@@ -140,7 +139,7 @@ private:
         if (limits.max_depth < MAX_DEPTH) limits.max_depth = std::max(limits.max_depth - SHALLOWER, 1);
         if (limits.node_limit > 0) limits.node_limit = std::max<std::int64_t>(limits.node_limit / PART, 1);
         limits.time_per_move /= PART;
-        const SearchResult result = search(engine_, limits, poll_);
+        const SearchResult result = search(engine_, limits, worker_.poll);
         return result.best != NO_MOVE && result.depth > 0 && is_only_move(move.before, result.score);
     }
 
@@ -150,7 +149,6 @@ private:
     const PgnGame &game_;
     std::vector<Move> moves_;
     SearchLimits limits_;
-    SearchPoll poll_;
     SearchedGame searched_;
 };
 

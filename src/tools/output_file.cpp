@@ -63,11 +63,13 @@ void OutputFile::set_buffer() {
     std::setvbuf(file_, buffer_.data(), _IOFBF, buffer_.size());
 }
 
-void OutputFile::close() {
-    if (file_ == nullptr) return;
+bool OutputFile::close() {
+    if (file_ == nullptr) return true;
     const bool failed = std::ferror(file_) != 0;
-    if (std::fclose(file_) != 0 || failed) print_line("cannot write all of " + name_);
-    file_ = nullptr;
+    const bool closed = std::fclose(std::exchange(file_, nullptr)) == 0;
+    if (closed && !failed) return true;
+    print_line("cannot write all of " + name_);
+    return false;
 }
 
 WholeFile::WholeFile(std::string name) : name_(std::move(name)), place_(file_path(name_)) {

@@ -36,9 +36,10 @@ public:
         size_ += static_cast<std::int64_t>(text.size());
     }
     std::int64_t size() const { return size_; }  // bytes
-    void flush() { std::fflush(file_); }
-    // Prints one line when not everything could be written.
-    void close();
+    // False when not everything could be written; closing tells.
+    bool flush() { return std::fflush(file_) == 0 && std::ferror(file_) == 0; }
+    // False, after a line, when not everything could be written.
+    bool close();
 
 private:
     void set_buffer();

@@ -62,7 +62,8 @@ std::string plan_of(const ToolRun &run, const SearchLimits &limits, const LineRe
     const Settings &settings = run.engine.settings;
     return format_line("%s, %lld bytes, %s, hash %d, book ", ENGINE_NAME, static_cast<long long>(file.size()),
                        limits_text(limits).c_str(), settings.Hash) +
-           std::string(settings.OwnBook_File.view()) + ", tables " + std::string(settings.SyzygyPath.view());
+           std::string(settings.OwnBook_File.view()) + ", tables " + std::string(settings.SyzygyPath.view()) +
+           ", settings " + std::string(settings.ConfigFilePath.view());
 }
 
 bool can_read(const std::string &name) {

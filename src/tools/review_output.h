@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "tools/output_file.h"
 
 // How far a review is.
 struct ReviewState {
@@ -22,9 +24,6 @@ class ReviewOutput {
 public:
     // The file is `stem`.review.pgn, the state stem.review.state. `plan` tells in one line what a run works on and how.
     ReviewOutput(const std::string &stem, std::string plan);
-    ~ReviewOutput() { close(); }
-    ReviewOutput(const ReviewOutput &) = delete;
-    ReviewOutput &operator=(const ReviewOutput &) = delete;
 
     const std::string &name() const { return name_; }
     // Opens the file, and gives the state to go on from. A state that fits another plan is left, with a line. False, after
@@ -38,9 +37,7 @@ public:
 private:
     bool read_state(ReviewState &state) const;
     bool write_state(const ReviewState &state) const;
-    bool report(const std::string &name) const;
-    bool close();
 
     std::string name_, state_name_, plan_;
-    std::FILE *file_ = nullptr;
+    std::unique_ptr<OutputFile> file_;
 };

@@ -35,4 +35,12 @@ lines = sys.stdin.read().strip().splitlines()
 nodes, nps = first("nodes"), first("nps")
 said = re.search(r"nodes= (\d+), nps= (\d+)", lines[-2])
 sys.exit(None if [nodes, nps] == [int(n) for n in said.groups()] else f"frameworks read {nodes} nodes, {nps} nps")'
+
+# For testers that tune: the weights are options, and do not change the search by being listed.
+make -C "$folder" -j "$(nproc)" EXE=tuner TUNE=1 LTO=no CXX="${CXX:-g++}" "$@" >"$folder/log" 2>&1 || { tail -n 50 "$folder/log"; exit 1; }
+tuner=("$folder"/tuner*)
+[ -z "${DRAL_RUNNER:-}" ] || tuner=("$DRAL_RUNNER" "${tuner[@]}")
+printf 'setoption name hung_pawn_en value -30\nuci\nquit\n' | "${tuner[@]}" | tr -d '\r' |
+    grep -x 'option name hung_pawn_en type spin default -30 min -200 max 200'
+"$here/check_bench.sh" "${tuner[@]}"
 echo "make: as CMake builds it, and testers read it right"

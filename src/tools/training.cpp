@@ -81,46 +81,54 @@ void add_error(ErrorSum &errors, const TrainingRecord &record, int q, double r, 
     ++errors.counted;
 }
 
-// Consecutive lines of a training file. One that has a record which cannot be searched ends with it.
+// Consecutive lines of a training file.
 struct Batch {
-    static constexpr std::size_t RECORDS = 256;
-    std::vector<std::string> lines;  // with a record each
-    std::vector<TrainingRecord> records;
+    static constexpr std::size_t LINES = 256;
+    std::vector<std::string> lines;
     std::int64_t position = 0;  // in the file, behind them
 };
+struct ScoredRecord {
+    std::size_t line;
+    TrainingRecord record;
+    int score;  // from the side to move's view
+    Colour side;
+};
+// What is in a batch, up to a record that cannot be searched as it stands.
 struct BatchScores {
-    std::vector<int> scores;  // of the records that could be searched, from the side to move's view
-    std::vector<Colour> sides;
+    std::vector<ScoredRecord> records;
+    std::string unsearchable;  // position of that record; empty: there is none
+    std::size_t unsearchable_line = 0;
 };
 
 // False at the end of the file.
 bool read_batch(LineReader &file, Batch &batch) {
     std::string_view line;
-    TrainingRecord record;
-    while (batch.records.size() < Batch::RECORDS && file.next(line)) {
-        if (line.empty() || line[0] == ';' || line[0] == '#' || line[0] == ' ' || !read_training_record(line, record))
-            continue;
-        batch.lines.emplace_back(line);
-        batch.records.push_back(std::move(record));
-    }
+    while (batch.lines.size() < Batch::LINES && file.next(line))
+        if (!line.empty() && line[0] != ';' && line[0] != '#' && line[0] != ' ') batch.lines.emplace_back(line);
     batch.position = file.position();
-    return !batch.records.empty();
+    return !batch.lines.empty();
 }
 
 bool set_up_record(Position &pos, const TrainingRecord &record) {
     return !set_fen(pos, record.fen).rights_dropped && unsearchable_reason(pos).empty();
 }
 
-// Up to a record that cannot be searched as it stands.
 BatchScores score_batch(Worker &worker, const Batch &batch, const SearchLimits &limits) {
     Engine &engine = worker.engine;
     BatchScores result;
-    for (const TrainingRecord &record : batch.records) {
-        if (!set_up_record(engine.game.position, record)) break;
+    result.records.reserve(batch.lines.size());
+    for (std::size_t i = 0; i < batch.lines.size(); ++i) {
+        TrainingRecord record;
+        if (!read_training_record(batch.lines[i], record)) continue;
+        if (!set_up_record(engine.game.position, record)) {
+            result.unsearchable = record.fen;
+            result.unsearchable_line = i;
+            break;
+        }
         begin_search(engine, limits, REQUEST_ANALYSIS);
         search_here(engine);
-        result.scores.push_back(finish_search(engine).score);
-        result.sides.push_back(engine.game.position.side);
+        const int score = finish_search(engine).score;
+        result.records.push_back({i, std::move(record), score, engine.game.position.side});
     }
     return result;
 }
@@ -142,20 +150,20 @@ double TuningError::of_file(const char *file_name, OutputFile *filtered) {
     const auto next_batch = [&](Batch &batch) { return readable && read_batch(file, batch); };
     const auto score = [&](Worker &worker, const Batch &batch) { return score_batch(worker, batch, run_.limits); };
     const auto take = [&](const Batch &batch, const BatchScores &result) {
-        const std::size_t count = result.scores.size();
-        for (std::size_t i = 0; i < count && readable; ++i) {
-            const double r = batch.records[i].result;
-            add_error(errors, batch.records[i], result.scores[i], result.sides[i] == WHITE ? r : 1.0 - r,
-                      batch.lines[i], filtered);
+        if (!readable) return;
+        for (const ScoredRecord &scored : result.records) {
+            const double r = scored.record.result;
+            add_error(errors, scored.record, scored.score, scored.side == WHITE ? r : 1.0 - r, batch.lines[scored.line],
+                      filtered);
         }
-        positions += static_cast<std::int64_t>(count);
+        positions += static_cast<std::int64_t>(result.records.size());
         progress.update(positions, batch.position, file.size());
-        if (count == Batch::RECORDS) look_for_wish(run_);
-        if (count == batch.records.size() || !readable) return;
+        if (batch.lines.size() == Batch::LINES) look_for_wish(run_);
+        if (result.unsearchable.empty()) return;
         readable = false;
-        report_set_up(set_fen(run_.engine.game.position, batch.records[count].fen));
+        report_set_up(set_fen(run_.engine.game.position, result.unsearchable));
         progress.finish();
-        say(batch.lines[count] + "\n");
+        say(batch.lines[result.unsearchable_line] + "\n");
     };
     crew_.run_in_order<Batch, BatchScores>(next_batch, score, take);
     report_read_error(file, file_name);

@@ -5,6 +5,13 @@
 #include "base/text.h"
 #include "tools/output_file.h"
 
+namespace {
+
+constexpr std::string_view EQUALS = " = ";
+constexpr std::string_view END = "\n";
+
+}  // namespace
+
 void Checkpoint::set_number(const std::string &name, double value) { values_[name] = format_line("%.17g", value); }
 
 std::string Checkpoint::text(const std::string &name) const {
@@ -17,13 +24,14 @@ std::int64_t Checkpoint::integer(const std::string &name) const { return leading
 
 bool Checkpoint::save(const char *file_name) const {
     WholeFile file(file_name);
-    for (const auto &[name, value] : values_) file.write(name + " = " + value + "\n");
+    for (const auto &[name, value] : values_)
+        for (const std::string_view part : {std::string_view(name), EQUALS, std::string_view(value), END})
+            file.write(part);
     return file.commit();
 }
 
 bool Checkpoint::load(const char *file_name) {
     constexpr std::size_t LONGEST_LINE = 1000;
-    constexpr std::string_view EQUALS = " = ";
     LineReader file(file_name, LONGEST_LINE);
     if (!file.is_open()) return false;
     values_.clear();

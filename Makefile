@@ -13,6 +13,7 @@
 EXE ?= dral
 ARCH ?= native
 LTO ?= yes
+THREADS ?= -pthread
 ifeq ($(OS),Windows_NT)
 NOTHING := NUL
 else
@@ -32,7 +33,7 @@ endif
 ifneq (,$(filter 1 yes,$(TUNE)))
 FLAGS += -DDRAL_TUNE
 endif
-FLAGS += -std=c++20 -O3 -DNDEBUG -ffp-contract=off -fsigned-char -pthread -Isrc
+FLAGS += -std=c++20 -O3 -DNDEBUG -ffp-contract=off -fsigned-char $(THREADS) -Isrc
 ifneq (,$(findstring __BMI2__,$(if $(ARCH),$(MACROS))))
 FLAGS += -DDRAL_BIT_EXTRACTION
 endif
@@ -43,7 +44,7 @@ else
 LTO_FLAG := -flto=thin
 endif
 
-ifeq (,$(findstring __SIZEOF_POINTER__ 8,$(MACROS)))
+ifeq (,$(or $(findstring __SIZEOF_POINTER__ 8,$(MACROS)),$(findstring __EMSCRIPTEN__,$(MACROS))))
 $(error dral is for 64-bit Linux and Windows, or $(CXX) is no compiler for C++)
 endif
 
@@ -55,6 +56,9 @@ SYSTEM := windows
 LINK_FLAGS += -static -Wl,--stack,8388608
 LIBRARIES += -lwinmm
 override EXE := $(EXE:.exe=).exe
+endif
+ifneq (,$(findstring __EMSCRIPTEN__,$(MACROS)))
+SYSTEM := browser
 endif
 
 # Objects of one compiler and processor lie in one folder, those that count and use a profile in another.

@@ -112,7 +112,7 @@ int main(int count, char **arguments) {
     const CommandLine line = parse_command_line(begin_process(count, arguments));
     if (prints_only(line.mode)) {
         print_information(line.mode);
-        return 0;
+        return end_process(0);
     }
     const auto engine = std::make_unique<Engine>();
     FrontEnd front(*engine);
@@ -120,5 +120,5 @@ int main(int count, char **arguments) {
     stop_engine(*engine);
     release_fine_timer();
     close_log();
-    return done ? 0 : 1;
+    return end_process(done ? 0 : 1);
 }

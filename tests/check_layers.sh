@@ -11,7 +11,7 @@ export LC_ALL=C
 # Floor of each folder. main.cpp, alone in the top folder (.), stands above all.
 floors="platform=1 base=2 board=3 games=4 eval=5 tablebase=5 book=5 search=6 engine=7 tools=8 frontend=9 .=10"
 
-system_names='_WIN32|__linux__|__MINGW|<(windows|unistd|sched|poll|fcntl|io|sys/[a-z]+)\.h>|"platform/(linux|windows)/'
+system_names='_WIN32|__linux__|__EMSCRIPTEN|__MINGW|<(windows|unistd|sched|poll|fcntl|io|sys/[a-z]+)\.h>|"platform/(browser|linux|windows)/'
 
 # Prints one line "FILE:LINE:INCLUDED" per project include of the tree in the current directory. `<...>` counts too
 # when it names a file of the tree.
@@ -53,7 +53,7 @@ check_tree() {
             else if ($1 == $3)
                 print where "includes itself"
         }' <<<"$includes")
-    systems=$(grep -rnE --include='*.h' --include='*.cpp' "$system_names" . | grep -vE '^\./platform/(linux|windows)/')
+    systems=$(grep -rnE --include='*.h' --include='*.cpp' "$system_names" . | grep -vE '^\./platform/((browser|linux|windows)/|threads\.h)')
     [ -z "$systems" ] || faults+=${faults:+$'\n'}"knows a system:"$'\n'"$systems"
     circle=$(awk -F: '{ print $1, $3 }' <<<"$includes" | tsort 2>&1 >/dev/null)
     [ -z "$circle" ] || faults+=${faults:+$'\n'}"includes run in a circle:"$'\n'"${circle//tsort:/   }"

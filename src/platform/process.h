@@ -8,4 +8,7 @@
 // is. To be called once, before anything is read or written.
 std::vector<std::string> begin_process(int count, char **arguments);
 
+// Has the system end the program with a status, as main's return does, where that return would not. What main returns.
+int end_process(int status);
+
 const char *system_name();

@@ -7,6 +7,7 @@
 #include "board/makemove.h"
 #include "board/repetition.h"
 #include "platform/clock.h"
+#include "platform/threads.h"
 #include "search/picker.h"
 #include "search/search.h"
 #include "search/timing.h"
@@ -307,6 +308,7 @@ int search_node(SearchThread &thread, int ply, int depth, int alpha, int beta, N
 
     // 1. Node count, rate limit, node budget, stop
     ++thread.nodes;
+    offer_turn();
     if (shared.target_nps < UNLIMITED_NPS) throttle(thread);
     if (thread.nodes > thread.node_budget && thread.best_depth > 1) shared.stop_flag = STOP_REPORT;
     if (shared.stop_flag != STOP_NONE) return 0;

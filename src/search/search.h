@@ -9,7 +9,6 @@
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 
 #include "base/shared_value.h"
@@ -17,6 +16,7 @@
 #include "board/hash_codes.h"
 #include "board/position.h"
 #include "eval/eval.h"
+#include "platform/threads.h"
 #include "search/shared.h"
 
 constexpr int INFINITE = 10001;       // window bound beyond any score; "no move yet" is -INFINITE
@@ -121,7 +121,7 @@ struct alignas(CACHE_LINE) SearchThread {
     int index;
     std::atomic<std::uint8_t> command;
     std::mutex command_lock;  // held while a command is given
-    std::condition_variable command_given;
+    Condition command_given;
 
     bool is_main() const { return index == 0; }
     bool stopped() const { return shared->stop_flag != STOP_NONE; }

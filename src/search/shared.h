@@ -4,14 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "base/shared_value.h"
 #include "eval/parameters.h"
+#include "platform/threads.h"
 #include "search/clock.h"
 #include "search/limits.h"
 #include "search/params.h"
@@ -39,13 +38,13 @@ struct ThreadPool {
     struct Entry {
         std::atomic<SearchThread *> record{nullptr};
         std::atomic<bool> failed{false};
-        std::thread thread;
+        Thread thread;
     };
     std::array<Entry, MAX_THREADS> entries;
     int size = 0;
     // The last thread to finish its command wakes who waits for that.
     mutable std::mutex idle_lock;
-    mutable std::condition_variable all_idle;
+    mutable Condition all_idle;
 };
 
 // The published result. Written by thread 0 (and at a search start), read by the caller.

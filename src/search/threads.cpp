@@ -5,7 +5,6 @@
 #include <memory>
 #include <new>
 #include <system_error>
-#include <thread>
 #include <vector>
 
 #include "base/output.h"
@@ -102,7 +101,7 @@ int create_thread(SearchShared &shared, int index, int count, int node) {
     ThreadPool::Entry &entry = shared.pool.entries[static_cast<std::size_t>(index)];
     entry.failed = false;
     try {
-        entry.thread = std::thread(thread_main, std::ref(shared), index, node);
+        entry.thread = Thread(thread_main, std::ref(shared), index, node);
         return 0;
     } catch (const std::system_error &failure) {
         shared.reporter.say(format_line("info string cannot start search thread %d of %d", index + 1, count));

@@ -86,6 +86,8 @@ TranspositionTable::~TranspositionTable() { tt_free(*this); }
 
 bool tt_allocate(TranspositionTable &table, int megabytes) {
     release(table);
+    // More than an address of 32 bits reaches.
+    if (static_cast<std::uint64_t>(megabytes) << 20 > PTRDIFF_MAX - table_bytes(table)) return false;
     table.count = static_cast<std::size_t>(megabytes) * ENTRIES_PER_MB;
     table.entries = static_cast<TtEntry *>(allocate_pages(table_bytes(table)));
     if (table.entries == nullptr) {
@@ -127,7 +129,7 @@ void tt_resume_warming(TranspositionTable &table) {
     if (table.cold == 0) return;
     table.warmer_stops = 0;
     try {
-        table.warmer = std::thread([&table] { warm(table); });
+        table.warmer = Thread([&table] { warm(table); });
     } catch (const std::system_error &) {  // searches find the memory
     }
 }

@@ -4,10 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <thread>
 
 #include "base/shared_value.h"
 #include "board/position.h"
+#include "platform/threads.h"
 #include "search/bound.h"
 
 // An entry of 16 bytes as two words.
@@ -41,7 +41,7 @@ struct TranspositionTable {
     bool fresh = false;        // straight from the system, and no search has written to it: all 0
     bool off_by_size = false;  // a size of 0 has switched the table off
     // Has the system find memory before a search needs it; see tt_warm.
-    std::thread warmer;
+    Thread warmer;
     SharedValue<std::uint8_t> warmer_stops{0};
     std::size_t cold = 0;  // entries at the end that the warmer still has to reach. Written by it while it runs
 

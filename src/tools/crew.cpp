@@ -51,7 +51,7 @@ void Crew::dismiss() {
         closing_ = true;
     }
     task_added_.notify_all();
-    for (std::thread &thread : threads_) thread.join();
+    for (Thread &thread : threads_) thread.join();
     threads_.clear();
     engines_.clear();
 }

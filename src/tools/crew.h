@@ -6,15 +6,14 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 #include "engine/life.h"
+#include "platform/threads.h"
 #include "tools/tools.h"
 
 // Who carries out a job.
@@ -64,10 +63,10 @@ private:
     bool started_ = true;
     double last_look_;  // seconds of the monotonic clock
     std::vector<std::unique_ptr<Engine>> engines_;
-    std::vector<std::thread> threads_;
+    std::vector<Thread> threads_;
     std::mutex lock_;  // guards tasks_ and closing_
-    std::condition_variable task_added_;
-    std::condition_variable task_done_;
+    Condition task_added_;
+    Condition task_done_;
     std::deque<Task> tasks_;
     bool closing_ = false;
     std::atomic<bool> stopped_{false};

@@ -150,7 +150,7 @@ private:
     }
     void end_record() {
         add_text(";\n");
-        out_.write({record_.data(), record_end_});
+        out_.write({record_.data(), static_cast<std::size_t>(record_end_ - record_.data())});
         ++records_;
     }
 

@@ -4,4 +4,6 @@ std::vector<std::string> begin_process(int count, char **arguments) {
     return count > 1 ? std::vector<std::string>(arguments + 1, arguments + count) : std::vector<std::string>{};
 }
 
+int end_process(int status) { return status; }
+
 const char *system_name() { return "Linux"; }

@@ -34,6 +34,8 @@ std::string instruction_set() {
         "x86-64"
 #elif defined(__aarch64__)
         "ARM64"
+#elif defined(__wasm__)
+        "WebAssembly"
 #else
         "another processor"
 #endif

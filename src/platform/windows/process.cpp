@@ -35,4 +35,6 @@ std::vector<std::string> begin_process(int, char **) {
     return arguments;
 }
 
+int end_process(int status) { return status; }
+
 const char *system_name() { return "Windows"; }

@@ -1,0 +1,12 @@
+#include "platform/process.h"
+
+#include <emscripten.h>
+
+std::vector<std::string> begin_process(int count, char **arguments) {
+    return count > 1 ? std::vector<std::string>(arguments + 1, arguments + count) : std::vector<std::string>{};
+}
+
+// Whoever called main has long gone on when main has waited.
+int end_process(int status) { emscripten_force_exit(status); }
+
+const char *system_name() { return "browser"; }

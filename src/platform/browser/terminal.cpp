@@ -1,0 +1,3 @@
+#include "platform/terminal.h"
+
+bool standard_error_is_terminal() { return false; }

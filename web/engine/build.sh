@@ -19,7 +19,7 @@ link="-sMODULARIZE -sEXPORT_NAME=createModule -sENVIRONMENT=worker -sINVOKE_RUN=
 # Workers for the program, a search thread and the one that touches the hash table are there from the start.
 threads="-sPROXY_TO_PTHREAD -sPTHREAD_POOL_SIZE=3 -sDEFAULT_PTHREAD_STACK_SIZE=2MB -Wno-pthreads-mem-growth"
 # A wait puts the frames of all that wait aside. What never waits is left as fast as it is.
-single="-sASYNCIFY -sASYNCIFY_STACK_SIZE=65536"
+single="-sASYNCIFY -sASYNCIFY_STACK_SIZE=65536 -sASYNCIFY_REMOVE=@web/engine/never_wait.txt"
 
 for build in "${builds[@]}"; do
     make -C "$here/../.." -j "$(nproc)" CXX=em++ ARCH= LTO=no PLAIN_BUILD="build-web-$build" EXE="web/engine/build/$build.js" \

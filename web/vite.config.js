@@ -1,0 +1,53 @@
+// The page's build: relative addresses, so that any folder of any server works; the engine beside it as it is.
+import { createHash } from "node:crypto";
+import { cpSync, existsSync, readFileSync, readdirSync, statSync, writeFileSync } from "node:fs";
+import { join, relative } from "node:path";
+import { fileURLToPath } from "node:url";
+import { defineConfig } from "vite";
+
+const root = fileURLToPath(new URL(".", import.meta.url));
+
+function filesUnder(folder) {
+    return readdirSync(folder).flatMap((name) => {
+        const path = join(folder, name);
+        return statSync(path).isDirectory() ? filesUnder(path) : [path];
+    });
+}
+
+// The engine finds its own parts by their places, so it is copied, not bundled.
+function copyEngine(dist) {
+    const engine = join(root, "engine");
+    if (!existsSync(engine)) return;
+    const wanted = (path) => statSync(path).isDirectory() || /\.(js|wasm|d\.ts)$/.test(path);
+    cpSync(engine, join(dist, "engine"), { recursive: true, filter: wanted });
+}
+
+// Tells the service worker what to keep, and gives it a new name whenever any of it is new.
+function writeServiceWorker(dist) {
+    const files = filesUnder(dist).filter((path) => !path.endsWith("sw.js") && !path.endsWith(".d.ts")).sort();
+    const hash = createHash("sha256");
+    for (const path of files) hash.update(relative(dist, path)).update(readFileSync(path));
+    const names = files.map((path) => relative(dist, path).replaceAll("\\", "/"));
+    const text = readFileSync(join(root, "src", "sw.js"), "utf8")
+        .replace('"VERSION"', JSON.stringify(hash.digest("hex").slice(0, 16)))
+        .replace('["FILES"]', JSON.stringify(["./", ...names]));
+    writeFileSync(join(dist, "sw.js"), text);
+}
+
+const finish = {
+    name: "dral-finish",
+    apply: "build",
+    closeBundle() {
+        const dist = join(root, "dist");
+        copyEngine(dist);
+        writeServiceWorker(dist);
+    },
+};
+
+export default defineConfig({
+    root,
+    base: "./",
+    publicDir: "public",
+    build: { outDir: "dist", emptyOutDir: true, target: "es2022", modulePreload: { polyfill: false } },
+    plugins: [finish],
+});

@@ -18,8 +18,10 @@ function filesUnder(folder) {
 function copyEngine(dist) {
     const engine = join(root, "engine");
     if (!existsSync(engine)) return;
-    const wanted = (path) => statSync(path).isDirectory() || /\.(js|wasm|d\.ts)$/.test(path);
-    cpSync(engine, join(dist, "engine"), { recursive: true, filter: wanted });
+    for (const name of ["dral.js", "dral.d.ts", "worker.js", "build"]) {
+        const from = join(engine, name);
+        if (existsSync(from)) cpSync(from, join(dist, "engine", name), { recursive: true });
+    }
 }
 
 // Tells the service worker what to keep, and gives it a new name whenever any of it is new.

@@ -1,0 +1,221 @@
+// Going through a game, as the engine's own review does: every position, from the last to the first, so that the search of
+// a position knows what comes after it; then the best moves once more without themselves, to see which were the only ones.
+import { isOnlyMove, GOOD, MATE, lostChances, markOfLoss, winningChances } from "./chances.js";
+import { drawCurve } from "./curve.js";
+import { byId, el } from "./dom.js";
+import { judgeGame } from "./judgement.js";
+import { inCheck, legalMoves, moveNumber, playLine, sideToMove, standing } from "./position.js";
+import { readInfo, scoreText } from "./uci.js";
+import { showScore } from "./analysis.js";
+
+const LINE_PLIES = 8;
+const SHALLOWER = 3; // plies, for moves that were not played
+
+export class Review {
+    #turn = 0;
+
+    constructor(app) {
+        this.app = app;
+        this.curve = null;
+        this.scores = null; // from White's view, before the first move and after each; null where not known
+        byId("review-start").addEventListener("click", () => (this.running ? this.cancel() : this.start()));
+        app.game.addEventListener("change", (event) => this.#gameChanged(event.detail.reason));
+    }
+
+    get running() {
+        return this.app.analysis.suspended && this.active === this.#turn;
+    }
+
+    #gameChanged(reason) {
+        const { game } = this.app;
+        if (reason === "load") {
+            this.cancel();
+            this.clear();
+        } else if (reason === "move" && this.moves && this.moves !== game.moves) {
+            this.cancel();
+            this.clear();
+        }
+        if (!this.curve) return;
+        const ply = game.side ? Math.min(game.ply, game.side.from) : game.ply;
+        this.curve.mark(ply);
+        if (!game.side && !this.app.analysis.on) showScore(this.app, this.scores[ply] ?? null);
+    }
+
+    clear() {
+        this.curve?.remove();
+        this.curve = null;
+        this.scores = null;
+        this.moves = null;
+        byId("review-summary").replaceChildren();
+        byId("review-state").textContent = "\u00a0";
+    }
+
+    cancel() {
+        if (!this.running) return;
+        ++this.#turn;
+        this.active = -1;
+        this.app.session.stop();
+        this.app.analysis.suspend(false);
+        byId("review-start").textContent = "Go through the game";
+        byId("review-state").textContent = "Broken off";
+    }
+
+    async start() {
+        const { app } = this;
+        const { game } = app;
+        if (!app.session || !game.moves.length || app.play.on) return;
+        game.goToMain(game.side ? game.side.from : game.ply);
+        app.analysis.suspend(true);
+        const turn = ++this.#turn;
+        this.active = turn;
+        this.clear();
+        this.moves = game.moves;
+        byId("review-start").textContent = "Stop";
+        const depth = Math.min(Math.max(Number(byId("review-depth").value) || 12, 1), 30);
+        const found = await this.#searchGame(turn, depth);
+        if (!found || turn !== this.#turn) return;
+        this.active = -1;
+        app.analysis.suspend(false);
+        byId("review-start").textContent = "Go through the game";
+        this.#take(found, depth);
+    }
+
+    async #search(turn, command, go) {
+        let last = null;
+        const onInfo = (line) => (last = readInfo(line) ?? last);
+        const options = { MultiPV: 1, UCI_LimitStrength: false };
+        const found = await this.app.session.search({ commands: [...command], go, options, onInfo });
+        return turn === this.#turn && !found.ended && last ? { ...last, move: found.move } : null;
+    }
+
+    // { positions: [{ score, move, pv }], only: [bool] }, or null when it was ended.
+    async #searchGame(turn, depth) {
+        const { game } = this.app;
+        const fens = [game.startFen, ...game.moves.map((move) => move.fen)];
+        const positions = [];
+        const progress = (done) => (byId("review-state").textContent = `${done} of ${fens.length} positions`);
+        for (let i = fens.length; i-- > 0; ) {
+            progress(fens.length - 1 - i);
+            positions[i] = this.#known(fens, i);
+            if (positions[i]) continue;
+            const fresh = i === fens.length - 1 || positions.slice(i + 1).every((p) => p.certain) ? ["ucinewgame"] : [];
+            positions[i] = await this.#search(turn, [...fresh, game.positionCommand(i)], `go depth ${depth}`);
+            if (!positions[i]) return null;
+        }
+        const only = [];
+        for (let i = game.moves.length; i-- > 0; ) {
+            only[i] = false;
+            if (positions[i].move !== game.moves[i].uci || this.#takesBack(i)) continue;
+            if (!isOnlyMove(positions[i].score, -MATE)) continue;
+            const others = legalMoves(fens[i]).map((m) => m.from + m.to + (m.promotion ?? "")).filter((m) => m !== game.moves[i].uci);
+            if (!others.length) continue;
+            byId("review-state").textContent = `Only moves: ${game.moves.length - i} of ${game.moves.length}`;
+            const go = `go depth ${Math.max(depth - SHALLOWER, 1)} searchmoves ${others.join(" ")}`;
+            const second = await this.#search(turn, [game.positionCommand(i)], go);
+            if (!second) return null;
+            only[i] = isOnlyMove(positions[i].score, second.score);
+        }
+        return { positions, only };
+    }
+
+    // What needs no search: the end of a game.
+    #known(fens, i) {
+        if (!legalMoves(fens[i]).length) return { score: inCheck(fens[i]) ? -MATE : 0, move: null, pv: [], certain: true };
+        const last = i === fens.length - 1;
+        return last && standing(fens).over ? { score: 0, move: null, pv: [], certain: true } : null;
+    }
+
+    #takesBack(i) {
+        const moves = this.app.game.moves;
+        return i > 0 && moves[i - 1].san.includes("x") && moves[i - 1].to === moves[i].to;
+    }
+
+    #take({ positions, only }, depth) {
+        const { game } = this.app;
+        const first = sideToMove(game.startFen);
+        const scored = game.moves.map((move, i) => ({
+            judged: true, best: positions[i].move === move.uci, only: only[i], before: positions[i].score,
+            after: -positions[i + 1].score,
+        }));
+        const judged = judgeGame(scored, first, game.result);
+        game.moves.forEach((move, i) => {
+            const { mark, loss } = judged.moves[i];
+            move.nags = move.nags.filter((nag) => nag > 6);
+            if (mark) move.nags.push(mark);
+            move.variations = move.variations.filter((line) => !line.ours);
+            if (scored[i].best || markOfLoss(loss) === 0 || mark === GOOD) return;
+            const better = playLine(game.fenAt(i), positions[i].pv.slice(0, LINE_PLIES));
+            if (better.length) move.variations.unshift(Object.assign(better, { ours: true }));
+        });
+        const white = (i) => (i % 2 === 0) === (first === "w");
+        const scores = positions.map((position, i) => (white(i) ? position.score : -position.score));
+        byId("review-state").textContent = `Depth ${depth}`;
+        this.show(scores, judged);
+        this.app.moves.draw();
+        this.app.showGame();
+    }
+
+    // Shows scores, from White's view, that are known: found here, or read from a reviewed game.
+    show(scores, judged) {
+        const { game } = this.app;
+        this.curve?.remove();
+        this.scores = scores;
+        this.moves = game.moves;
+        const labels = scores.map((_, i) => i);
+        this.curve = drawCurve(byId("curve"), {
+            xs: labels, yRange: [0, 100], level: 50, yLabel: "White's chances, %", legend: false, xLabel: "Plies",
+            series: [{ label: "White", values: scores.map((score) => (score === null ? null : winningChances(score))), stroke: "#2b7a9b" }],
+            onPick: (i) => game.goToMain(i),
+        });
+        this.curve.mark(game.ply);
+        showScore(this.app, scores[game.ply] ?? null);
+        byId("review-summary").replaceChildren(...this.#summary(judged, scores));
+    }
+
+    #summary(judged, scores) {
+        const { game } = this.app;
+        const names = ["Moves", "Accuracy", "Average loss", "Inaccuracies", "Mistakes", "Blunders"];
+        const head = el("tr", {}, el("th", { text: "" }), ...names.map((text) => el("th", { scope: "col", text })));
+        const row = (name, side) =>
+            el("tr", {}, el("td", { text: name }),
+                ...[side.moves, `${side.accuracy.toFixed(1)} %`, side.averageLoss.toFixed(0), side.inaccuracies, side.mistakes,
+                    side.blunders].map((text) => el("td", { text })));
+        const table = el("table", { id: "accuracy" }, el("thead", {}, head),
+            el("tbody", {}, row("White", judged.sides.w), row("Black", judged.sides.b)));
+        const turn = judged.turningPoint;
+        if (turn < 0 || scores[turn] === null) return [table];
+        const chances = (i) => winningChances(scores[i]).toFixed(0);
+        const button = el("button", { type: "button", class: "move", on: { click: () => game.goToMain(turn + 1) },
+            text: `${moveNumber(game.startFen, turn)} ${game.moves[turn].san}` });
+        return [table, el("p", { class: "note" }, "Turning point: ", button,
+            ` (White's chances ${chances(turn)} to ${chances(turn + 1)} percent, ${scoreText(scores[turn + 1])})`)];
+    }
+}
+
+// Scores that a reviewed game carries in its comments, from White's view: before the first move (not known) and after each.
+export function scoresOfComments(moves) {
+    const scores = moves.map((move) => {
+        const found = /\[%eval\s+(#?-?[\d.]+)/.exec(move.comment);
+        if (!found) return null;
+        if (!found[1].startsWith("#")) return Math.round(Number(found[1]) * 100);
+        const count = Number(found[1].slice(1));
+        if (found[1] === "#-0") return -MATE;
+        if (count === 0) return MATE;
+        return count > 0 ? MATE - 2 * count + 1 : -MATE - 2 * count;
+    });
+    return [null, ...scores.map((score) => (Number.isFinite(score) ? score : null))];
+}
+
+// The judgement of a game from those scores alone. Which moves were the search's own choice is not written in the file, so a
+// move that lost little for another reason counts here; the file's own summary is the exact one.
+export function judgeByComments(game) {
+    const scores = scoresOfComments(game.moves);
+    const first = sideToMove(game.startFen);
+    const moves = game.moves.map((move, i) => {
+        const sign = (i % 2 === 0) === (first === "w") ? 1 : -1;
+        const known = scores[i] !== null && scores[i + 1] !== null;
+        const quiet = known && lostChances(sign * scores[i], sign * scores[i + 1]) >= 5 && !move.nags.some((nag) => [2, 4, 6].includes(nag));
+        return { judged: known, best: quiet, only: move.nags.includes(GOOD), before: sign * scores[i], after: sign * scores[i + 1] };
+    });
+    return { scores, judged: judgeGame(moves, first, game.result) };
+}

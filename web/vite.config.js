@@ -29,10 +29,12 @@ function writeServiceWorker(dist) {
     const files = filesUnder(dist).filter((path) => !path.endsWith("sw.js") && !path.endsWith(".d.ts")).sort();
     const hash = createHash("sha256");
     for (const path of files) hash.update(relative(dist, path)).update(readFileSync(path));
+    // Of the engine's two builds a browser runs one; the worker keeps that when it is loaded.
     const names = files.map((path) => relative(dist, path).replaceAll("\\", "/"));
+    const first = names.filter((name) => !name.startsWith("engine/build/"));
     const text = readFileSync(join(root, "src", "sw.js"), "utf8")
         .replace('"VERSION"', JSON.stringify(hash.digest("hex").slice(0, 16)))
-        .replace('["FILES"]', JSON.stringify(["./", ...names]));
+        .replace('["FILES"]', JSON.stringify(["./", ...first]));
     writeFileSync(join(dist, "sw.js"), text);
 }
 

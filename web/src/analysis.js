@@ -83,11 +83,9 @@ export class Analysis {
         if (!info) return;
         this.#lines[info.multipv - 1] = { ...info, fen, ply };
         if (this.#timer) return;
-        const turn = this.#turn;
         this.#timer = setTimeout(() => {
             this.#timer = 0;
-            if (turn === this.#turn && this.on) this.#draw();
-            else if (this.on && this.#lines.length) this.#draw();
+            if (this.on && this.#lines.length) this.#draw();
         }, DRAW_EVERY);
     }
 

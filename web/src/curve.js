@@ -43,7 +43,7 @@ export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, x
             scales: { x: { time: false, distr: log ? 3 : 1 }, y: yRange ? { range: yRange } : {} },
             axes: [axis(xLabel, xLabel ? 28 : 24), axis(yLabel, 52)],
             series: [
-                { label: xLabel ?? "move" },
+                { label: log ? "s" : "" },
                 ...series.map((one, i) => ({
                     label: one.label, stroke: one.stroke ?? seriesColour(i), width: one.points ? 0 : 1.6, paths: one.points ? () => null : undefined,
                     points: { show: one.points ?? xs.length < 40, size: 4 }, spanGaps: true,

@@ -110,7 +110,6 @@ export class Files {
         const written = writtenSummary(game.moves.at(-1).comment);
         if (written) for (const side of ["w", "b"]) Object.assign(judged.sides[side], written[side]);
         app.review.show(scores, judged);
-        app.showTab("review");
         byId("review-state").textContent = written ? "As the file has it" : "From the scores in the file";
     }
 }

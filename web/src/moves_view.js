@@ -6,8 +6,14 @@ const SIGNS = { 1: "!", 2: "?", 3: "!!", 4: "??", 5: "!?", 6: "?!" };
 const NAMES = { 1: "good", 2: "mistake", 3: "brilliant", 4: "blunder", 5: "interesting", 6: "inaccuracy" };
 const LONGEST_COMMENT = 1000;
 
-// What programs write for programs is left out.
-const forPeople = (comment) => comment.replace(/\[%\w+[^\]]*\]/g, " ").replace(/\s+/g, " ").trim();
+// What programs write for programs is left out: scores, depths, seconds.
+const forPeople = (comment) =>
+    comment
+        .replace(/\[%\w+[^\]]*\]/g, " ")
+        .replace(/(^|\s)[+-]?M?\d[\d.]*\/\d+(\s+[\d.]+s)?(?=[\s,]|$)/g, " ")
+        .replace(/\s+/g, " ")
+        .replace(/^[\s,]+/, "")
+        .trim();
 
 export class MovesView {
     constructor(game) {

@@ -31,6 +31,7 @@ export class Review {
         if (reason === "load") {
             this.cancel();
             this.clear();
+            if (!this.app.analysis.on) showScore(this.app, null);
         } else if (reason === "move" && this.moves && this.moves !== game.moves) {
             this.cancel();
             this.clear();
@@ -47,7 +48,7 @@ export class Review {
         this.scores = null;
         this.moves = null;
         byId("review-summary").replaceChildren();
-        byId("review-state").textContent = "\u00a0";
+        byId("review-state").textContent = "";
     }
 
     cancel() {
@@ -163,7 +164,7 @@ export class Review {
         this.moves = game.moves;
         const labels = scores.map((_, i) => i);
         this.curve = drawCurve(byId("curve"), {
-            xs: labels, yRange: [0, 100], level: 50, yLabel: "White's chances, %", legend: false, xLabel: "Plies",
+            xs: labels, yRange: [0, 100], level: 50, height: 130, legend: false,
             series: [{ label: "White", values: scores.map((score) => (score === null ? null : winningChances(score))), stroke: "#2b7a9b" }],
             onPick: (i) => game.goToMain(i),
         });
@@ -174,8 +175,9 @@ export class Review {
 
     #summary(judged, scores) {
         const { game } = this.app;
-        const names = ["Moves", "Accuracy", "Average loss", "Inaccuracies", "Mistakes", "Blunders"];
-        const head = el("tr", {}, el("th", { text: "" }), ...names.map((text) => el("th", { scope: "col", text })));
+        const names = [["Moves"], ["Accuracy"], ["Mean loss"], ["?!", "Inaccuracies"], ["?", "Mistakes"], ["??", "Blunders"]];
+        const head = el("tr", {}, el("th", { text: "" }),
+            ...names.map(([text, label]) => el("th", { scope: "col", text, "aria-label": label, title: label })));
         const row = (name, side) =>
             el("tr", {}, el("td", { text: name }),
                 ...[side.moves, `${side.accuracy.toFixed(1)} %`, side.averageLoss.toFixed(0), side.inaccuracies, side.mistakes,

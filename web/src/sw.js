@@ -1,4 +1,4 @@
-// Keeps the page for times without a network, and adds the headers that an engine with threads needs, whatever server
+// Keeps the page, and of the engine the build that this browser runs, for times without a network, and adds the headers that an engine with threads needs, whatever server
 // the page comes from. The build fills in the version and the list.
 const CACHE = "dral-" + "VERSION";
 const FILES = ["FILES"];
@@ -31,7 +31,10 @@ function isolated(response) {
 async function answer(request) {
     const cache = await caches.open(CACHE);
     const kept = await cache.match(request, { ignoreSearch: request.mode === "navigate" });
-    return isolated(kept ?? (await fetch(request)));
+    if (kept) return isolated(kept);
+    const response = await fetch(request);
+    if (response.ok && new URL(request.url).pathname.includes("/engine/build/")) await cache.put(request, response.clone());
+    return isolated(response);
 }
 
 self.addEventListener("fetch", (event) => {

@@ -9,7 +9,8 @@ import { serve } from "../scripts/server.js";
 const DIST = fileURLToPath(new URL("../dist", import.meta.url));
 const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 
-// { page, browser, url, requests, errors, close() }: a page that is ready, what it has asked for, and what went wrong in it.
+// { page, context, url, requests, errors, stop(), close() }: a page that is ready, what it has asked for, and what went wrong in
+// it; stop() ends the server alone.
 export async function openPage({ isolate = true, viewport, colorScheme, wait = true } = {}) {
     if (!existsSync(DIST)) throw new Error("build the page first: npm run build");
     const native = process.env.DRAL_NATIVE;
@@ -24,12 +25,15 @@ export async function openPage({ isolate = true, viewport, colorScheme, wait = t
     page.on("console", (message) => message.type() === "error" && errors.push(message.text()));
     await page.goto(url);
     if (wait) await page.waitForSelector("html[data-engine]", { timeout: 60000 });
+    const stop = () => {
+        server.closeAllConnections();
+        return new Promise((resolve) => server.close(resolve));
+    };
     const close = async () => {
         await browser.close();
-        server.closeAllConnections();
-        server.close();
+        await stop();
     };
-    return { page, browser, context, url, requests, errors, close };
+    return { page, browser, context, url, requests, errors, stop, close };
 }
 
 // Drops a file on the page, as a person would.

@@ -103,6 +103,6 @@ export function showResults(element, runs, onPosition) {
     element.replaceChildren(...parts);
     const drawn = [now, before].filter(Boolean);
     const xs = timesOf(drawn);
-    return drawCurve(figure, { xs, log: true, yRange: [0, 100], yLabel: "solved, %", xLabel: "Seconds, each step ten times as long", height: 220,
+    return drawCurve(figure, { xs, log: true, yRange: [0, 100], yLabel: "solved, %", xLabel: "Seconds", height: 220,
         series: drawn.map((run) => ({ label: plain(run.name, 40), values: shares(run.rows, xs), points: false })) });
 }

@@ -8,6 +8,9 @@ const LONGEST_LINE = 16; // plies shown
 const DRAW_EVERY = 200; // milliseconds
 const THREAT_SEARCH = "go movetime 150";
 
+// What a game may have set: neither books nor weakness have a place in analysis.
+export const PLAIN = { UCI_LimitStrength: false, OwnBook: false };
+
 export class Analysis {
     #lines = [];
     #turn = 0; // of restart(), to see that another has come
@@ -65,7 +68,7 @@ export class Analysis {
         }
         const turned = byId("show-threat").checked ? passed(fen) : null;
         if (turned && legalMoves(turned).length) {
-            const found = await session.search({ commands: [`position fen ${turned}`], go: THREAT_SEARCH, options: { MultiPV: 1 } });
+            const found = await session.search({ commands: [`position fen ${turned}`], go: THREAT_SEARCH, options: { ...PLAIN, MultiPV: 1 } });
             if (turn !== this.#turn || found.ended) return;
             this.threat = found.move;
             board.setArrows(null, this.threat);
@@ -74,7 +77,7 @@ export class Analysis {
         session.search({
             commands: [game.positionCommand()],
             go: "go infinite",
-            options: { MultiPV: wanted, UCI_LimitStrength: false },
+            options: { ...PLAIN, MultiPV: wanted },
             onInfo: (line) => turn === this.#turn && this.#take(readInfo(line), fen, ply),
         });
     }
@@ -127,7 +130,7 @@ export class Analysis {
         const text = summary.map(([name, value]) => `${names[name] ?? name} ${value}`).join(", ");
         const table = el("table", {}, el("thead", {}, el("tr", {}, ...head)), el("tbody", {}, ...rows));
         byId("terms").querySelector("div").replaceChildren(
-            el("p", { class: "figures", text: `${text}; centipawns from White's view` }), table);
+            el("p", { class: "figures", text: `${text}, from the view of the side to move; centipawns` }), table);
     }
 }
 

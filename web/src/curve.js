@@ -8,6 +8,13 @@ const colour = (name) => getComputedStyle(document.documentElement).getPropertyV
 export const seriesColour = (i) => COLOURS[i % COLOURS.length];
 
 // `series`: [{ label, values, points?: bool, scale? }]; `xs` rise. `onPick(index)` at a click. Gives { mark(x), remove() }.
+// As many decimals as the steps of an axis need.
+const axisTexts = (plot, splits) => {
+    const step = Math.abs(splits[1] - splits[0]) || 1;
+    const decimals = Math.min(Math.max(-Math.floor(Math.log10(step) + 1e-9), 0), 8);
+    return splits.map((value) => value.toFixed(decimals));
+};
+
 export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, xLabel, onPick, level, log = false, legend = true }) {
     let marked = null;
     const axis = (label, size) => ({
@@ -41,7 +48,7 @@ export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, x
             cursor: { drag: { x: false, y: false }, points: { size: 6 } },
             legend: { show: legend },
             scales: { x: { time: false, distr: log ? 3 : 1 }, y: yRange ? { range: yRange } : {} },
-            axes: [axis(xLabel, xLabel ? 28 : 24), axis(yLabel, 52)],
+            axes: [axis(xLabel, xLabel ? 28 : 24), { ...axis(yLabel, 58), values: axisTexts }],
             series: [
                 { label: log ? "s" : "" },
                 ...series.map((one, i) => ({

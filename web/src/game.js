@@ -42,9 +42,9 @@ export class Game extends EventTarget {
     }
 
     // How an engine is told of the position: start and moves, so that it knows of repetitions.
-    positionCommand(ply = this.ply) {
+    positionCommand(ply = this.ply, line = this.path) {
         const start = this.startFen === START_FEN ? "startpos" : `fen ${this.startFen}`;
-        const moves = this.path.slice(0, ply).map((move) => move.uci);
+        const moves = line.slice(0, ply).map((move) => move.uci);
         return `position ${start}` + (moves.length ? ` moves ${moves.join(" ")}` : "");
     }
 

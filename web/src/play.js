@@ -65,14 +65,14 @@ export class Play {
         this.#next();
     }
 
-    #end(result, text) {
+    // `kept`: the game on the board is the one that ends.
+    #end(result, text, kept = true) {
         const { match, app } = this;
         if (!match) return;
         this.match = null;
         match.clock.stop();
         app.session.stop();
-        app.game.result = result;
-        app.game.tags.Result = result;
+        if (kept) Object.assign(app.game, { result, tags: { ...app.game.tags, Result: result } });
         byId("resign").disabled = true;
         byId("play-start").textContent = "Start";
         byId("play-state").textContent = `${text}. ${result === "*" ? "" : result}`;
@@ -84,7 +84,7 @@ export class Play {
 
     #gameChanged(reason) {
         if (!this.match || reason === "step") return;
-        if (reason === "load" && this.match.started) this.#end("*", "Broken off");
+        if (reason === "load" && this.match.started) this.#end("*", "Broken off", false);
         else if (this.match.started) this.#next();
     }
 
@@ -116,7 +116,7 @@ export class Play {
         const found = await session.search({
             commands: [...(plies < 2 ? ["ucinewgame"] : []), game.positionCommand(plies)],
             go: `go wtime ${time("w")} btime ${time("b")} winc ${match.clock.increment} binc ${match.clock.increment}`,
-            options: { MultiPV: 1, UCI_LimitStrength: limited, ...(limited ? { UCI_Elo: match.elo } : {}) },
+            options: { MultiPV: 1, OwnBook: Boolean(app.hasBook), UCI_LimitStrength: limited, ...(limited ? { UCI_Elo: match.elo } : {}) },
         });
         if (match !== this.match || found.ended || game.moves.length !== plies) return;
         game.goToMain(plies);

@@ -6,7 +6,7 @@ import { byId, el } from "./dom.js";
 import { judgeGame } from "./judgement.js";
 import { inCheck, legalMoves, moveNumber, playLine, sideToMove, standing } from "./position.js";
 import { readInfo, scoreText } from "./uci.js";
-import { showScore } from "./analysis.js";
+import { PLAIN, showScore } from "./analysis.js";
 
 const LINE_PLIES = 8;
 const SHALLOWER = 3; // plies, for moves that were not played
@@ -84,7 +84,7 @@ export class Review {
     async #search(turn, command, go) {
         let last = null;
         const onInfo = (line) => (last = readInfo(line) ?? last);
-        const options = { MultiPV: 1, UCI_LimitStrength: false };
+        const options = { ...PLAIN, MultiPV: 1 };
         const found = await this.app.session.search({ commands: [...command], go, options, onInfo });
         return turn === this.#turn && !found.ended && last ? { ...last, move: found.move } : null;
     }
@@ -100,7 +100,7 @@ export class Review {
             positions[i] = this.#known(fens, i);
             if (positions[i]) continue;
             const fresh = i === fens.length - 1 || positions.slice(i + 1).every((p) => p.certain) ? ["ucinewgame"] : [];
-            positions[i] = await this.#search(turn, [...fresh, game.positionCommand(i)], `go depth ${depth}`);
+            positions[i] = await this.#search(turn, [...fresh, game.positionCommand(i, game.moves)], `go depth ${depth}`);
             if (!positions[i]) return null;
         }
         const only = [];
@@ -112,7 +112,7 @@ export class Review {
             if (!others.length) continue;
             byId("review-state").textContent = `Only moves: ${game.moves.length - i} of ${game.moves.length}`;
             const go = `go depth ${Math.max(depth - SHALLOWER, 1)} searchmoves ${others.join(" ")}`;
-            const second = await this.#search(turn, [game.positionCommand(i)], go);
+            const second = await this.#search(turn, [game.positionCommand(i, game.moves)], go);
             if (!second) return null;
             only[i] = isOnlyMove(positions[i].score, second.score);
         }
@@ -134,6 +134,7 @@ export class Review {
     #take({ positions, only }, depth) {
         const { game } = this.app;
         const first = sideToMove(game.startFen);
+        const fens = [game.startFen, ...game.moves.map((move) => move.fen)];
         const scored = game.moves.map((move, i) => ({
             judged: true, best: positions[i].move === move.uci, only: only[i], before: positions[i].score,
             after: -positions[i + 1].score,
@@ -145,7 +146,7 @@ export class Review {
             if (mark) move.nags.push(mark);
             move.variations = move.variations.filter((line) => !line.ours);
             if (scored[i].best || markOfLoss(loss) === 0 || mark === GOOD) return;
-            const better = playLine(game.fenAt(i), positions[i].pv.slice(0, LINE_PLIES));
+            const better = playLine(fens[i], positions[i].pv.slice(0, LINE_PLIES));
             if (better.length) move.variations.unshift(Object.assign(better, { ours: true }));
         });
         const white = (i) => (i % 2 === 0) === (first === "w");

@@ -70,7 +70,8 @@ export function initEngineSettings(app) {
     };
     byId("book-file").addEventListener("change", (event) =>
         take(event.target, ([path], [file]) => {
-            set({ OwnBook_File: path, OwnBook: true });
+            app.hasBook = true;
+            set({ OwnBook_File: path });
             told(`Book: ${file.name}. Dral plays from it in games.`);
         }));
     byId("table-files").addEventListener("change", (event) =>

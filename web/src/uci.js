@@ -47,7 +47,7 @@ export function countText(count) {
 }
 
 const TERMS = {
-    mtl: "Material", pos: "Squares", pawns: "Pawns", knights: "Knights", bishops: "Bishops", rooks: "Rooks",
+    mtl: "Material", pos: "Position, in all", pawns: "Pawns", knights: "Knights", bishops: "Bishops", rooks: "Rooks",
     queens: "Queens", kings: "Kings", passers: "Passed pawns",
 };
 

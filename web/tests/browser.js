@@ -11,12 +11,12 @@ const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 
 // { page, context, url, requests, errors, stop(), close() }: a page that is ready, what it has asked for, and what went wrong in
 // it; stop() ends the server alone.
-export async function openPage({ isolate = true, viewport, colorScheme, wait = true } = {}) {
+export async function openPage({ isolate = true, viewport, colorScheme, touch = false, wait = true } = {}) {
     if (!existsSync(DIST)) throw new Error("build the page first: npm run build");
     const native = process.env.DRAL_NATIVE;
     const { server, url } = await serve({ folder: DIST, isolate, before: native ? nativeBridge(native) : undefined });
     const browser = await chromium.launch({ executablePath: CHROMIUM, args: ["--no-sandbox", "--enable-precise-memory-info"] });
-    const context = await browser.newContext({ viewport: viewport ?? { width: 1280, height: 900 }, colorScheme, reducedMotion: "reduce" });
+    const context = await browser.newContext({ viewport: viewport ?? { width: 1280, height: 900 }, colorScheme, hasTouch: touch, reducedMotion: "reduce" });
     const page = await context.newPage();
     const requests = [];
     const errors = [];
@@ -54,7 +54,14 @@ export async function clickSquare(page, square, seenFrom = "w") {
     await page.mouse.click(box.x + ((x + 0.5) * box.width) / 8, box.y + ((y + 0.5) * box.height) / 8);
 }
 
+// The board passes over clicks while it moves pieces, which takes a few frames.
+export const settled = (page) =>
+    page.evaluate(async () => {
+        for (let i = 0; i < 6; ++i) await new Promise((resolve) => requestAnimationFrame(resolve));
+    });
+
 export async function clickMove(page, move, seenFrom) {
+    await settled(page);
     await clickSquare(page, move.slice(0, 2), seenFrom);
     await clickSquare(page, move.slice(2, 4), seenFrom);
 }

@@ -123,6 +123,30 @@ test("a game against Dral: it answers, loses by mate, and its clock runs", async
     await page.selectOption("#play-side", "w");
 });
 
+const data = (name) => new URL(`../../tests/data/${name}`, import.meta.url).pathname;
+
+test("a book and tables are taken from the person's own files", { skip: Boolean(process.env.DRAL_NATIVE) }, async () => {
+    await page.click("#engine-settings summary");
+    await page.setInputFiles("#table-files", ["KPvK.rtbw", "KPvK.rtbz"].map((name) => data(`syzygy/${name}`)));
+    await page.waitForFunction(() => /^Tables: 2 files/.test(document.getElementById("own-files").textContent));
+    await setFen("8/8/8/8/8/1k6/1P6/2K5 w - - 0 1");
+    await page.click("#analyse");
+    await page.waitForFunction(() => /table hits/.test(document.getElementById("search-state").textContent), null, { timeout: 10000 });
+    await page.click("#analyse");
+    await page.setInputFiles("#book-file", data("polyglot/performance.bin"));
+    await page.waitForFunction(() => /^Book: performance\.bin/.test(document.getElementById("own-files").textContent));
+    await page.click("#engine-settings summary");
+    await page.click("#tab-play");
+    await page.selectOption("#play-side", "b");
+    await page.selectOption("#play-from", "start");
+    await page.fill("#elo", "2939");
+    await page.fill("#minutes", "180"); // without a book the move would take more than a minute
+    await page.click("#play-start");
+    await page.waitForFunction(() => document.getElementById("fen").value.includes(" b "), null, { timeout: 5000 });
+    await page.click("#resign");
+    await page.selectOption("#play-side", "w");
+});
+
 const dialogue = readFileSync(new URL("../../tests/dialogues/tools_review.txt", import.meta.url), "utf8");
 
 test("a game gone through has the accuracy that the engine's own review writes", async () => {

@@ -83,6 +83,7 @@ export class Play {
     }
 
     #gameChanged(reason) {
+        if (!this.match && reason === "load") for (const clock of document.querySelectorAll(".clock")) clock.textContent = "";
         if (!this.match || reason === "step") return;
         if (reason === "load" && this.match.started) this.#end("*", "Broken off", false);
         else if (this.match.started) this.#next();

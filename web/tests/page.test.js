@@ -121,6 +121,7 @@ test("a game against Dral: it answers, loses by mate, and its clock runs", async
     await page.click("#resign");
     assert.match(await page.textContent("#play-state"), /^You resigned\. 1-0/);
     await page.selectOption("#play-side", "w");
+    await page.click("#flip");
 });
 
 const data = (name) => new URL(`../../tests/data/${name}`, import.meta.url).pathname;
@@ -145,6 +146,7 @@ test("a book and tables are taken from the person's own files", { skip: Boolean(
     await page.waitForFunction(() => document.getElementById("fen").value.includes(" b "), null, { timeout: 5000 });
     await page.click("#resign");
     await page.selectOption("#play-side", "w");
+    await page.click("#flip");
 });
 
 const dialogue = readFileSync(new URL("../../tests/dialogues/tools_review.txt", import.meta.url), "utf8");

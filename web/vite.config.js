@@ -26,7 +26,7 @@ function copyEngine(dist) {
 
 // Tells the service worker what to keep, and gives it a new name whenever any of it is new.
 function writeServiceWorker(dist) {
-    const files = filesUnder(dist).filter((path) => !path.endsWith("sw.js") && !path.endsWith(".d.ts")).sort();
+    const files = filesUnder(dist).filter((path) => !/(sw\.js|report\.html)$/.test(path) && !path.endsWith(".d.ts")).sort();
     const hash = createHash("sha256");
     for (const path of files) hash.update(relative(dist, path)).update(readFileSync(path));
     // Of the engine's two builds a browser runs one; the worker keeps that when it is loaded.
@@ -38,12 +38,30 @@ function writeServiceWorker(dist) {
     writeFileSync(join(dist, "sw.js"), text);
 }
 
+// The same page in one file, without the engine, with a place for what it is to show: an object of name and text as JSON,
+// every "<" in it written as \u003c. Where scripts may only be this page's own, its code is named by its hash.
+function writeReport(dist) {
+    const page = readFileSync(join(dist, "index.html"), "utf8");
+    const asset = (pattern) => readFileSync(join(dist, pattern.exec(page)[1]), "utf8");
+    const code = asset(/<script type="module"[^>]* src="\.\/([^"]+)"/).replaceAll("</script", "<\\/script");
+    const style = asset(/<link rel="stylesheet"[^>]* href="\.\/([^"]+)"/);
+    const hash = createHash("sha256").update(code).digest("base64");
+    const policy = `default-src 'none'; script-src 'sha256-${hash}'; style-src 'unsafe-inline'; img-src data:; base-uri 'none'`;
+    const text = page
+        .replace(/<script type="module"[^>]*><\/script>/, "")
+        .replace(/<link rel="stylesheet"[^>]*>/, () => `<style>${style}</style>`)
+        .replace(/(http-equiv="Content-Security-Policy" content=")[^"]*/, (_, start) => start + policy)
+        .replace("</body>", () => `<script type="application/json" id="report-data">null</script>\n<script type="module">${code}</script>\n</body>`);
+    writeFileSync(join(dist, "report.html"), text);
+}
+
 const finish = {
     name: "dral-finish",
     apply: "build",
     closeBundle() {
         const dist = join(root, "dist");
         copyEngine(dist);
+        writeReport(dist);
         writeServiceWorker(dist);
     },
 };

@@ -108,7 +108,7 @@ export class Files {
         if (!game.moves.some((move) => /\[%eval\s/.test(move.comment))) return;
         const { scores, judged } = judgeByComments(game);
         const written = writtenSummary(game.moves.at(-1).comment);
-        if (written) for (const side of ["w", "b"]) Object.assign(judged.sides[side], written[side]);
+        if (written) for (const side of ["w", "b"]) Object.assign(judged.sides[side], { moves: "" }, written[side]);
         app.review.show(scores, judged);
         byId("review-state").textContent = written ? "As the file has it" : "From the scores in the file";
     }

@@ -15,6 +15,7 @@ import { Files } from "./files.js";
 import { Game } from "./game.js";
 import { MovesView } from "./moves_view.js";
 import { Play } from "./play.js";
+import { showReport } from "./report.js";
 import { Review } from "./review.js";
 import { initEngineSettings, initTheme } from "./settings.js";
 import { initTabs } from "./tabs.js";
@@ -118,5 +119,7 @@ app.play = new Play(app);
 app.files = new Files(app);
 initControls();
 game.setFen("startpos");
-await registerWorker();
-await initEngine();
+if (!showReport(app)) {
+    await registerWorker();
+    await initEngine();
+}

@@ -6,34 +6,43 @@ import { chromium } from "playwright-core";
 import { nativeBridge } from "../dev/bridge.js";
 import { serve } from "../scripts/server.js";
 
-const DIST = fileURLToPath(new URL("../dist", import.meta.url));
+export const DIST = fileURLToPath(new URL("../dist", import.meta.url));
 const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 
-// { page, context, url, requests, errors, stop(), close() }: a page that is ready, what it has asked for, and what went wrong in
-// it; stop() ends the server alone.
-export async function openPage({ isolate = true, viewport, colorScheme, touch = false, wait = true } = {}) {
-    if (!existsSync(DIST)) throw new Error("build the page first: npm run build");
-    const native = process.env.DRAL_NATIVE;
-    const { server, url } = await serve({ folder: DIST, isolate, before: native ? nativeBridge(native) : undefined });
-    const browser = await chromium.launch({ executablePath: CHROMIUM, args: ["--no-sandbox", "--enable-precise-memory-info"] });
-    const context = await browser.newContext({ viewport: viewport ?? { width: 1280, height: 900 }, colorScheme, hasTouch: touch, reducedMotion: "reduce" });
+// { page, context, requests, errors, close() }: an empty page, what it asks for, and what goes wrong in it.
+export async function openBrowser({ viewport, colorScheme, touch = false, workers = true } = {}) {
+    const browser = await chromium.launch({ executablePath: CHROMIUM, args: ["--no-sandbox"] });
+    const context = await browser.newContext({
+        viewport: viewport ?? { width: 1280, height: 900 }, colorScheme, hasTouch: touch, reducedMotion: "reduce",
+        serviceWorkers: workers ? "allow" : "block",
+    });
     const page = await context.newPage();
     const requests = [];
     const errors = [];
     context.on("request", (request) => requests.push(request.url()));
     page.on("pageerror", (error) => errors.push(String(error)));
     page.on("console", (message) => message.type() === "error" && errors.push(message.text()));
-    await page.goto(url);
-    if (wait) await page.waitForSelector("html[data-engine]", { timeout: 60000 });
+    return { page, context, requests, errors, close: () => browser.close() };
+}
+
+// The same with the built page in it, ready, and its address `url`; stop() ends the server alone. `isolate`: the server sends
+// the headers that threads need; `workers`: the page may have its service worker.
+export async function openPage({ isolate = true, ...options } = {}) {
+    if (!existsSync(DIST)) throw new Error("build the page first: npm run build");
+    const native = process.env.DRAL_NATIVE;
+    const { server, url } = await serve({ folder: DIST, isolate, before: native ? nativeBridge(native) : undefined });
     const stop = () => {
         server.closeAllConnections();
         return new Promise((resolve) => server.close(resolve));
     };
+    const opened = await openBrowser(options);
     const close = async () => {
-        await browser.close();
+        await opened.close();
         await stop();
     };
-    return { page, browser, context, url, requests, errors, stop, close };
+    await opened.page.goto(url);
+    await opened.page.waitForSelector("html[data-engine]", { timeout: 60000 });
+    return { ...opened, url, stop, close };
 }
 
 // Drops a file on the page, as a person would.

@@ -3,7 +3,9 @@ import assert from "node:assert/strict";
 import test from "node:test";
 import { clickMove, fen, openPage } from "./browser.js";
 
-test("threads without the server's help, little to load, and no network after that", { skip: Boolean(process.env.DRAL_NATIVE) }, async () => {
+const skip = Boolean(process.env.DRAL_NATIVE);
+
+test("threads without the server's help, little to load, and no network after that", { skip }, async () => {
     const tab = await openPage({ isolate: false });
     const { page } = tab;
     try {
@@ -27,5 +29,25 @@ test("threads without the server's help, little to load, and no network after th
         assert.deepEqual(tab.errors, []);
     } finally {
         await tab.close();
+    }
+});
+
+test("where a page cannot be isolated, the build without threads plays and stops", { skip }, async () => {
+    const { page, errors, close } = await openPage({ isolate: false, workers: false });
+    try {
+        assert.equal(await page.getAttribute("html", "data-engine"), "single");
+        for (let i = 0; i < 5; ++i) {
+            await page.click("#analyse");
+            await page.waitForSelector("#lines-list li", { timeout: 10000 });
+            await page.click("#analyse");
+        }
+        await page.click("#tab-play");
+        await page.selectOption("#play-side", "b");
+        await page.fill("#minutes", "1");
+        await page.click("#play-start");
+        await page.waitForFunction(() => document.getElementById("fen").value.includes(" b "), null, { timeout: 20000 });
+        assert.deepEqual(errors, []);
+    } finally {
+        await close();
     }
 });

@@ -1,6 +1,6 @@
 // Analysis of the position on the board: lines, bar, arrows, the evaluation by term.
 import { winningChances } from "./chances.js";
-import { byId, el } from "./dom.js";
+import { byId, el, moveButton } from "./dom.js";
 import { legalMoves, moveNumber, passed, playLine, sideToMove } from "./position.js";
 import { countText, readEvaluation, readInfo, scoreText } from "./uci.js";
 
@@ -109,11 +109,10 @@ export class Analysis {
         const { game } = this.app;
         const moves = playLine(line.fen, line.pv.slice(0, LONGEST_LINE));
         const texts = moves.map((move) => move.uci);
-        const parts = moves.flatMap((move, i) => {
+        const parts = moves.map((move, i) => {
             const number = moveNumber(game.startFen, line.ply + i);
             const go = () => game.fen === line.fen && game.tryLine(line.ply, texts, i);
-            const button = el("button", { type: "button", class: "move", text: move.san, on: { click: go } });
-            return i === 0 || !number.endsWith("...") ? [el("span", { class: "number", text: number }), button] : [button];
+            return moveButton(move.san, i === 0 || !number.endsWith("...") ? number : null, go).part;
         });
         const score = sideToMove(line.fen) === "w" ? line.score : -line.score;
         const text = line.bound + scoreText(score);

@@ -14,6 +14,12 @@ export function el(tag, props = {}, ...children) {
     return node;
 }
 
+// A move to click, with its number before it where one is wanted; never broken between the two. Gives { part, button }.
+export function moveButton(text, number, go, props = {}) {
+    const button = el("button", { type: "button", class: "move", text, on: { click: go }, ...props });
+    return { button, part: number ? el("span", { class: "pair" }, el("span", { class: "number", text: number }), button) : button };
+}
+
 export const byId = (id) => document.getElementById(id);
 
 const LONGEST_SHOWN = 400;

@@ -1,5 +1,5 @@
 // The moves of the game as text that is clicked: marks, comments, lines beside it.
-import { byId, el, plain } from "./dom.js";
+import { byId, el, moveButton, plain } from "./dom.js";
 import { moveNumber } from "./position.js";
 
 const SIGNS = { 1: "!", 2: "?", 3: "!!", 4: "??", 5: "!?", 6: "?!" };
@@ -48,8 +48,7 @@ export class MovesView {
         const glyph = move.nags.find((nag) => SIGNS[nag]);
         const text = move.san + (SIGNS[glyph] ?? "");
         const label = glyph ? `${move.san}, ${NAMES[glyph]}` : null;
-        const button = el("button", { type: "button", class: `move mark-${glyph ?? 0}`, text, "aria-label": label, on: { click: go } });
-        return number ? [el("span", { class: "number", text: number }), button] : [button];
+        return moveButton(text, number, go, { class: `move mark-${glyph ?? 0}`, "aria-label": label });
     }
 
     #comment(text) {
@@ -67,7 +66,7 @@ export class MovesView {
                 this.game.goToMain(ply);
                 this.game.tryLine(ply, texts, i);
             };
-            return [...this.#move(move, shown, go), ...this.#comment(move.comment)];
+            return [this.#move(move, shown, go).part, ...this.#comment(move.comment)];
         });
         return moves.length ? [el("span", { class: "variation" }, ...parts)] : [];
     }
@@ -78,10 +77,10 @@ export class MovesView {
             const ply = from + i;
             const number = moveNumber(this.game.startFen, ply);
             const shown = broken || !number.endsWith("...") ? number : null;
-            const parts = this.#move(move, shown, () => register(ply));
-            if (register.keeps(ply)) this.buttons[ply] = parts.at(-1);
+            const { part, button } = this.#move(move, shown, () => register(ply));
+            if (register.keeps(ply)) this.buttons[ply] = button;
             const notes = [...this.#comment(move.comment), ...move.variations.flatMap((line) => this.#variation(line, ply))];
-            out.push(...parts, ...notes);
+            out.push(part, ...notes);
             if (this.game.side?.from === ply && register.main) out.push(this.#sideLine());
             broken = notes.length > 0 || (register.main && this.game.side?.from === ply);
         });

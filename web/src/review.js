@@ -2,7 +2,7 @@
 // a position knows what comes after it; then the best moves once more without themselves, to see which were the only ones.
 import { isOnlyMove, GOOD, MATE, lostChances, markOfLoss, winningChances } from "./chances.js";
 import { drawCurve } from "./curve.js";
-import { byId, el } from "./dom.js";
+import { byId, el, moveButton } from "./dom.js";
 import { judgeGame } from "./judgement.js";
 import { inCheck, legalMoves, moveNumber, playLine, sideToMove, standing } from "./position.js";
 import { readInfo, scoreText } from "./uci.js";
@@ -188,8 +188,8 @@ export class Review {
         const turn = judged.turningPoint;
         if (turn < 0 || scores[turn] === null) return [table];
         const chances = (i) => winningChances(scores[i]).toFixed(0);
-        const button = el("button", { type: "button", class: "move", on: { click: () => game.goToMain(turn + 1) },
-            text: `${moveNumber(game.startFen, turn)} ${game.moves[turn].san}` });
+        const text = `${moveNumber(game.startFen, turn)} ${game.moves[turn].san}`;
+        const { button } = moveButton(text, null, () => game.goToMain(turn + 1));
         return [table, el("p", { class: "note" }, "Turning point: ", button,
             ` (White's chances ${chances(turn)} to ${chances(turn + 1)} percent, ${scoreText(scores[turn + 1])})`)];
     }

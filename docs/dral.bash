@@ -12,15 +12,15 @@ _dral() {
     COMPREPLY=()
     words='
 -uci -c -noise -quiet -d -t -n -nps -cfg -hash -threads -book -tbpath -log -strict -tbx bench -bench -bench2 -pbench
--anepd -against -scan_pgn1 -scan_pgn2 -scan_pgn3 -scan_pgn4 -review -mkbook -mktune -tune -tune4 -heldout -weights
--resume -parallel -h --help --version --tables -match -mkconfig -numa -uci_extra
+-anepd -against -scan_pgn1 -scan_pgn2 -scan_pgn3 -scan_pgn4 -review -report -mkbook -mktune -tune -tune4 -heldout
+-weights -resume -parallel -h --help --version --tables -match -mkconfig -numa -uci_extra
 '
     case $before in
     -cfg) _dral_files "$word" cfg ;;
     -book) _dral_files "$word" bin ;;
     -anepd|-mktune|-tune|-heldout) _dral_files "$word" epd ;;
     -against) _dral_files "$word" tsv ;;
-    -scan_pgn1|-scan_pgn2|-scan_pgn3|-scan_pgn4|-review|-mkbook|-match) _dral_files "$word" pgn ;;
+    -scan_pgn1|-scan_pgn2|-scan_pgn3|-scan_pgn4|-review|-report|-mkbook|-match) _dral_files "$word" pgn ;;
     -tbpath) _dral_files "$word" ;;
     -noise|-d|-t|-n|-nps|-hash|-threads|-weights|-parallel) ;;  # a number
     *) COMPREPLY=($(compgen -W "$words" -- "$word")) ;;

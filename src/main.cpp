@@ -82,6 +82,7 @@ bool run(FrontEnd &front, const CommandLine &line) {
     case RunMode::SCAN_PGN_3: scan_pgn_file(tool, line.source_file.c_str(), 3); break;
     case RunMode::SCAN_PGN_4: scan_pgn_file(tool, line.source_file.c_str(), 4); break;
     case RunMode::REVIEW: review_games(tool, line.source_file.c_str()); break;
+    case RunMode::REPORT: write_report(tool, line.source_file.c_str()); break;
     case RunMode::BENCH:
     case RunMode::BENCH_2: run_benchmark(tool, BENCH_POSITIONS, false); break;
     case RunMode::BENCH_IN_THREAD: run_benchmark(tool, IN_THREAD_POSITIONS, true); break;

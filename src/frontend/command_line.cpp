@@ -126,6 +126,8 @@ constexpr Switch SWITCHES[] = {
     {"-scan_pgn4", "file",    set_source_file<RunMode::SCAN_PGN_4>, TOOLS, "write those of rook and pawn against rook", "dral -scan_pgn4 games.pgn", "pgn"},
     {"-review",    "file",    set_source_file<RunMode::REVIEW>, TOOLS,
         "show where games turned: scores, marks, better lines", "dral -review games.pgn -d 14", "pgn"},
+    {"-report",    "file",    set_source_file<RunMode::REPORT>, TOOLS,
+        "write one page for a browser that shows what a tool has written", "dral -report games.review.pgn", "pgn"},
     {"-mkbook",    "file",    set_source_file<RunMode::MAKE_BOOK>, TOOLS,
         "build the opening book tmp_book.bin from games", "dral -mkbook games.pgn", "pgn"},
     {"-mktune",    "file",    set_tool_file<RunMode::MAKE_TUNING>, TOOLS, "filter training records", "dral -mktune tmp.epd", "epd"},

@@ -18,6 +18,7 @@ enum class RunMode {
     SCAN_PGN_3,
     SCAN_PGN_4,
     REVIEW,
+    REPORT,
     MATCH,
     BENCH,
     BENCH_2,

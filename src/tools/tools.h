@@ -62,6 +62,10 @@ void review_games(ToolRun &run, const char *file_name);
 // Builds the book "tmp_book.bin" from the games of a PGN file. Silent when that cannot be opened.
 void build_book(const char *pgn_file);
 
+// Writes one HTML page, NAME.report.html, that shows what a tool has written: reviewed games, the results of a suite, the
+// log of a tuner, games of a match. The viewer is installed with the program.
+void write_report(ToolRun &run, const char *file_name);
+
 // Writes the records of a training file that are fit for tuning to "tune_new.epd".
 void make_training_file(ToolRun &run, const char *file_name);
 // 100 passes of gradient descent over the selected weights on a training file; writes "tune.log", and what it has found as

@@ -9,4 +9,6 @@ std::vector<std::string> begin_process(int count, char **arguments) {
 // Whoever called main has long gone on when main has waited.
 int end_process(int status) { emscripten_force_exit(status); }
 
+std::filesystem::path program_path() { return {}; }
+
 const char *system_name() { return "browser"; }

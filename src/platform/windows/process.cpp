@@ -37,4 +37,11 @@ std::vector<std::string> begin_process(int, char **) {
 
 int end_process(int status) { return status; }
 
+std::filesystem::path program_path() {
+    constexpr std::size_t LONGEST = 32768;  // characters of any path
+    std::wstring path(LONGEST, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), LONGEST));
+    return path;
+}
+
 const char *system_name() { return "Windows"; }

@@ -26,7 +26,9 @@ function copyEngine(dist) {
 
 // Tells the service worker what to keep, and gives it a new name whenever any of it is new.
 function writeServiceWorker(dist) {
-    const files = filesUnder(dist).filter((path) => !/(sw\.js|report\.html)$/.test(path) && !path.endsWith(".d.ts")).sort();
+    const files = filesUnder(dist)
+        .filter((path) => !/(sw\.js|report\.html)$/.test(path) && !path.endsWith(".d.ts"))
+        .sort();
     const hash = createHash("sha256");
     for (const path of files) hash.update(relative(dist, path)).update(readFileSync(path));
     // Of the engine's two builds a browser runs one; the worker keeps that when it is loaded.
@@ -38,8 +40,8 @@ function writeServiceWorker(dist) {
     writeFileSync(join(dist, "sw.js"), text);
 }
 
-// The same page in one file, without the engine, with a place for what it is to show: an object of name and text as JSON,
-// every "<" in it written as \u003c. Where scripts may only be this page's own, its code is named by its hash.
+// The same page in one file, without the engine, with a place for what it is to show: an object of name and text as
+// JSON, every "<" in it written as \u003c. Where scripts may only be this page's own, its code is named by its hash.
 function writeReport(dist) {
     const page = readFileSync(join(dist, "index.html"), "utf8");
     const asset = (pattern) => readFileSync(join(dist, pattern.exec(page)[1]), "utf8");
@@ -51,7 +53,11 @@ function writeReport(dist) {
         .replace(/<script type="module"[^>]*><\/script>/, "")
         .replace(/<link rel="stylesheet"[^>]*>/, () => `<style>${style}</style>`)
         .replace(/(http-equiv="Content-Security-Policy" content=")[^"]*/, (_, start) => start + policy)
-        .replace("</body>", () => `<script type="application/json" id="report-data">null</script>\n<script type="module">${code}</script>\n</body>`);
+        .replace(
+            "</body>",
+            () =>
+                `<script type="application/json" id="report-data">null</script>\n<script type="module">${code}</script>\n</body>`,
+        );
     writeFileSync(join(dist, "report.html"), text);
 }
 

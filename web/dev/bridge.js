@@ -1,4 +1,5 @@
-// For work on the page only: lets it talk to a native engine. `node dev/bridge.js PROGRAM [PORT]` serves the built page so.
+// For work on the page only: lets it talk to a native engine. `node dev/bridge.js PROGRAM [PORT]` serves the built page
+// so.
 import { spawn } from "node:child_process";
 import { readFileSync } from "node:fs";
 import { createInterface } from "node:readline";
@@ -39,6 +40,10 @@ export function nativeBridge(program) {
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
     const folder = fileURLToPath(new URL("../dist", import.meta.url));
-    const { url } = await serve({ folder, port: Number(process.argv[3] ?? 8018), before: nativeBridge(process.argv[2]) });
+    const { url } = await serve({
+        folder,
+        port: Number(process.argv[3] ?? 8018),
+        before: nativeBridge(process.argv[2]),
+    });
     console.log(url);
 }

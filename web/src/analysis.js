@@ -68,7 +68,11 @@ export class Analysis {
         }
         const turned = byId("show-threat").checked ? passed(fen) : null;
         if (turned && legalMoves(turned).length) {
-            const found = await session.search({ commands: [`position fen ${turned}`], go: THREAT_SEARCH, options: { ...PLAIN, MultiPV: 1 } });
+            const found = await session.search({
+                commands: [`position fen ${turned}`],
+                go: THREAT_SEARCH,
+                options: { ...PLAIN, MultiPV: 1 },
+            });
             if (turn !== this.#turn || found.ended) return;
             this.threat = found.move;
             board.setArrows(null, this.threat);
@@ -125,11 +129,20 @@ export class Analysis {
         const rows = terms.map((term) =>
             el("tr", {}, ...[term.name, term.white, term.black, term.difference].map((text) => el("td", { text }))),
         );
-        const names = { eval: "Evaluation", qscore: "after captures", stage: "stage", draw_adj: "share kept near a draw" };
+        const names = {
+            eval: "Evaluation",
+            qscore: "after captures",
+            stage: "stage",
+            draw_adj: "share kept near a draw",
+        };
         const text = summary.map(([name, value]) => `${names[name] ?? name} ${value}`).join(", ");
         const table = el("table", {}, el("thead", {}, el("tr", {}, ...head)), el("tbody", {}, ...rows));
-        byId("terms").querySelector("div").replaceChildren(
-            el("p", { class: "figures", text: `${text}, from the view of the side to move; centipawns` }), table);
+        byId("terms")
+            .querySelector("div")
+            .replaceChildren(
+                el("p", { class: "figures", text: `${text}, from the view of the side to move; centipawns` }),
+                table,
+            );
     }
 }
 
@@ -142,6 +155,9 @@ export function showScore(app, score) {
     const text = bar.lastElementChild;
     text.textContent = score === null ? "" : scoreText(score);
     text.classList.toggle("behind", chances < 50);
-    const label = score === null ? "No evaluation yet" : `Evaluation ${scoreText(score)}, White's chances ${chances.toFixed(0)} percent`;
+    const label =
+        score === null
+            ? "No evaluation yet"
+            : `Evaluation ${scoreText(score)}, White's chances ${chances.toFixed(0)} percent`;
     bar.setAttribute("aria-label", label);
 }

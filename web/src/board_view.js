@@ -30,7 +30,8 @@ export class BoardView {
     #fen = null;
     #busy = Promise.resolve();
 
-    // `onMove(uci)` is called with legal moves only. `mayMove(side)` tells whether the person may move that side's pieces.
+    // `onMove(uci)` is called with legal moves only. `mayMove(side)` tells whether the person may move that side's
+    // pieces.
     constructor(element, { onMove, mayMove }) {
         this.onMove = onMove;
         this.mayMove = mayMove;

@@ -1,6 +1,6 @@
-// What a score means: chances, what a move has lost of them, and how accurate that is. The engine's own tool for reviews
-// has the same formulas (src/tools/chances.h tells where they come from); a test holds the two together.
-// Scores are centipawns from the view of the side that the question is about; chances and losses are percent.
+// What a score means: chances, what a move has lost of them, and how accurate that is. The engine's own tool for
+// reviews has the same formulas (src/tools/chances.h tells where they come from); a test holds the two together. Scores
+// are centipawns from the view of the side that the question is about; chances and losses are percent.
 
 export const MATE = 10000;
 const SLOPE = 0.0058;

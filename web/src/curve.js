@@ -7,19 +7,28 @@ const COLOURS = ["#2b7a9b", "#c2702a", "#5b8c3e", "#8a5aa6", "#b3403a", "#7d7a35
 const colour = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 export const seriesColour = (i) => COLOURS[i % COLOURS.length];
 
-// `series`: [{ label, values, points?: bool, scale? }]; `xs` rise. `onPick(index)` at a click. Gives { mark(x), remove() }.
-// As many decimals as the steps of an axis need.
+// `series`: [{ label, values, points?: bool, scale? }]; `xs` rise. `onPick(index)` at a click. Gives { mark(x),
+// remove() }. As many decimals as the steps of an axis need.
 const axisTexts = (plot, splits) => {
     const step = Math.abs(splits[1] - splits[0]) || 1;
     const decimals = Math.min(Math.max(-Math.floor(Math.log10(step) + 1e-9), 0), 8);
     return splits.map((value) => value.toFixed(decimals));
 };
 
-export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, xLabel, onPick, level, log = false, legend = true }) {
+export function drawCurve(
+    element,
+    { xs, series, height = 180, yRange, yLabel, xLabel, onPick, level, log = false, legend = true },
+) {
     let marked = null;
     const axis = (label, size) => ({
-        stroke: () => colour("--quiet"), grid: { stroke: () => colour("--rule"), width: 1 }, ticks: { show: false }, label,
-        labelSize: 18, size, font: "12px system-ui", labelFont: "12px system-ui",
+        stroke: () => colour("--quiet"),
+        grid: { stroke: () => colour("--rule"), width: 1 },
+        ticks: { show: false },
+        label,
+        labelSize: 18,
+        size,
+        font: "12px system-ui",
+        labelFont: "12px system-ui",
     });
     const drawMarks = (plot) => {
         const { ctx, bbox } = plot;
@@ -44,7 +53,8 @@ export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, x
     };
     const plot = new uPlot(
         {
-            width: Math.max(element.clientWidth, 200), height,
+            width: Math.max(element.clientWidth, 200),
+            height,
             cursor: { drag: { x: false, y: false }, points: { size: 6 } },
             legend: { show: legend },
             scales: { x: { time: false, distr: log ? 3 : 1 }, y: yRange ? { range: yRange } : {} },
@@ -52,8 +62,12 @@ export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, x
             series: [
                 { label: log ? "s" : "" },
                 ...series.map((one, i) => ({
-                    label: one.label, stroke: one.stroke ?? seriesColour(i), width: one.points ? 0 : 1.6, paths: one.points ? () => null : undefined,
-                    points: { show: one.points ?? xs.length < 40, size: 4 }, spanGaps: true,
+                    label: one.label,
+                    stroke: one.stroke ?? seriesColour(i),
+                    width: one.points ? 0 : 1.6,
+                    paths: one.points ? () => null : undefined,
+                    points: { show: one.points ?? xs.length < 40, size: 4 },
+                    spanGaps: true,
                 })),
             ],
             hooks: { draw: [drawMarks] },
@@ -66,7 +80,8 @@ export function drawCurve(element, { xs, series, height = 180, yRange, yLabel, x
         plot.over.addEventListener("click", () => plot.cursor.idx !== null && onPick(plot.cursor.idx));
     }
     const observer = new ResizeObserver(() => {
-        if (element.clientWidth > 0 && element.clientWidth !== plot.width) plot.setSize({ width: element.clientWidth, height });
+        if (element.clientWidth > 0 && element.clientWidth !== plot.width)
+            plot.setSize({ width: element.clientWidth, height });
     });
     observer.observe(element);
     const repaint = () => plot.redraw(false);

@@ -1,6 +1,6 @@
-// One engine, used in turn. What is asked of it is done one thing at a time; a new search ends the one before it; and no
-// line of one search is taken for another's: a search begins behind "readyok", when nothing of earlier ones is to come, and
-// ends with its "bestmove".
+// One engine, used in turn. What is asked of it is done one thing at a time; a new search ends the one before it; and
+// no line of one search is taken for another's: a search begins behind "readyok", when nothing of earlier ones is to
+// come, and ends with its "bestmove".
 
 const isReady = (line) => line === "readyok";
 
@@ -70,8 +70,9 @@ export class EngineSession {
         }
     }
 
-    // `commands` before "go": a position, at least. `options` are set before them. Resolves, when the search has ended, to
-    // { move, ponder, ended }; `ended`: by stop() or another search, perhaps before it began, and `move` is then null.
+    // `commands` before "go": a position, at least. `options` are set before them. Resolves, when the search has ended,
+    // to { move, ponder, ended }; `ended`: by stop() or another search, perhaps before it began, and `move` is then
+    // null.
     search({ commands, go, options, onInfo = () => {} }) {
         this.stop();
         const search = { ended: false, running: false };
@@ -103,8 +104,8 @@ export class EngineSession {
         });
     }
 
-    // Asks something that is answered at once, and gives the lines of the answer. It waits for a search: stop() first, where
-    // that has no end.
+    // Asks something that is answered at once, and gives the lines of the answer. It waits for a search: stop() first,
+    // where that has no end.
     ask(commands) {
         return this.#turn(async () => {
             const setting = [...this.#optionCommands(), "isready"];

@@ -4,16 +4,19 @@ const RELOADED = "dral-isolated";
 
 const PATIENCE = 5000; // milliseconds
 
-// The engine is loaded through the service worker, so that it is there without a network, too. Only an isolated page may
-// have threads: where the server does not send the headers for that, the worker adds them from the second load on; so the
-// page loads once more, by itself, and never twice.
+// The engine is loaded through the service worker, so that it is there without a network, too. Only an isolated page
+// may have threads: where the server does not send the headers for that, the worker adds them from the second load on;
+// so the page loads once more, by itself, and never twice.
 export async function registerWorker() {
     if (!("serviceWorker" in navigator) || !window.isSecureContext || !location.protocol.startsWith("http")) return;
     try {
         const workers = navigator.serviceWorker;
-        const controlled = new Promise((resolve) => workers.addEventListener("controllerchange", resolve, { once: true }));
+        const controlled = new Promise((resolve) =>
+            workers.addEventListener("controllerchange", resolve, { once: true }),
+        );
         await workers.register("./sw.js");
-        if (!workers.controller) await Promise.race([controlled, new Promise((resolve) => setTimeout(resolve, PATIENCE))]);
+        if (!workers.controller)
+            await Promise.race([controlled, new Promise((resolve) => setTimeout(resolve, PATIENCE))]);
         if (window.crossOriginIsolated || !workers.controller || sessionStorage.getItem(RELOADED)) return;
         sessionStorage.setItem(RELOADED, "1");
         location.reload();

@@ -2,7 +2,7 @@
 import { byId, plain, tell } from "./dom.js";
 import { readGame, splitGames } from "./pgn.js";
 import { readFen } from "./position.js";
-import { judgeByComments } from "./review.js";
+import { judgeByComments } from "./reviewed_game.js";
 import { kindOf } from "./viewers/detect.js";
 import { showGames, writtenSummary } from "./viewers/games.js";
 import { readResults, showResults } from "./viewers/results.js";
@@ -69,7 +69,11 @@ export class Files {
     openText(name, text) {
         const kind = kindOf(text);
         if (kind === "unknown") {
-            tell(text.trim() ? `${plain(name, 60)}: neither games nor a file of Dral's tools` : `${plain(name, 60)} is empty`);
+            tell(
+                text.trim()
+                    ? `${plain(name, 60)}: neither games nor a file of Dral's tools`
+                    : `${plain(name, 60)} is empty`,
+            );
         } else if (kind === "position") {
             this.#openPosition(text);
         } else {

@@ -1,5 +1,6 @@
-// The game on the board: its moves, the place in them that is shown, and at most one line beside it that is being tried.
-// Fires "change" with { reason } as detail: "load" for another game, "move" for a new move, "step" for another place.
+// The game on the board: its moves, the place in them that is shown, and at most one line beside it that is being
+// tried. Fires "change" with { reason } as detail: "load" for another game, "move" for a new move, "step" for another
+// place.
 import { START_FEN, playLine, playOn, readFen, sideToMove, standing } from "./position.js";
 import { writePgn } from "./pgn_write.js";
 
@@ -80,8 +81,8 @@ export class Game extends EventTarget {
         this.#changed("step");
     }
 
-    // Plays a move, in any notation, where the board stands; null when it is not legal. Before the end of the game it begins
-    // a line beside it, or replaces what follows when `truncate` is set.
+    // Plays a move, in any notation, where the board stands; null when it is not legal. Before the end of the game it
+    // begins a line beside it, or replaces what follows when `truncate` is set.
     play(text, { truncate = false } = {}) {
         const move = playOn(this.fen, text);
         if (!move) return null;

@@ -1,7 +1,16 @@
-// The judgement of a game: what follows from the scores of its positions, whoever has found them. As src/tools/game_review.h
-// has it.
+// The judgement of a game: what follows from the scores of its positions, whoever has found them. As
+// src/tools/game_review.h has it.
 import {
-    BLUNDER, GOOD, INACCURACY, MISTAKE, NONE, lostCentipawns, lostChances, markOfLoss, moveAccuracy, winningChances,
+    BLUNDER,
+    GOOD,
+    INACCURACY,
+    MISTAKE,
+    NONE,
+    lostCentipawns,
+    lostChances,
+    markOfLoss,
+    moveAccuracy,
+    winningChances,
 } from "./chances.js";
 
 const WINNING = 60;
@@ -20,7 +29,7 @@ function countMove(side, move, judged) {
 function turnOfDecidedGame(moves, sideOf, winner) {
     const holds = (i, score) => winningChances(sideOf(i) === winner ? score : -score) >= WINNING;
     let turn = -1;
-    for (let i = moves.length; i-- > 0; ) {
+    for (let i = moves.length; i-- > 0;) {
         if (!moves[i].judged) continue;
         if (!holds(i, moves[i].after)) return turn;
         turn = i;

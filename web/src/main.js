@@ -60,8 +60,14 @@ function initBoard() {
 }
 
 function initControls() {
-    const steps = { first: () => game.goTo(0), back: () => game.goTo(game.ply - 1), on: () => game.goTo(game.ply + 1), last: () => game.goTo(game.path.length) };
-    for (const button of document.querySelectorAll("[data-step]")) button.addEventListener("click", () => steps[button.dataset.step]());
+    const steps = {
+        first: () => game.goTo(0),
+        back: () => game.goTo(game.ply - 1),
+        on: () => game.goTo(game.ply + 1),
+        last: () => game.goTo(game.path.length),
+    };
+    for (const button of document.querySelectorAll("[data-step]"))
+        button.addEventListener("click", () => steps[button.dataset.step]());
     const keys = { ArrowLeft: "back", ArrowRight: "on", Home: "first", End: "last" };
     addEventListener("keydown", (event) => {
         const busy = event.target.closest?.("input, textarea, select, svg, [role=tab]");
@@ -97,7 +103,9 @@ async function initEngine() {
         dral.onEnd = () => (byId("engine-state").textContent = "The engine has ended; load the page again");
         app.session = new EngineSession(dral);
         initEngineSettings(app);
-        const what = dral.threads ? `engine with threads, ${navigator.hardwareConcurrency} processors` : "engine with one thread";
+        const what = dral.threads
+            ? `engine with threads, ${navigator.hardwareConcurrency} processors`
+            : "engine with one thread";
         byId("engine-state").textContent = what;
         document.documentElement.dataset.engine = dral.threads ? "threads" : "single";
         for (const id of ["analyse", "play-start", "review-start"]) byId(id).disabled = false;

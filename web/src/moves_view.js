@@ -79,7 +79,10 @@ export class MovesView {
             const shown = broken || !number.endsWith("...") ? number : null;
             const { part, button } = this.#move(move, shown, () => register(ply));
             if (register.keeps(ply)) this.buttons[ply] = button;
-            const notes = [...this.#comment(move.comment), ...move.variations.flatMap((line) => this.#variation(line, ply))];
+            const notes = [
+                ...this.#comment(move.comment),
+                ...move.variations.flatMap((line) => this.#variation(line, ply)),
+            ];
             out.push(part, ...notes);
             if (this.game.side?.from === ply && register.main) out.push(this.#sideLine());
             broken = notes.length > 0 || (register.main && this.game.side?.from === ply);

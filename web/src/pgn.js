@@ -1,5 +1,5 @@
-// Game text. A file is split into games at once, in one pass; the moves of a game are read when it is opened. Nothing here
-// fails on any input: what cannot be read on ends the game and is told.
+// Game text. A file is split into games at once, in one pass; the moves of a game are read when it is opened. Nothing
+// here fails on any input: what cannot be read on ends the game and is told.
 import { Chess } from "chess.js";
 import { START_FEN, playText, readFen } from "./position.js";
 
@@ -13,13 +13,13 @@ const RESULTS = ["1-0", "0-1", "1/2-1/2", "*"];
 const SUFFIXES = { "!": 1, "?": 2, "!!": 3, "??": 4, "!?": 5, "?!": 6 };
 const TAG_LINE = /^\s*\[\s*[A-Za-z_][\w]*\s+[^\s\]]/;
 
-// Places of the games in the text: [{ start, moves, end }]. A tag line after moves begins a game, unless a comment is open;
-// an event's begins one even then, or a lost brace would swallow all that follows.
+// Places of the games in the text: [{ start, moves, end }]. A tag line after moves begins a game, unless a comment is
+// open; an event's begins one even then, or a lost brace would swallow all that follows.
 export function splitGames(text) {
     const games = [];
     let game = null;
     let open = false;
-    for (let at = 0; at < text.length; ) {
+    for (let at = 0; at < text.length;) {
         let end = text.indexOf("\n", at);
         if (end < 0) end = text.length;
         const line = text.slice(at, Math.min(end, at + LONGEST_TAG));
@@ -55,7 +55,12 @@ export function readTags(text, game) {
         if (name) {
             const rest = line.slice(name[0].length).trimEnd().replace(/\]$/, "").trim();
             const quoted = rest.startsWith('"');
-            const inner = quoted ? rest.slice(1).replace(/"$/, "").replace(/\\(["\\])/g, "$1") : rest;
+            const inner = quoted
+                ? rest
+                      .slice(1)
+                      .replace(/"$/, "")
+                      .replace(/\\(["\\])/g, "$1")
+                : rest;
             if (!Object.hasOwn(tags, name[1]) && name[1] !== "__proto__") tags[name[1]] = inner;
         }
         at = end + 1;
@@ -162,7 +167,8 @@ class Reader {
     }
 }
 
-// { tags, startFen, moves, comment, result, problem }; `problem` tells why the game could not be read to its end, or is null.
+// { tags, startFen, moves, comment, result, problem }; `problem` tells why the game could not be read to its end, or is
+// null.
 export function readGame(text, game) {
     const tags = readTags(text, game);
     const startFen = tags.FEN ? readFen(tags.FEN) : START_FEN;

@@ -15,7 +15,10 @@ export class Play {
             event.preventDefault();
             this.start();
         });
-        byId("resign").addEventListener("click", () => this.match && this.#end(this.match.side === "w" ? "0-1" : "1-0", "You resigned"));
+        byId("resign").addEventListener(
+            "click",
+            () => this.match && this.#end(this.match.side === "w" ? "0-1" : "1-0", "You resigned"),
+        );
         byId("elo").addEventListener("input", () => this.#showElo());
         this.#showElo();
         app.game.addEventListener("change", (event) => this.#gameChanged(event.detail.reason));
@@ -51,11 +54,17 @@ export class Play {
             minutes: Number(byId("minutes").value),
             increment: Number(byId("increment").value),
             onTick: () => this.#showClocks(),
-            onFlag: (late) => this.#end(late === "w" ? "0-1" : "1-0", `${late === side ? "Your" : "Dral's"} time is over`),
+            onFlag: (late) =>
+                this.#end(late === "w" ? "0-1" : "1-0", `${late === side ? "Your" : "Dral's"} time is over`),
         });
         const minutes = Number(byId("minutes").value) * 60;
-        const tags = { Event: "Game against Dral", Date: date, White: names.w, Black: names.b,
-            TimeControl: `${minutes}+${byId("increment").value}` };
+        const tags = {
+            Event: "Game against Dral",
+            Date: date,
+            White: names.w,
+            Black: names.b,
+            TimeControl: `${minutes}+${byId("increment").value}`,
+        };
         app.game.load({ tags, startFen: fen, moves: [], comment: "", result: "*" });
         this.match = { side, elo, clock, started: false };
         showScore(app, null);
@@ -83,7 +92,8 @@ export class Play {
     }
 
     #gameChanged(reason) {
-        if (!this.match && reason === "load") for (const clock of document.querySelectorAll(".clock")) clock.textContent = "";
+        if (!this.match && reason === "load")
+            for (const clock of document.querySelectorAll(".clock")) clock.textContent = "";
         if (!this.match || reason === "step") return;
         if (reason === "load" && this.match.started) this.#end("*", "Broken off", false);
         else if (this.match.started) this.#next();
@@ -117,7 +127,12 @@ export class Play {
         const found = await session.search({
             commands: [...(plies < 2 ? ["ucinewgame"] : []), game.positionCommand(plies)],
             go: `go wtime ${time("w")} btime ${time("b")} winc ${match.clock.increment} binc ${match.clock.increment}`,
-            options: { MultiPV: 1, OwnBook: Boolean(app.hasBook), UCI_LimitStrength: limited, ...(limited ? { UCI_Elo: match.elo } : {}) },
+            options: {
+                MultiPV: 1,
+                OwnBook: Boolean(app.hasBook),
+                UCI_LimitStrength: limited,
+                ...(limited ? { UCI_Elo: match.elo } : {}),
+            },
         });
         if (match !== this.match || found.ended || game.moves.length !== plies) return;
         game.goToMain(plies);
@@ -136,7 +151,10 @@ export class Play {
         const clock = this.match?.clock;
         if (!clock) return;
         const below = this.app.board.orientation;
-        for (const [id, side] of [["player-bottom", below], ["player-top", other(below)]]) {
+        for (const [id, side] of [
+            ["player-bottom", below],
+            ["player-top", other(below)],
+        ]) {
             const output = byId(id).querySelector(".clock");
             output.textContent = timeText(clock.left(side));
             output.classList.toggle("running", clock.running === side);

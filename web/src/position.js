@@ -34,7 +34,11 @@ const record = (move) => ({
 
 // Plays a move, written in short or long notation or as coordinates, on a chess.js board. Null when it is not legal.
 export function playText(chess, text) {
-    let word = text.slice(0, LONGEST_MOVE).replace(/[!?]+$/, "").replace(/^0-0-0/, "O-O-O").replace(/^0-0/, "O-O");
+    let word = text
+        .slice(0, LONGEST_MOVE)
+        .replace(/[!?]+$/, "")
+        .replace(/^0-0-0/, "O-O-O")
+        .replace(/^0-0/, "O-O");
     const coordinates = /^([a-h][1-8])[-x]?([a-h][1-8])=?([qrbnQRBN])?$/.exec(word);
     try {
         if (coordinates) {

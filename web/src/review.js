@@ -1,5 +1,6 @@
-// Going through a game, as the engine's own review does: every position, from the last to the first, so that the search of
-// a position knows what comes after it; then the best moves once more without themselves, to see which were the only ones.
+// Going through a game, as the engine's own review does: every position, from the last to the first, so that the search
+// of a position knows what comes after it; then the best moves once more without themselves, to see which were the only
+// ones.
 import { isOnlyMove, GOOD, MATE, lostChances, markOfLoss, winningChances } from "./chances.js";
 import { drawCurve } from "./curve.js";
 import { byId, el, moveButton } from "./dom.js";
@@ -95,20 +96,26 @@ export class Review {
         const fens = [game.startFen, ...game.moves.map((move) => move.fen)];
         const positions = [];
         const progress = (done) => (byId("review-state").textContent = `${done} of ${fens.length} positions`);
-        for (let i = fens.length; i-- > 0; ) {
+        for (let i = fens.length; i-- > 0;) {
             progress(fens.length - 1 - i);
             positions[i] = this.#known(fens, i);
             if (positions[i]) continue;
             const fresh = i === fens.length - 1 || positions.slice(i + 1).every((p) => p.certain) ? ["ucinewgame"] : [];
-            positions[i] = await this.#search(turn, [...fresh, game.positionCommand(i, game.moves)], `go depth ${depth}`);
+            positions[i] = await this.#search(
+                turn,
+                [...fresh, game.positionCommand(i, game.moves)],
+                `go depth ${depth}`,
+            );
             if (!positions[i]) return null;
         }
         const only = [];
-        for (let i = game.moves.length; i-- > 0; ) {
+        for (let i = game.moves.length; i-- > 0;) {
             only[i] = false;
             if (positions[i].move !== game.moves[i].uci || this.#takesBack(i)) continue;
             if (!isOnlyMove(positions[i].score, -MATE)) continue;
-            const others = legalMoves(fens[i]).map((m) => m.from + m.to + (m.promotion ?? "")).filter((m) => m !== game.moves[i].uci);
+            const others = legalMoves(fens[i])
+                .map((m) => m.from + m.to + (m.promotion ?? ""))
+                .filter((m) => m !== game.moves[i].uci);
             if (!others.length) continue;
             byId("review-state").textContent = `Only moves: ${game.moves.length - i} of ${game.moves.length}`;
             const go = `go depth ${Math.max(depth - SHALLOWER, 1)} searchmoves ${others.join(" ")}`;
@@ -121,7 +128,8 @@ export class Review {
 
     // What needs no search: the end of a game.
     #known(fens, i) {
-        if (!legalMoves(fens[i]).length) return { score: inCheck(fens[i]) ? -MATE : 0, move: null, pv: [], certain: true };
+        if (!legalMoves(fens[i]).length)
+            return { score: inCheck(fens[i]) ? -MATE : 0, move: null, pv: [], certain: true };
         const last = i === fens.length - 1;
         return last && standing(fens).over ? { score: 0, move: null, pv: [], certain: true } : null;
     }
@@ -136,7 +144,10 @@ export class Review {
         const first = sideToMove(game.startFen);
         const fens = [game.startFen, ...game.moves.map((move) => move.fen)];
         const scored = game.moves.map((move, i) => ({
-            judged: true, best: positions[i].move === move.uci, only: only[i], before: positions[i].score,
+            judged: true,
+            best: positions[i].move === move.uci,
+            only: only[i],
+            before: positions[i].score,
             after: -positions[i + 1].score,
         }));
         const judged = judgeGame(scored, first, game.result);
@@ -165,8 +176,18 @@ export class Review {
         this.moves = game.moves;
         const labels = scores.map((_, i) => i);
         this.curve = drawCurve(byId("curve"), {
-            xs: labels, yRange: [0, 100], level: 50, height: 130, legend: false,
-            series: [{ label: "White", values: scores.map((score) => (score === null ? null : winningChances(score))), stroke: "#2b7a9b" }],
+            xs: labels,
+            yRange: [0, 100],
+            level: 50,
+            height: 130,
+            legend: false,
+            series: [
+                {
+                    label: "White",
+                    values: scores.map((score) => (score === null ? null : winningChances(score))),
+                    stroke: "#2b7a9b",
+                },
+            ],
             onPick: (i) => game.goToMain(i),
         });
         this.curve.mark(game.ply);
@@ -176,49 +197,54 @@ export class Review {
 
     #summary(judged, scores) {
         const { game } = this.app;
-        const names = [["Moves"], ["Accuracy"], ["Mean loss"], ["?!", "Inaccuracies"], ["?", "Mistakes"], ["??", "Blunders"]];
-        const head = el("tr", {}, el("th", { text: "" }),
-            ...names.map(([text, label]) => el("th", { scope: "col", text, "aria-label": label, title: label })));
+        const names = [
+            ["Moves"],
+            ["Accuracy"],
+            ["Mean loss"],
+            ["?!", "Inaccuracies"],
+            ["?", "Mistakes"],
+            ["??", "Blunders"],
+        ];
+        const head = el(
+            "tr",
+            {},
+            el("th", { text: "" }),
+            ...names.map(([text, label]) => el("th", { scope: "col", text, "aria-label": label, title: label })),
+        );
         const row = (name, side) =>
-            el("tr", {}, el("td", { text: name }),
-                ...[side.moves, `${side.accuracy.toFixed(1)} %`, side.averageLoss.toFixed(0), side.inaccuracies, side.mistakes,
-                    side.blunders].map((text) => el("td", { text })));
-        const table = el("table", { id: "accuracy" }, el("thead", {}, head),
-            el("tbody", {}, row("White", judged.sides.w), row("Black", judged.sides.b)));
+            el(
+                "tr",
+                {},
+                el("td", { text: name }),
+                ...[
+                    side.moves,
+                    `${side.accuracy.toFixed(1)} %`,
+                    side.averageLoss.toFixed(0),
+                    side.inaccuracies,
+                    side.mistakes,
+                    side.blunders,
+                ].map((text) => el("td", { text })),
+            );
+        const table = el(
+            "table",
+            { id: "accuracy" },
+            el("thead", {}, head),
+            el("tbody", {}, row("White", judged.sides.w), row("Black", judged.sides.b)),
+        );
         const turn = judged.turningPoint;
         if (turn < 0 || scores[turn] === null) return [table];
         const chances = (i) => winningChances(scores[i]).toFixed(0);
         const text = `${moveNumber(game.startFen, turn)} ${game.moves[turn].san}`;
         const { button } = moveButton(text, null, () => game.goToMain(turn + 1));
-        return [table, el("p", { class: "note" }, "Turning point: ", button,
-            ` (White's chances ${chances(turn)} to ${chances(turn + 1)} percent, ${scoreText(scores[turn + 1])})`)];
+        return [
+            table,
+            el(
+                "p",
+                { class: "note" },
+                "Turning point: ",
+                button,
+                ` (White's chances ${chances(turn)} to ${chances(turn + 1)} percent, ${scoreText(scores[turn + 1])})`,
+            ),
+        ];
     }
-}
-
-// Scores that a reviewed game carries in its comments, from White's view: before the first move (not known) and after each.
-export function scoresOfComments(moves) {
-    const scores = moves.map((move) => {
-        const found = /\[%eval\s+(#?-?[\d.]+)/.exec(move.comment);
-        if (!found) return null;
-        if (!found[1].startsWith("#")) return Math.round(Number(found[1]) * 100);
-        const count = Number(found[1].slice(1));
-        if (found[1] === "#-0") return -MATE;
-        if (count === 0) return MATE;
-        return count > 0 ? MATE - 2 * count + 1 : -MATE - 2 * count;
-    });
-    return [null, ...scores.map((score) => (Number.isFinite(score) ? score : null))];
-}
-
-// The judgement of a game from those scores alone. Which moves were the search's own choice is not written in the file, so a
-// move that lost little for another reason counts here; the file's own summary is the exact one.
-export function judgeByComments(game) {
-    const scores = scoresOfComments(game.moves);
-    const first = sideToMove(game.startFen);
-    const moves = game.moves.map((move, i) => {
-        const sign = (i % 2 === 0) === (first === "w") ? 1 : -1;
-        const known = scores[i] !== null && scores[i + 1] !== null;
-        const quiet = known && lostChances(sign * scores[i], sign * scores[i + 1]) >= 5 && !move.nags.some((nag) => [2, 4, 6].includes(nag));
-        return { judged: known, best: quiet, only: move.nags.includes(GOOD), before: sign * scores[i], after: sign * scores[i + 1] };
-    });
-    return { scores, judged: judgeGame(moves, first, game.result) };
 }

@@ -35,7 +35,9 @@ export function initTheme() {
         remember("theme", theme);
         apply(theme);
     });
-    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => dispatchEvent(new Event("themechange")));
+    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () =>
+        dispatchEvent(new Event("themechange")),
+    );
 }
 
 // Syzygy files are many; the engine is told the folder that they are in.
@@ -73,10 +75,12 @@ export function initEngineSettings(app) {
             app.hasBook = true;
             set({ OwnBook_File: path });
             told(`Book: ${file.name}. Dral plays from it in games.`);
-        }));
+        }),
+    );
     byId("table-files").addEventListener("change", (event) =>
         take(event.target, ([path], files) => {
             set({ SyzygyPath: folderOf(path) });
             told(`Tables: ${files.length} files. They stay on this machine.`);
-        }));
+        }),
+    );
 }

@@ -1,5 +1,5 @@
-// Keeps the page, and of the engine the build that this browser runs, for times without a network, and adds the headers that an engine with threads needs, whatever server
-// the page comes from. The build fills in the version and the list.
+// Keeps the page, and of the engine the build that this browser runs, for times without a network, and adds the headers
+// that an engine with threads needs, whatever server the page comes from. The build fills in the version and the list.
 const CACHE = "dral-" + "VERSION";
 const FILES = ["FILES"];
 
@@ -33,7 +33,8 @@ async function answer(request) {
     const kept = await cache.match(request, { ignoreSearch: request.mode === "navigate" });
     if (kept) return isolated(kept);
     const response = await fetch(request);
-    if (response.ok && new URL(request.url).pathname.includes("/engine/build/")) await cache.put(request, response.clone());
+    if (response.ok && new URL(request.url).pathname.includes("/engine/build/"))
+        await cache.put(request, response.clone());
     return isolated(response);
 }
 

@@ -47,8 +47,15 @@ export function countText(count) {
 }
 
 const TERMS = {
-    mtl: "Material", pos: "Position, in all", pawns: "Pawns", knights: "Knights", bishops: "Bishops", rooks: "Rooks",
-    queens: "Queens", kings: "Kings", passers: "Passed pawns",
+    mtl: "Material",
+    pos: "Position, in all",
+    pawns: "Pawns",
+    knights: "Knights",
+    bishops: "Bishops",
+    rooks: "Rooks",
+    queens: "Queens",
+    kings: "Kings",
+    passers: "Passed pawns",
 };
 
 // The answer to "eval": { summary: [[name, value]], terms: [{ name, white, black, difference }] }.
@@ -59,7 +66,10 @@ export function readEvaluation(lines) {
         const row = /^\s*(\w+)=\s+(-?\d+)\s+(-?\d+)\s+(-?\d+)/.exec(line);
         if (row) terms.push({ name: TERMS[row[1]] ?? row[1], white: +row[2], black: +row[3], difference: +row[4] });
         else if (line.startsWith("eval="))
-            summary = line.split(",").map((part) => part.split("=").map((word) => word.trim())).filter((p) => p[1]);
+            summary = line
+                .split(",")
+                .map((part) => part.split("=").map((word) => word.trim()))
+                .filter((p) => p[1]);
     }
     return { summary, terms };
 }

@@ -1,5 +1,5 @@
-// A browser with the built page in it, for tests. The page talks to its own engine; where DRAL_NATIVE names a native program,
-// to that, for work without the compiler for the browser.
+// A browser with the built page in it, for tests. The page talks to its own engine; where DRAL_NATIVE names a native
+// program, to that, for work without the compiler for the browser.
 import { existsSync } from "node:fs";
 import { fileURLToPath } from "node:url";
 import { chromium } from "playwright-core";
@@ -13,7 +13,10 @@ const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 export async function openBrowser({ viewport, colorScheme, touch = false, workers = true } = {}) {
     const browser = await chromium.launch({ executablePath: CHROMIUM, args: ["--no-sandbox"] });
     const context = await browser.newContext({
-        viewport: viewport ?? { width: 1280, height: 900 }, colorScheme, hasTouch: touch, reducedMotion: "reduce",
+        viewport: viewport ?? { width: 1280, height: 900 },
+        colorScheme,
+        hasTouch: touch,
+        reducedMotion: "reduce",
         serviceWorkers: workers ? "allow" : "block",
     });
     const page = await context.newPage();
@@ -25,8 +28,8 @@ export async function openBrowser({ viewport, colorScheme, touch = false, worker
     return { page, context, requests, errors, close: () => browser.close() };
 }
 
-// The same with the built page in it, ready, and its address `url`; stop() ends the server alone. `isolate`: the server sends
-// the headers that threads need; `workers`: the page may have its service worker.
+// The same with the built page in it, ready, and its address `url`; stop() ends the server alone. `isolate`: the server
+// sends the headers that threads need; `workers`: the page may have its service worker.
 export async function openPage({ isolate = true, ...options } = {}) {
     if (!existsSync(DIST)) throw new Error("build the page first: npm run build");
     const native = process.env.DRAL_NATIVE;
@@ -47,11 +50,14 @@ export async function openPage({ isolate = true, ...options } = {}) {
 
 // Drops a file on the page, as a person would.
 export async function drop(page, name, text) {
-    await page.evaluate(([fileName, content]) => {
-        const transfer = new DataTransfer();
-        transfer.items.add(new File([content], fileName));
-        dispatchEvent(new DragEvent("drop", { dataTransfer: transfer, cancelable: true }));
-    }, [name, text]);
+    await page.evaluate(
+        ([fileName, content]) => {
+            const transfer = new DataTransfer();
+            transfer.items.add(new File([content], fileName));
+            dispatchEvent(new DragEvent("drop", { dataTransfer: transfer, cancelable: true }));
+        },
+        [name, text],
+    );
 }
 
 // Clicks a square of the board, seen from White's side.

@@ -38,7 +38,9 @@ test("fifty searches, each ended by the next, lose and mix up nothing", async ()
     const results = [];
     for (let i = 0; i < 50; ++i) {
         const onInfo = (line) => line.endsWith(` p${i}`) || foreign.push(line);
-        results.push(session.search({ commands: [`position p${i}`], go: "go infinite", options: { MultiPV: i % 3 }, onInfo }));
+        results.push(
+            session.search({ commands: [`position p${i}`], go: "go infinite", options: { MultiPV: i % 3 }, onInfo }),
+        );
         if (i % 4 === 0) await new Promise((resolve) => setTimeout(resolve, 10));
     }
     const last = session.search({ commands: ["position end"], go: "go depth 1" });

@@ -7,7 +7,10 @@ import { judgeGame } from "../src/judgement.js";
 
 function rows(name) {
     const text = readFileSync(new URL(`../../tests/data/tools/${name}`, import.meta.url), "utf8");
-    return text.split("\n").filter((line) => line && !line.startsWith("#")).map((line) => line.split("|").map((s) => s.trim()));
+    return text
+        .split("\n")
+        .filter((line) => line && !line.startsWith("#"))
+        .map((line) => line.split("|").map((s) => s.trim()));
 }
 
 test("chances, losses, marks and accuracies", () => {
@@ -27,8 +30,13 @@ function scoredMoves(scores, first) {
         const sign = (i % 2 === 0) === (first === "w") ? 1 : -1;
         const [before, after] = [number(values[i]), number(text)];
         const only = text.endsWith("!");
-        return { judged: before !== null && after !== null, best: only || text.endsWith("="), only, before: sign * before,
-            after: sign * after };
+        return {
+            judged: before !== null && after !== null,
+            best: only || text.endsWith("="),
+            only,
+            before: sign * before,
+            after: sign * after,
+        };
     });
 }
 

@@ -45,7 +45,9 @@ test("where a page cannot be isolated, the build without threads plays and stops
         await page.selectOption("#play-side", "b");
         await page.fill("#minutes", "1");
         await page.click("#play-start");
-        await page.waitForFunction(() => document.getElementById("fen").value.includes(" b "), null, { timeout: 20000 });
+        await page.waitForFunction(() => document.getElementById("fen").value.includes(" b "), null, {
+            timeout: 20000,
+        });
         assert.deepEqual(errors, []);
     } finally {
         await close();

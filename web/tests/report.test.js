@@ -15,7 +15,10 @@ test("a report shows games, curve and marks from one file, and runs nothing that
     const folder = mkdtempSync(join(tmpdir(), "dral-report-"));
     const data = JSON.stringify({ name: "games.review.pgn", text: GAME }).replaceAll("<", "\\u003c");
     const template = readFileSync(join(DIST, "report.html"), "utf8");
-    writeFileSync(join(folder, "report.html"), template.replace(/(id="report-data">)null/, (_, start) => start + data));
+    writeFileSync(
+        join(folder, "report.html"),
+        template.replace(/(id="report-data">)null/, (_, start) => start + data),
+    );
     const { page, requests, errors, close } = await openBrowser();
     try {
         await page.goto(pathToFileURL(join(folder, "report.html")).href);

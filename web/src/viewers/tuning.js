@@ -19,14 +19,16 @@ export function readTuneLog(text) {
         let found;
         if ((found = /^pass= +(\d+),/.exec(line))) log.xs.push(Number(found[1]));
         else if (at < 0) continue;
-        else if ((found = /^\*\* (\S{1,80}) = (-?[\d.]+)$/.exec(line))) put(log.weights, found[1], at, Number(found[2]));
+        else if ((found = /^\*\* (\S{1,80}) = (-?[\d.]+)$/.exec(line)))
+            put(log.weights, found[1], at, Number(found[2]));
         else if ((found = /^err= ([\d.]+)$/.exec(line))) log.errors[at] = Number(found[1]);
         else if ((found = /^held-out err= ([\d.]+)$/.exec(line))) log.heldOut[at] = Number(found[1]);
     }
     return log;
 }
 
-// What self-play prints: { xs: games, weights: Map of name to estimates, tried: Map of name to the values of the copies }.
+// What self-play prints: { xs: games, weights: Map of name to estimates, tried: Map of name to the values of the copies
+// }.
 export function readEstimates(text) {
     const found = { xs: [], weights: new Map(), tried: new Map() };
     for (const line of text.split(/\r?\n/)) {
@@ -46,13 +48,18 @@ export function spread(values) {
     if (!known.length) return { mean: 0, deviation: 0, low: 0, high: 0 };
     const mean = known.reduce((a, b) => a + b, 0) / known.length;
     const square = known.reduce((a, b) => a + (b - mean) ** 2, 0) / Math.max(known.length - 1, 1);
-    return { mean, deviation: Math.sqrt(square), low: Math.min(...known.slice(-50_000)), high: Math.max(...known.slice(-50_000)) };
+    return {
+        mean,
+        deviation: Math.sqrt(square),
+        low: Math.min(...known.slice(-50_000)),
+        high: Math.max(...known.slice(-50_000)),
+    };
 }
 
 const filled = (xs, values) => xs.map((_, i) => values[i] ?? null);
 
-// A table of weights with boxes, and the curves of those that are chosen. Other than one weight alone, they are drawn as
-// changes in percent of where they began, or they could not share an axis.
+// A table of weights with boxes, and the curves of those that are chosen. Other than one weight alone, they are drawn
+// as changes in percent of where they began, or they could not share an axis.
 function weightTable(element, { xs, weights, tried, xLabel, curves }) {
     const names = [...weights.keys()];
     const chosen = new Set(names.slice(0, Math.min(4, names.length)));
@@ -67,40 +74,83 @@ function weightTable(element, { xs, weights, tried, xLabel, curves }) {
         if (shown.length === 1) {
             const [name] = shown;
             series = [{ label: plain(name), values: filled(xs, weights.get(name)) }];
-            if (tried) series.push({ label: "copies tried", values: filled(xs, tried.get(name)), points: true, stroke: seriesColour(1) });
+            if (tried)
+                series.push({
+                    label: "copies tried",
+                    values: filled(xs, tried.get(name)),
+                    points: true,
+                    stroke: seriesColour(1),
+                });
         } else {
             series = shown.map((name) => {
                 const first = weights.get(name).find(Number.isFinite) ?? 0;
                 const base = Math.max(Math.abs(first), 1);
-                return { label: plain(name), values: filled(xs, weights.get(name)).map((v) => (v === null ? null : (100 * (v - first)) / base)) };
+                return {
+                    label: plain(name),
+                    values: filled(xs, weights.get(name)).map((v) => (v === null ? null : (100 * (v - first)) / base)),
+                };
             });
         }
-        curve = drawCurve(figure, { xs, series, xLabel, yLabel: shown.length === 1 ? "weight" : "change, %", height: 230 });
+        curve = drawCurve(figure, {
+            xs,
+            series,
+            xLabel,
+            yLabel: shown.length === 1 ? "weight" : "change, %",
+            height: 230,
+        });
         curves.weights = curve;
     };
     const rows = names.map((name) => {
         const values = weights.get(name).filter(Number.isFinite);
         const { deviation, low, high } = spread(values);
-        const box = el("input", { type: "checkbox", checked: chosen.has(name), on: { change: () => {
-            if (box.checked) chosen.add(name);
-            else chosen.delete(name);
-            redraw();
-        } } });
+        const box = el("input", {
+            type: "checkbox",
+            checked: chosen.has(name),
+            on: {
+                change: () => {
+                    if (box.checked) chosen.add(name);
+                    else chosen.delete(name);
+                    redraw();
+                },
+            },
+        });
         const cells = [values[0], values.at(-1), low, high, deviation.toFixed(1)];
         if (tried) cells.push(spread(tried.get(name) ?? []).deviation.toFixed(1));
-        return el("tr", {}, el("td", {}, el("label", {}, box, " " + plain(name, 60))), ...cells.map((text) => el("td", { text })));
+        return el(
+            "tr",
+            {},
+            el("td", {}, el("label", {}, box, " " + plain(name, 60))),
+            ...cells.map((text) => el("td", { text })),
+        );
     });
     const heads = ["Weight", "First", "Last", "Lowest", "Highest", "Spread", ...(tried ? ["Spread tried"] : [])];
-    element.append(figure, el("p", { class: "note", text: "Spread: the standard deviation over the run. One weight alone is drawn with its values, several as changes." }),
-        el("div", { class: "list" }, el("table", {}, el("thead", {}, el("tr", {}, ...heads.map((text) => el("th", { scope: "col", text })))),
-            el("tbody", {}, ...rows))));
+    element.append(
+        figure,
+        el("p", {
+            class: "note",
+            text: "Spread: the standard deviation over the run. One weight alone is drawn with its values, several as changes.",
+        }),
+        el(
+            "div",
+            { class: "list" },
+            el(
+                "table",
+                {},
+                el("thead", {}, el("tr", {}, ...heads.map((text) => el("th", { scope: "col", text })))),
+                el("tbody", {}, ...rows),
+            ),
+        ),
+    );
     redraw();
 }
 
 export function showTuneLog(element, name, log) {
     const last = log.errors.findLastIndex(Number.isFinite);
     const change = last >= 0 ? `error ${log.errors.find(Number.isFinite)} to ${log.errors[last]}` : "no error measured";
-    element.replaceChildren(el("h3", { text: plain(name) }), el("p", { class: "figures", text: `${log.xs.length} passes, ${log.weights.size} weights, ${change}` }));
+    element.replaceChildren(
+        el("h3", { text: plain(name) }),
+        el("p", { class: "figures", text: `${log.xs.length} passes, ${log.weights.size} weights, ${change}` }),
+    );
     const curves = {};
     const figure = el("div", { class: "figure" });
     element.append(figure);
@@ -114,8 +164,10 @@ export function showTuneLog(element, name, log) {
 }
 
 export function showEstimates(element, name, found) {
-    element.replaceChildren(el("h3", { text: plain(name) }),
-        el("p", { class: "figures", text: `${found.xs.at(-1) ?? 0} games, ${found.weights.size} weights` }));
+    element.replaceChildren(
+        el("h3", { text: plain(name) }),
+        el("p", { class: "figures", text: `${found.xs.at(-1) ?? 0} games, ${found.weights.size} weights` }),
+    );
     const curves = {};
     weightTable(element, { ...found, xLabel: "Games", curves });
     return { remove: () => Object.values(curves).forEach((curve) => curve.remove()) };

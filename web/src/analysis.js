@@ -1,6 +1,6 @@
 // Analysis of the position on the board: lines, bar, arrows, the evaluation by term.
 import { winningChances } from "./chances.js";
-import { byId, el, moveButton } from "./dom.js";
+import { byId, el, moveButton, plain } from "./dom.js";
 import { legalMoves, moveNumber, passed, playLine, sideToMove } from "./position.js";
 import { countText, readEvaluation, readInfo, scoreText } from "./uci.js";
 
@@ -82,8 +82,13 @@ export class Analysis {
             commands: [game.positionCommand()],
             go: "go infinite",
             options: { ...PLAIN, MultiPV: wanted },
-            onInfo: (line) => turn === this.#turn && this.#take(readInfo(line), fen, ply),
+            onInfo: (line) => turn === this.#turn && this.#hear(line, fen, ply),
         });
+    }
+
+    #hear(line, fen, ply) {
+        if (line.startsWith("info string cannot")) byId("search-state").textContent = plain(line.slice(12));
+        else this.#take(readInfo(line), fen, ply);
     }
 
     #take(info, fen, ply) {

@@ -4,6 +4,21 @@ import { Chess } from "chess.js";
 export const START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 const LONGEST_FEN = 120;
 const LONGEST_MOVE = 12;
+const MOST_MEN = 16; // of one side
+
+// Castling rights whose king and rook stand where they must; the rules of chess.js take any.
+function possibleCastling(chess, rights) {
+    const stands = (square, type, color) => {
+        const piece = chess.get(square);
+        return piece?.type === type && piece.color === color;
+    };
+    const kept = [...rights].filter((right) => {
+        const color = right === right.toUpperCase() ? "w" : "b";
+        const rank = color === "w" ? 1 : 8;
+        return stands(`e${rank}`, "k", color) && stands((right.toLowerCase() === "k" ? "h" : "a") + rank, "r", color);
+    });
+    return kept.join("") || "-";
+}
 
 // A full FEN, or null when the text is none. Missing castling rights, en-passant square and counters are filled in.
 export function readFen(text) {
@@ -11,11 +26,15 @@ export function readFen(text) {
     if (trimmed.length > LONGEST_FEN) return null;
     if (trimmed === "startpos") return START_FEN;
     try {
-        const chess = new Chess(trimmed);
+        const chess = new Chess(trimmed.replace(/ 0$/, " 1")); // some programs count moves from 0
         // A king that could be taken is no position, whatever else is in order.
         const side = chess.turn();
         const king = chess.findPiece({ type: "k", color: side === "w" ? "b" : "w" })[0];
-        return chess.isAttacked(king, side) ? null : chess.fen();
+        const [men, ...rest] = chess.fen().split(" ");
+        const count = (letters) => men.match(letters)?.length ?? 0;
+        if (chess.isAttacked(king, side) || count(/[A-Z]/g) > MOST_MEN || count(/[a-z]/g) > MOST_MEN) return null;
+        rest[1] = possibleCastling(chess, rest[1]);
+        return [men, ...rest].join(" ");
     } catch {
         return null;
     }
@@ -34,7 +53,7 @@ const record = (move) => ({
 
 // Plays a move, written in short or long notation or as coordinates, on a chess.js board. Null when it is not legal.
 export function playText(chess, text) {
-    let word = text
+    const word = text
         .slice(0, LONGEST_MOVE)
         .replace(/[!?]+$/, "")
         .replace(/^0-0-0/, "O-O-O")

@@ -14,6 +14,18 @@ function filesUnder(folder) {
     });
 }
 
+// What is part of the page is named there with its terms, and so are the drawings of the pieces.
+function licences() {
+    const modules = join(root, "node_modules");
+    const parts = ["cm-chessboard", "chess.js", "uplot"].map((name) => {
+        return `${name}\n\n${readFileSync(join(modules, name, "LICENSE"), "utf8").trim()}\n`;
+    });
+    const pieces = readFileSync(join(modules, "cm-chessboard", "assets", "pieces", "standard.svg"), "utf8");
+    const terms = pieces.slice(pieces.indexOf("<!--") + 4, pieces.indexOf("-->")).trim();
+    const own = readFileSync(join(root, "..", "LICENSE"), "utf8").trim();
+    return [`Dral\n\n${own}\n`, ...parts, `The drawings of the pieces\n\n${terms}\n`].join(`\n${"=".repeat(78)}\n\n`);
+}
+
 // The engine finds its own parts by their places, so it is copied, not bundled.
 function copyEngine(dist) {
     const engine = join(root, "engine");
@@ -58,7 +70,8 @@ function writeReport(dist) {
             () =>
                 `<script type="application/json" id="report-data">null</script>\n<script type="module">${code}</script>\n</body>`,
         );
-    writeFileSync(join(dist, "report.html"), text);
+    const terms = licences().replaceAll("--", "- -");
+    writeFileSync(join(dist, "report.html"), `${text}<!--\n${terms}-->\n`);
 }
 
 const finish = {
@@ -67,6 +80,7 @@ const finish = {
     closeBundle() {
         const dist = join(root, "dist");
         copyEngine(dist);
+        writeFileSync(join(dist, "licences.txt"), licences());
         writeReport(dist);
         writeServiceWorker(dist);
     },

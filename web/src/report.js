@@ -6,7 +6,7 @@ export function showReport(app) {
     const place = byId("report-data");
     if (!place) return false;
     document.documentElement.dataset.report = "";
-    for (const id of ["tab-analysis", "tab-play", "open-file", "review-controls", "files-hint", "paste-box"])
+    for (const id of ["tab-analysis", "tab-play", "open-file", "review-controls", "files-hint", "paste-box", "footer"])
         byId(id).hidden = true;
     byId("engine-state").textContent = "A report; it needs no network";
     app.showTab("files");

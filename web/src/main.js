@@ -34,7 +34,9 @@ app.showGame = () => {
     const below = app.board.orientation;
     byId("player-bottom").querySelector(".name").textContent = plain(names[below], 60);
     byId("player-top").querySelector(".name").textContent = plain(names[below === "w" ? "b" : "w"], 60);
-    const known = [event, date.replaceAll(".??", "")].filter((part) => part && !/^[?.]*$/.test(part)).map((part) => plain(part, 80));
+    const known = [event, date.replaceAll(".??", "")]
+        .filter((part) => part && !/^[?.]*$/.test(part))
+        .map((part) => plain(part, 80));
     byId("game-title").textContent = known.length ? known.join(", ") : "Game";
     byId("standing").textContent = game.standing().text;
     if (document.activeElement !== byId("fen")) byId("fen").value = game.fen;

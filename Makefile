@@ -5,6 +5,7 @@
 #   make TUNE=1 ...      a program for testers that lists its evaluation weights as options
 #   make clean
 #
+# With em++ it builds for browsers; web/engine/build.sh knows how to link there, and sets THREADS= where there are none.
 # ARCH is what the compiler's -march takes; ARCH= leaves it away. The program is for this machine's processor, then.
 # Developers use CMake (see README.md). These are the flags of CMakeLists.txt for the released program, but for the
 # warnings: CMAKE_CXX_STANDARD, CMAKE_CXX_FLAGS_RELEASE, the target dral_flags, DRAL_NATIVE with dral_bit_extraction,
@@ -96,7 +97,7 @@ OBJECTS := $(foreach source,$(filter-out src/base/version.cpp,$(SOURCES)),$(call
 ifneq (,$(findstring __clang__,$(MACROS)))
 FLAGS_write := -fprofile-instr-generate
 FLAGS_read := -fprofile-instr-use=$(PGO_BUILD)/all.profdata
-MERGE := $(shell $(CXX) -print-prog-name=llvm-profdata) merge -o $(PGO_BUILD)/all.profdata $(PGO_BUILD)/*.profraw
+MERGE = $(shell $(CXX) -print-prog-name=llvm-profdata) merge -o $(PGO_BUILD)/all.profdata $(PGO_BUILD)/*.profraw
 else
 FLAGS_write := -fprofile-generate -fprofile-update=prefer-atomic
 FLAGS_read := -fprofile-use -Wno-missing-profile

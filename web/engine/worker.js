@@ -64,6 +64,8 @@ function rest(ms) {
 }
 
 async function start({ base, build, args }) {
+    // Fails where no memory may be shared, before anything has been loaded.
+    if (build === "threads") new SharedArrayBuffer(1);
     const script = `${base}build/${build}.js`;
     importScripts(script);
     engine = await createModule({

@@ -6,8 +6,12 @@ std::vector<std::string> begin_process(int count, char **arguments) {
     return count > 1 ? std::vector<std::string>(arguments + 1, arguments + count) : std::vector<std::string>{};
 }
 
-// Whoever called main has long gone on when main has waited.
-int end_process(int status) { emscripten_force_exit(status); }
+int end_process(int status) {
+#ifndef __EMSCRIPTEN_PTHREADS__
+    emscripten_force_exit(status);  // whoever called main has long gone on when main has waited
+#endif
+    return status;
+}
 
 std::filesystem::path program_path() { return {}; }
 

@@ -5,6 +5,10 @@ import { after, before, describe, test } from "node:test";
 import { openBrowser, openPage } from "./pages.js";
 
 const SIGNATURE = readFileSync(new URL("../../../tests/bench_signature", import.meta.url), "utf8").trim();
+const TABLES = ["KQvK.rtbw", "KQvK.rtbz"].map((name) => [
+    name,
+    [...readFileSync(new URL(`../../../tests/data/syzygy/${name}`, import.meta.url))],
+]);
 
 const PAGES = [
     { name: "isolated page, with threads", isolated: true, threads: true },
@@ -112,6 +116,20 @@ for (const { name, isolated, options = {}, threads } of PAGES) {
                 return moves;
             });
             assert.deepEqual(moves, ["a2a4", "a2a4", "a2a4"]);
+        });
+
+        test("reads tablebases", async () => {
+            await start();
+            const hits = await evaluate(async (files) => {
+                for (const [name, bytes] of files) await dral.addFile(name, new File([Uint8Array.from(bytes)], name));
+                dral.send("uci");
+                dral.send("setoption name SyzygyPath value /files");
+                dral.send("position fen 8/8/8/8/3k4/8/8/KQ6 w - - 0 1");
+                dral.send("go depth 6");
+                await until("bestmove");
+                return dral.lines.map((line) => Number(/ tbhits (\d+)/.exec(line)?.[1] ?? 0));
+            }, TABLES);
+            assert.ok(Math.max(...hits) > 0);
         });
 
         test("ends by the word and by the call", async () => {

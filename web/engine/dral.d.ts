@@ -1,8 +1,8 @@
 /** How to start the engine. */
 export interface DralOptions {
     /**
-     * "try" (the default): search threads where the page may share memory, which is found out by starting; elsewhere, and
-     * with false, the build without threads.
+     * "try" (the default): search threads where the page may share memory, which is found out by starting; elsewhere,
+     * and with false, the build without threads.
      */
     threads?: "try" | false;
     /** Where worker.js and build/ lie, on the page's own origin; by default beside dral.js. */
@@ -25,16 +25,17 @@ export interface Dral {
     /** Called with what is wrong, for people; by default it goes to the console. */
     onError: (message: string) => void;
 
-    /** Called once when the engine has ended: by quit(), by the command "quit", at the end of a tool, or by a failure. */
+    /** Called once when the engine has ended: by quit(), the command "quit", the end of a tool, or a failure. */
     onEnd: () => void;
 
     /** Sends one line. Line breaks in it become blanks. Without effect after the end. */
     send(line: string): void;
 
     /**
-     * Gives the engine a file. Bytes are copied; a File or Blob stays on the person's disk and is read when it is needed. The
-     * name keeps its last part only; a file of the same name is replaced. Gives the path for options such as OwnBook_File; all
-     * files lie in one folder, which is what SyzygyPath takes. Rejects when the name is empty or the engine has ended.
+     * Gives the engine a file. Bytes are copied; a File or Blob stays on the person's disk and is read when it is
+     * needed. The name keeps its last part only; a file of the same name is replaced. Gives the path for options such
+     * as OwnBook_File; all files lie in one folder, which is what SyzygyPath takes. Rejects when the name is empty or
+     * the engine has ended.
      */
     addFile(name: string, content: Uint8Array | Blob): Promise<string>;
 

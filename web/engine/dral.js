@@ -33,8 +33,8 @@ class Dral {
 
     addFile(name, content) {
         const plain = String(name).split(/[/\\]/).pop();
-        const usable = plain !== "" && plain !== "." && plain !== "..";
-        if (!this.#worker || !usable) return Promise.reject(new Error(usable ? "the engine has ended" : "no file name"));
+        if (["", ".", ".."].includes(plain)) return Promise.reject(new Error("no file name"));
+        if (!this.#worker) return Promise.reject(new Error("the engine has ended"));
         const id = ++this.#nextFile;
         return new Promise((resolve, reject) => {
             this.#files.set(id, { resolve, reject });

@@ -45,10 +45,11 @@ function obey(data) {
 }
 
 // The build without threads rests here, in the worker's loop of events: for at most so many milliseconds, or at 0 until
-// the messages that are there have been taken. Timers take 4 milliseconds at least, a message to oneself next to none.
+// the messages that are there have been taken. Browsers let messages to oneself overtake those from the page, and delay
+// timers that timers set: a timer that is set when a message to oneself arrives does neither.
 let wake = null;
 const channel = new MessageChannel();
-channel.port1.onmessage = () => wake && wake();
+channel.port1.onmessage = () => setTimeout(() => wake && wake(), 0);
 
 function rest(ms) {
     return new Promise((resolve) => {

@@ -26,8 +26,9 @@ for (const { name, isolated, options = {}, threads } of PAGES) {
         before(async () => ({ page, close } = await openPage(browser, { isolated })));
         after(() => close());
 
-        const start = async (more = {}) => assert.equal(await page.evaluate((o) => start(o), { ...options, ...more }), threads);
         const evaluate = (procedure, argument) => page.evaluate(procedure, argument);
+        const start = async (more = {}) =>
+            assert.equal(await evaluate((all) => window.start(all), { ...options, ...more }), threads);
 
         test("searches as many nodes as anywhere", async () => {
             await start({ args: ["bench", "8"] });
@@ -101,7 +102,8 @@ for (const { name, isolated, options = {}, threads } of PAGES) {
             await start();
             const moves = await evaluate(async () => {
                 // 1. a4 in the starting position, as the only move of a book.
-                const bytes = Uint8Array.of(0x46, 0x3b, 0x96, 0x18, 0x16, 0x91, 0xfc, 0x9c, 0x02, 0x18, 0, 1, 0, 0, 0, 0);
+                const key = [0x46, 0x3b, 0x96, 0x18, 0x16, 0x91, 0xfc, 0x9c];
+                const bytes = Uint8Array.of(...key, 0x02, 0x18, 0, 1, 0, 0, 0, 0);
                 dral.send("uci");
                 dral.send("setoption name OwnBook value true");
                 const moves = [];

@@ -13,7 +13,17 @@ after(() => tab?.close());
 
 const hasFen = (start) =>
     page.waitForFunction((f) => document.getElementById("fen").value.startsWith(f), start, { timeout: 5000 });
-const message = () => page.textContent("#message");
+// Files are read in the background: what is seen of them comes a little later.
+const isSeen = (selector, pattern) =>
+    page.waitForFunction(
+        ([of, source]) => new RegExp(source, "s").test(document.querySelector(of)?.textContent ?? ""),
+        [selector, pattern.source],
+    );
+// A message, which is gone then, so that the next one is no old one.
+async function isTold(pattern) {
+    await isSeen("#message", pattern);
+    await page.evaluate(() => (document.getElementById("message").textContent = ""));
+}
 
 test("five hundred games are listed at once, found and opened", async () => {
     const games = Array.from(
@@ -65,7 +75,7 @@ test("hostile games and positions are shown as text, and the page goes on", asyn
     ]) {
         await page.evaluate((t) => (document.getElementById("fen").value = t), text);
         await page.press("#fen", "Enter");
-        assert.match(await message(), /no position/);
+        await isTold(/no position/);
     }
     assert.equal(await page.evaluate(() => window.broken), undefined);
     await page.click("#new-game");
@@ -99,21 +109,21 @@ test("the files of the tools are known by their content", async () => {
             .join("\n") + "\n";
     await drop(page, "a", run("right", "wrong", "wrong"));
     await drop(page, "b", run("wrong", "right", "wrong"));
-    assert.match(await page.textContent("#changes"), /^1 won, 1 lost, 0 right in both, 1 wrong in both/);
+    await isSeen("#changes", /^1 won, 1 lost, 0 right in both, 1 wrong in both/);
     await drop(
         page,
         "c",
         "tuning file is x\n\npass= 0, k0= 1e3\n** p1 = 5\nerr= 0.3\n\npass= 1, k0= 1e3\n** p1 = 7\nerr= 0.2\n",
     );
-    assert.match(await page.textContent("#viewer"), /2 passes, 1 weights, error 0\.3 to 0\.2.*p1572?/s);
+    await isSeen("#viewer", /2 passes, 1 weights, error 0\.3 to 0\.2.*p1572?/s);
     await drop(page, "d", "ngames= 0\n * p1 :  10.0    9\nngames= 6\n * p1 :  12.0   14\n");
-    assert.match(await page.textContent("#viewer"), /6 games, 1 weights.*1012/s);
+    await isSeen("#viewer", /6 games, 1 weights.*1012/s);
     const game = (white, black, result) =>
         `[Event selfplay]\n[Game 1]\n[White "${white}"]\n[Black "${black}"]\n[Result "${result}"]\ne2e4 {0.16/2}   e7e5 {-0.17/2}\n\n`;
     await drop(page, "e", game("Player1", "Player2", "1-0") + game("Player2", "Player1", "1-0"));
-    assert.match(await page.textContent("#balance"), /won 1, drew 0, lost 1: 50\.0 \u00b1 70\.7 percent/);
+    await isSeen("#balance", /won 1, drew 0, lost 1: 50\.0 \u00b1 70\.7 percent/);
     await drop(page, "f", "nothing of ours");
-    assert.match(await message(), /neither games nor a file/);
+    await isTold(/neither games nor a file/);
 });
 
 test("nothing of it has asked for anything, or failed", () => {

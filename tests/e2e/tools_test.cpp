@@ -51,7 +51,7 @@ TEST_F(Tools, CtrlCEndsTheMatch) {
 // All records are one position, so that it does not matter which are drawn.
 TEST_F(Tools, ATunerGoesOnWhereItWasEnded) {
     std::string records;
-    for (int i = 0; i < 2000; ++i)
+    for (int i = 0; i < 1000; ++i)
         records += "r2q3r/1p1bbQ2/4p1Bk/3pP3/1n1P1P1p/pP6/Pn4PP/R1B1R1K1 w - - ce 0; c9 \"1-0\";\n";
     directory_.write("records.epd", records);
     const std::vector<std::string> tune = {"-tune", "records.epd", "-weights", "king_safety"};

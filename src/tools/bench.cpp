@@ -71,12 +71,11 @@ BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread) {
     return total;
 }
 
-std::uint64_t benchmark_nodes(const Settings &settings, int depth) {
+std::uint64_t benchmark_nodes(const EvalWeights &weights, int depth) {
     const auto engine = std::make_unique<Engine>();
-    Settings quiet = settings;
-    quiet.Threads = 1;
-    quiet.Hash = Settings{}.Hash;
-    if (start_engine(*engine, quiet, Reporter{}) != 0) return 0;
+    Settings settings;
+    settings.weights = weights;
+    if (start_engine(*engine, settings, Reporter{}) != 0) return 0;
     SearchLimits limits;
     limits.max_depth = depth;
     limits.time_per_move = SECONDS_PER_POSITION;

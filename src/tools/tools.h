@@ -39,8 +39,9 @@ struct BenchResult {
 // Searches the first `count` built-in positions to a fixed depth (the depth limit, or 17 when that is above 40) and prints
 // the time of each and the total node rate. `in_this_thread`: the pool's first record searches here, always to depth 17.
 BenchResult run_benchmark(ToolRun &run, int count, bool in_this_thread);
-// Nodes that it searches to a depth with the given settings, one thread and a table of 64 MB, on an engine of its own. Silent.
-std::uint64_t benchmark_nodes(const Settings &settings, int depth);
+// Nodes that it searches to a depth with these weights, on an engine of its own, all of whose settings are as the program
+// comes. Silent.
+std::uint64_t benchmark_nodes(const EvalWeights &weights, int depth);
 // The same to depth 16 when the limit is above 40, with a last line that test frameworks read: "N nodes M nps".
 void run_tester_benchmark(ToolRun &run, int count);
 

@@ -102,10 +102,12 @@ bool write_tuned_weights(ToolRun &run, const std::vector<TunableParam> &tunables
         if (param.selected)
             param.weight.of(settings.weights) =
                 static_cast<std::int16_t>(std::clamp<int>(nearest_weight(param.estimate), param.low, param.high));
+    EvalWeights written = settings.weights;
+    written.Contempt = EvalWeights{}.Contempt;  // is for games, and stays out of the file
     std::string text = as_comment(what);
     text +=
         format_line("# %s, %s; with these weights \"dral bench %d\" searches %lld nodes\n", today().c_str(),
-                    ENGINE_NAME, SIGNATURE_DEPTH, static_cast<long long>(benchmark_nodes(settings, SIGNATURE_DEPTH)));
+                    ENGINE_NAME, SIGNATURE_DEPTH, static_cast<long long>(benchmark_nodes(written, SIGNATURE_DEPTH)));
     text += changed_pairs_text(settings, tunables) + weights_text(settings.weights, tunables);
     WholeFile file(TUNED_FILE);
     file.write(text);
